@@ -1,0 +1,11 @@
+# GLib 2 and GStreamer core: 1.0 on a PC, 0.10 on the TV. The library uses only calls that both have.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
+pkg_check_modules(GSTREAMER IMPORTED_TARGET gstreamer-1.0)
+if(NOT GSTREAMER_FOUND)
+  pkg_check_modules(GSTREAMER REQUIRED IMPORTED_TARGET gstreamer-0.10)
+endif()
+if(MOXPVR_DESKTOP)
+  find_package(Threads REQUIRED)
+  pkg_check_modules(DVBPSI REQUIRED IMPORTED_TARGET libdvbpsi)
+endif()

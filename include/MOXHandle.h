@@ -1,0 +1,36 @@
+/// @file
+/// The key under which the library keeps one recorder or playback instance.
+#ifndef MOXPVR_MOXHANDLE_H
+#define MOXPVR_MOXHANDLE_H
+
+/// Profile types of @ref MOXHandle::profileId. Every value that is not listed counts as unknown.
+enum ProfileType : int {
+    PROFILE_TYPE_UNKNOWN = 0,
+    PROFILE_TYPE_MAIN = 1,
+    PROFILE_TYPE_PIP = 101,
+    PROFILE_TYPE_DUAL = 201,
+    PROFILE_TYPE_RECORD = 301,
+    PROFILE_TYPE_ANALYSIS = 401,
+};
+
+/// Names one instance; passed by value. Trivially copyable. Two handles are equal when both fields
+/// are; bytes behind `subId` never count.
+///
+/// Threads: a plain value, safe to copy anywhere.
+struct MOXHandle {
+    int profileId = PROFILE_TYPE_MAIN;  ///< profile type, signed 32 bits
+    unsigned short subId = 0;           ///< tells instances of one profile type apart
+};
+
+/// Order of the registries: by `profileId` (signed), then by `subId` (unsigned).
+inline bool operator<(const MOXHandle &left, const MOXHandle &right) {
+    if (left.profileId != right.profileId)
+        return left.profileId < right.profileId;
+    return left.subId < right.subId;
+}
+
+inline bool operator==(const MOXHandle &left, const MOXHandle &right) {
+    return left.profileId == right.profileId && left.subId == right.subId;
+}
+
+#endif

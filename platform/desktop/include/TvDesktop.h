@@ -1,0 +1,171 @@
+/// @file
+/// What the desktop stand-in for the TV platform offers beyond the platform's own calls: the means
+/// to make its objects, to feed them, and to see what a viewer would see.
+///
+/// A service on a real TV gets its player, stream and recorder from the TV; a program on a PC makes
+/// them here and hands them to the library as opaque pointers.
+#ifndef TVDESKTOP_TVDESKTOP_H
+#define TVDESKTOP_TVDESKTOP_H
+
+#include <MOXHandle.h>
+#include <TVTypes.h>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tvdesktop {
+
+// --- Log -----------------------------------------------------------------------------------------
+
+/// Where log lines go; standard error until told otherwise. One `write` a line, whole lines from
+/// any thread. Thread-safe.
+/// @param path  appended to; empty for standard error
+/// @return false when the file cannot be opened (the target stays as it was)
+bool SetLogFile(const std::string &path);
+
+/// Lines of a lower priority are dropped. Priorities are 2, 4 and 16; above 16 silences the log.
+void SetLogMinimumPriority(int priority);
+
+// --- Events --------------------------------------------------------------------------------------
+
+/// An event as a service receives it.
+struct Event {
+    int number = 0;
+    std::optional<MOXHandle> handle;  ///< set when it was sent with one
+    std::array<std::uint8_t, 16> record{};
+};
+
+/// Runs on the sender's thread, without a lock held.
+using EventSubscriber = std::function<void(const Event &)>;
+
+/// @return a number for Unsubscribe. Thread-safe.
+int Subscribe(EventSubscriber subscriber);
+/// After it returns the subscriber is not called any more, unless it is running on another thread.
+void Unsubscribe(int subscription);
+
+// --- Configuration -------------------------------------------------------------------------------
+
+/// What TCVConfProvider::GetDescrambleMode answers; 0 until told otherwise. Thread-safe.
+void SetDescrambleMode(int mode);
+
+// --- Services of a transport stream --------------------------------------------------------------
+
+enum class StreamKind { Video, Audio, AudioDescription, Other };
+
+/// One entry of a PMT's elementary stream loop (ISO/IEC 13818-1, 2.4.4.8).
+struct ElementaryStream {
+    std::uint16_t pid = 0;
+    std::uint8_t streamType = 0;  ///< stream_type as in the PMT
+    StreamKind kind = StreamKind::Other;
+    std::string codec;     ///< readable name, such as "H.264" or "AC-3"
+    std::string language;  ///< ISO 639 code, may be empty
+    EVideoEncodeType videoCodec = VIDEO_ENCODE_UNKNOWN;
+    EAudioEncodeType audioCodec = AUDIO_ENCODE_UNKNOWN;
+};
+
+/// One service with a PMT.
+struct Service {
+    std::uint16_t id = 0;  ///< program_number
+    std::string name;      ///< from the SDT, UTF-8, may be empty
+    std::string provider;
+    std::uint16_t pmtPid = 0;
+    std::uint16_t pcrPid = 0x1FFF;
+    std::vector<ElementaryStream> streams;  ///< in PMT order
+
+    /// @return the first stream of a kind, or null
+    const ElementaryStream *First(StreamKind kind) const;
+};
+
+struct ScanResult {
+    std::string error;              ///< empty on success; else one sentence for the user
+    std::vector<Service> services;  ///< by service id
+};
+
+/// Reads the services of a transport stream (PAT, PMTs, SDT) from its beginning, at most 64 MiB.
+ScanResult ScanServices(const std::string &path);
+
+/// Channel information as a TV would hand it out for a service.
+TvChannelInfo ChannelInfoOf(const Service &service);
+
+// --- Recorder ------------------------------------------------------------------------------------
+
+struct RecorderOptions {
+    std::string source;  ///< transport stream: a file, a pipe, "-" for standard input
+    double speed = 1.0;  ///< times stream time, paced by the PCR; 0: as fast as the disk allows
+};
+
+/// @return a recorder for tv_recorder_*; the source is opened by tv_recorder_start
+void *CreateRecorder(const RecorderOptions &options);
+/// Stops it if it runs.
+void DestroyRecorder(void *recorder);
+
+// --- Player --------------------------------------------------------------------------------------
+
+/// What a player callback carries; zero where it does not apply.
+struct PlayerMessage {
+    int subEventType = 0;
+    int timeCode = 0;  ///< milliseconds of stream time
+    int errCode = 0;
+};
+
+/// Runs on the player's clock thread, without a lock held.
+using PlayerCallback = std::function<void(TVCallbackType type, const PlayerMessage &message)>;
+
+struct PlayerOptions {
+    double clockFactor = 1.0;  ///< the player's clock runs this many times faster than real time
+};
+
+/// @return a player for tv_player_*
+void *CreatePlayer(const PlayerOptions &options);
+/// @return the stream of a player for tv_stream_*; lives as long as the player
+void *StreamOf(void *player);
+void SetPlayerCallback(void *player, PlayerCallback callback);
+/// Stops it if it runs; no callback runs after it.
+void DestroyPlayer(void *player);
+
+/// What the viewer would see and hear, and what was programmed last. Values that were never set
+/// are -1 where no other default is given.
+struct PlayerState {
+    enum class Run { Stopped, Ready, Playing, Paused };
+    Run run = Run::Stopped;
+    double rate = 1.0;
+    std::int64_t positionMs = 0;
+    std::int64_t durationMs = 0;
+    int videoPid = -1;
+    int audioPid = -1;
+    int pcrPid = -1;
+    int videoCodec = -1;  ///< property 509
+    int audioCodec = -1;  ///< property 314
+    int stereoMode = -1;  ///< property 320
+    int hasVideo = -1;    ///< property 307
+    int adPid = -1;       ///< property 134
+    int adCodec = -1;     ///< property 1214
+    bool adEnabled = false;
+    bool audioMuted = false;  ///< property 406
+    bool videoMuted = false;  ///< property 602
+    bool still = false;       ///< property 603
+    bool held = false;        ///< property 302
+    bool sourceMuted = true;  ///< property 807; a source starts muted
+    int threeDMode = 0;
+    int threeDFormat = -1;
+    int subVideoPid = -1;
+    bool waitingForUnmute = false;  ///< no decodable unit found yet on the programmed PIDs
+};
+
+/// Thread-safe.
+PlayerState GetPlayerState(void *player);
+
+/// Times and channel information of the stretches of the source, as far as it is known.
+struct ChannelStretchInfo {
+    std::int64_t timeMs = 0;
+    TvChannelInfo info{};
+};
+std::vector<ChannelStretchInfo> GetChannelStretches(void *player);
+
+}  // namespace tvdesktop
+
+#endif

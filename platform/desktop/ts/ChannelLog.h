@@ -1,0 +1,39 @@
+/// @file
+/// The side file of a recording: which channel information applied from when on.
+#ifndef TVDESKTOP_TS_CHANNELLOG_H
+#define TVDESKTOP_TS_CHANNELLOG_H
+
+#include <TVTypes.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tvdesktop::ts {
+
+/// One stretch of a recording, from its begin to the next one's.
+struct ChannelStretch {
+    std::int64_t timeMs = 0;   ///< stream time at which the stretch begins
+    std::uint64_t offset = 0;  ///< first byte of the recording that belongs to it
+    TvChannelInfo info{};
+};
+
+/// Path of the side file: the recording's path with ".chan" appended.
+std::string ChannelLogPath(const std::string &recording);
+
+/// Reads a side file: text, a version line, then one line a stretch with its time, its offset and
+/// the 192 bytes of channel information as hexadecimal digits. Lines that do not parse, a last line
+/// without its newline, and stretches out of order are left out.
+/// @return the stretches in order; empty when there is no such file
+std::vector<ChannelStretch> ReadChannelLog(const std::string &recording);
+
+/// Adds one stretch; the line reaches the file with one write. A new file gets its version line.
+/// @return false when the file could not be written; errno tells why
+bool AppendChannelLog(const std::string &recording, const ChannelStretch &stretch);
+
+/// Replaces the side file as a whole: a temporary file, flushed, then renamed over it.
+bool WriteChannelLog(const std::string &recording, const std::vector<ChannelStretch> &stretches);
+
+}  // namespace tvdesktop::ts
+
+#endif

@@ -1,0 +1,128 @@
+/// @file
+/// Plain types that the TV's media libraries share with their users.
+///
+/// Only the documented fields have a meaning here; everything between them belongs to the media
+/// libraries and travels through unread. The offsets are part of the binary interface and pinned
+/// below.
+#ifndef TVPLATFORM_TVTYPES_H
+#define TVPLATFORM_TVTYPES_H
+
+#include <cstddef>
+#include <cstdint>
+
+/// What a media callback reports.
+enum TVCallbackType : int {
+    TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE = 16,  ///< the video decoder shows its first picture
+    TV_PLAYER_CALLBACK_AUDIODEC_AUDIO_INFO_LOCK = 23,  ///< the audio decoder knows its stream
+    TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION = 30,    ///< application event of a playback
+    TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR = 31,          ///< error of a playback
+    TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION = 32,  ///< param: GstMessage of type application
+    TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR = 33,        ///< param: GstMessage of type error
+    TV_PLAYER_CALLBACK_ASM_COMMAND = 34,               ///< param: TvStreamAsmSoundCommand
+};
+
+/// Video codec of a broadcast stream, as channel information carries it. The values are the
+/// platform's; the library passes them through and converts them with TVPlayerDataUtil.
+enum EVideoEncodeType : uint32_t {
+    VIDEO_ENCODE_UNKNOWN = 0,
+    VIDEO_ENCODE_MPEG1 = 1,
+    VIDEO_ENCODE_MPEG2 = 2,
+    VIDEO_ENCODE_MPEG4 = 3,
+    VIDEO_ENCODE_H264 = 4,
+    VIDEO_ENCODE_HEVC = 5,
+};
+
+/// Audio codec of a broadcast stream, as channel information carries it.
+enum EAudioEncodeType : uint32_t {
+    AUDIO_ENCODE_UNKNOWN = 0,
+    AUDIO_ENCODE_MPEG1 = 1,
+    AUDIO_ENCODE_MPEG2 = 2,
+    AUDIO_ENCODE_AAC = 3,
+    AUDIO_ENCODE_HEAAC = 4,
+    AUDIO_ENCODE_AC3 = 5,
+    AUDIO_ENCODE_EAC3 = 6,
+};
+
+/// Multi-sound mode of a stream.
+enum EMultiSoundMode : uint32_t {
+    MULTI_SOUND_MONO = 0,
+    MULTI_SOUND_STEREO = 1,
+    MULTI_SOUND_DUAL_LEFT = 2,
+    MULTI_SOUND_DUAL_RIGHT = 3,
+    MULTI_SOUND_DUAL_MIX = 4,
+};
+
+/// Who chose an audio stream.
+enum EAudioSelectionType : uint32_t {
+    AUDIO_SELECTION_AUTO = 0,
+    AUDIO_SELECTION_USER = 1,
+};
+
+/// Sound command of the TV's audio session manager (ASM); only the command word is read.
+struct TvStreamAsmSoundCommand {
+    int32_t command;
+};
+
+/// A video stream of a service.
+struct TSVideo {
+    uint8_t reserved0[10];
+    uint16_t pid;  ///< video PID
+    EVideoEncodeType codecType;
+    uint16_t pcrPid;
+    uint16_t reserved1;
+};
+
+/// An audio stream of a service, audio description included.
+struct TSAudio {
+    uint8_t reserved0[16];
+    EAudioEncodeType codecType;
+    uint16_t pid;  ///< audio PID
+    uint16_t reserved1;
+    EMultiSoundMode multiSoundMode;
+};
+
+/// Channel information: the streams of one channel at one time of a stream or a recording.
+/// Multi-byte fields are in the machine's (little-endian) order.
+struct TvChannelInfo {
+    uint8_t reserved0[6];
+    uint16_t programNum;  ///< program_number of the service
+    uint16_t major;
+    uint16_t minor;
+    uint8_t reserved12[132];
+    int32_t audioPid;
+    uint8_t reserved148[4];
+    EAudioEncodeType audioCodecType;
+    EMultiSoundMode multiSoundMode;
+    uint8_t reserved160[8];
+    int32_t korean3d;        ///< 1: a 3D service with a second video stream
+    uint16_t videoPid;       ///< 0 or 0xFFFF: no video
+    uint16_t subVideoPid;    ///< second video stream of a 3D service
+    uint8_t videoCodecType;  ///< EVideoEncodeType in one byte
+    uint8_t reserved177;
+    uint16_t pcrPid;
+    uint8_t reserved180[4];
+    int32_t pidDescrambled;  ///< non-zero: the sender reports descrambled PIDs
+    uint8_t reserved[4];     ///< [1] non-zero: only one audio PID is descrambled
+};
+
+static_assert(sizeof(TSVideo) == 20 && offsetof(TSVideo, pid) == 10 &&
+                  offsetof(TSVideo, codecType) == 12 && offsetof(TSVideo, pcrPid) == 16,
+              "TSVideo is read by offset");
+static_assert(sizeof(TSAudio) == 28 && offsetof(TSAudio, codecType) == 16 &&
+                  offsetof(TSAudio, pid) == 20 && offsetof(TSAudio, multiSoundMode) == 24,
+              "TSAudio is read by offset");
+static_assert(sizeof(TvChannelInfo) >= 192 && offsetof(TvChannelInfo, programNum) == 6 &&
+                  offsetof(TvChannelInfo, major) == 8 && offsetof(TvChannelInfo, minor) == 10 &&
+                  offsetof(TvChannelInfo, audioPid) == 144 &&
+                  offsetof(TvChannelInfo, audioCodecType) == 152 &&
+                  offsetof(TvChannelInfo, multiSoundMode) == 156 &&
+                  offsetof(TvChannelInfo, korean3d) == 168 &&
+                  offsetof(TvChannelInfo, videoPid) == 172 &&
+                  offsetof(TvChannelInfo, subVideoPid) == 174 &&
+                  offsetof(TvChannelInfo, videoCodecType) == 176 &&
+                  offsetof(TvChannelInfo, pcrPid) == 178 &&
+                  offsetof(TvChannelInfo, pidDescrambled) == 184 &&
+                  offsetof(TvChannelInfo, reserved) == 188,
+              "channel information is read by offset");
+
+#endif

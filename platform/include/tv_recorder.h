@@ -1,0 +1,67 @@
+/// @file
+/// The TV's recorder library: one recorder object writes one sink.
+///
+/// Every function answers 0 on success and a non-zero code of the library otherwise. The recorder
+/// belongs to whoever created it. Calls on one recorder come from one thread at a time; the
+/// callback runs on the recorder's own thread.
+#ifndef TVPLATFORM_TV_RECORDER_H
+#define TVPLATFORM_TV_RECORDER_H
+
+#include "TVTypes.h"
+
+/// Property ids of tv_recorder_set_property, each with the C type of its value.
+enum TvRecorderProperty : int {
+    TV_RECORDER_PROPERTY_AUDIO_PID = 24,          ///< int: main audio PID
+    TV_RECORDER_PROPERTY_VIDEO_PID = 25,          ///< int: video PID
+    TV_RECORDER_PROPERTY_REMOVE_PID = 28,         ///< int: PID to stop recording
+    TV_RECORDER_PROPERTY_PCR_PID = 29,            ///< int: PCR PID
+    TV_RECORDER_PROPERTY_ANALOGUE_34 = 34,        ///< int: 0 in the analogue set-up
+    TV_RECORDER_PROPERTY_AD_PID = 48,             ///< int: audio-description PID
+    TV_RECORDER_PROPERTY_ADD_PID = 49,            ///< int: one more PID; repeatable in one list
+    TV_RECORDER_PROPERTY_ANALOGUE_52 = 52,        ///< int: 0 in the analogue set-up
+    TV_RECORDER_PROPERTY_IS_TIMESHIFT = 53,       ///< int: non-zero for a timeshift buffer
+    TV_RECORDER_PROPERTY_SWAP_TS_TO_RECORD = 55,  ///< TvRecorderSwap *
+    TV_RECORDER_PROPERTY_FILE_NAME = 56,          ///< const char *: path of the sink
+    TV_RECORDER_PROPERTY_CHANNEL_INFO = 60,       ///< TvChannelInfo *
+    TV_RECORDER_PROPERTY_IS_SEGMENT_RECORD = 61,  ///< int: segment flag
+};
+
+/// Turns a running timeshift buffer into a recording. Read during the call only.
+struct TvRecorderSwap {
+    char *fileName;  ///< 256-byte block, NUL-terminated
+    int32_t isTimeshift;
+    int32_t isSegmentRecord;
+};
+
+extern "C" {
+
+/// @param param  GstMessage * (application, error) or TvStreamAsmSoundCommand *, by `type`; valid
+///               for the duration of the call, owned by the recorder
+typedef void (*tv_recorder_callback)(TVCallbackType type, void *user_data, void *param);
+
+/// Registers the one callback of a recorder; it stays until it is replaced or the recorder dies.
+int tv_recorder_set_callback(void *recorder, tv_recorder_callback callback, void *user_data);
+
+int tv_recorder_start(void *recorder);
+int tv_recorder_pause(void *recorder);
+int tv_recorder_resume(void *recorder);
+int tv_recorder_stop(void *recorder);
+
+/// Readies the tuner and the demultiplexer ahead of tv_recorder_start.
+int tv_recorder_set_playing_state_for_tuner_and_demuxer(void *recorder);
+
+/// Applies (id, value) pairs in the order given; the list is closed by a 0 id. Integer values are
+/// passed as `int`, the others as pointers: see @ref TvRecorderProperty.
+int tv_recorder_set_property(void *recorder, int id, ...);
+
+/// @param position  out: milliseconds of stream time written
+/// @param duration  out: milliseconds of stream time that the sink holds
+int tv_recorder_get_position(void *recorder, long long *position, long long *duration);
+
+/// @param hdd_size  disk size for which the duration is asked
+/// @param duration  out: how much timeshift it holds
+int tv_recorder_get_timeshift_duration(void *recorder, unsigned int hdd_size,
+                                       unsigned int *duration);
+}
+
+#endif
