@@ -63,13 +63,13 @@ MOXPVR_EXPORT unsigned int mox_pvr_control_recording(unsigned int inSize, unsign
 /// that is no digit counts as 0.
 /// @param text           `length` characters; need not be NUL-terminated
 /// @param decodedLength  out: bytes written to `dest`
-/// @return 0; -1 for a null text or destination, a length below 1 or an odd one
+/// @return 0; -1 for a null argument, a length below 1 or an odd one
 MOXPVR_EXPORT int parse_string_to_buf(char *text, int length, void *dest, int *decodedLength);
 
 /// Encodes bytes as lower-case hexadecimal text with a terminating NUL.
 /// @param dest        at least 2 * count + 1 bytes
 /// @param textLength  out: characters written, the NUL not counted
-/// @return 0; 1 for a null source or destination, a count of 0 or one whose text length does not
+/// @return 0; 1 for a null argument, a count of 0 or one whose text length does not
 ///         fit 32 bits
 MOXPVR_EXPORT int build_buf_to_string(void *src, unsigned int count, void *dest,
                                       unsigned int *textLength);
@@ -79,7 +79,7 @@ MOXPVR_EXPORT int hex_char_to_int(char c);
 
 /// Earlier decoder, kept for its callers: each pair is scanned with "%02x" and counts as 0 when it
 /// does not scan; a negative even length decodes nothing and reports length / 2.
-/// @return 0; 1 for a null text or destination, a length of 0 or an odd one
+/// @return 0; 1 for a null argument, a length of 0 or an odd one
 MOXPVR_EXPORT int parse_string_to_buf_old(char *text, int length, void *dest, int *decodedLength);
 
 #endif

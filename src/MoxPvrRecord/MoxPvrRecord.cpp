@@ -1,0 +1,765 @@
+#include "MoxPvrRecord/MoxPvrRecord.h"
+
+#include <TCVConfProvider.h>
+#include <tv_recorder.h>
+#include <tv_stream.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <new>
+
+#include "ControlRequest.h"
+#include "EventRecord.h"
+#include "GstError.h"
+#include "WireRecord.h"
+
+using mox::kLogProgress;
+using mox::kLogReport;
+using mox::kLogTrace;
+using mox::LogPlace;
+using mox::WireRecord;
+
+namespace {
+
+constexpr char kBuildStamp[] = "20150109 2204";
+
+constexpr int kMaxPidsOfUpdate = (mox::kRecordSize - 8) / 4;
+
+bool IsPidGiven(unsigned int pid) {
+    return pid != 0 && pid != 0xFFFFFFFF;
+}
+
+/// The one callback of every platform recorder; `recorder` is the instance that registered it.
+void RecordCB(TVCallbackType type, void *recorder, void *param) {
+    MOX_LOG(kLogProgress, "RecordCB | this func is started\n");
+    if (param == nullptr) {
+        MOX_LOG(kLogReport, "failed [%s]\n\n", "param");
+        return;
+    }
+    if (recorder == nullptr) {
+        MOX_LOG(kLogReport, "RecordCB | recorder pointer is null\n");
+        return;
+    }
+    MOX_LOG(kLogProgress,
+            "TVCallbackType values: TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION[%d], "
+            "TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR[%d],  TV_PLAYER_CALLBACK_ASM_COMMAND[%d]\n",
+            TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR,
+            TV_PLAYER_CALLBACK_ASM_COMMAND);
+    MOX_LOG(kLogProgress, "RecordCB | received callback event, callback_type [%d]\n", type);
+    auto *instance = static_cast<CMOXPVRRecorder *>(recorder);
+    switch (type) {
+        case TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION:
+            instance->AppCB(static_cast<GstMessage *>(param));
+            break;
+        case TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR:
+            instance->ErrorCB(static_cast<GstMessage *>(param));
+            break;
+        case TV_PLAYER_CALLBACK_ASM_COMMAND:
+            instance->AsmCB(static_cast<TvStreamAsmSoundCommand *>(param));
+            break;
+        default:
+            MOX_LOG(kLogReport, "[FAT] Unknow callback type\n");
+            break;
+    }
+    MOX_LOG(kLogProgress, "RecordCB | this func is ended\n");
+}
+
+}  // namespace
+
+// --- Control requests ----------------------------------------------------------------------------
+
+namespace {
+
+using mox::Call;
+using Recorder = CMOXPVRRecorder;
+
+constexpr mox::ControlCommand<CMOXPVRRecorder> kCommands[] = {
+    /*  1 */ {Call<&Recorder::SetHandle>, false},
+    /*  2 */ {Call<&Recorder::SetDemuxProperty>, false},
+    /*  3 */ {Call<&Recorder::SetSinkProperty>, false},
+    /*  4 */ {Call<&Recorder::SetChannelInfoProperty>, false},
+    /*  5 */ {Call<&Recorder::SetATVProperty>, false},
+    /*  6 */ {Call<&Recorder::Start>, false},
+    /*  7 */ {Call<&Recorder::Pause>, false},
+    /*  8 */ {Call<&Recorder::Resume>, false},
+    /*  9 */ {Call<&Recorder::Stop>, false},
+    /* 10 */ {Call<&Recorder::GetProgress>, true},
+    /* 11 */ {Call<&Recorder::SwapTS2Record>, false},
+    /* 12 */ {Call<&Recorder::UpdateSi>, false},
+    /* 13 */ {Call<&Recorder::GetTSDuration>, true},
+    /* 14 */ {Call<&Recorder::ClearDemuxInfo>, false},
+    /* 15 */ {Call<&Recorder::RecordInformPowerChange>, false},
+    /* 16 */ {Call<&Recorder::GetTunerIndex>, false},
+    /* 17 */ {Call<&Recorder::SetBackgroundAPID>, false},
+    /* 18 */ {Call<&Recorder::SetDuration>, false},
+    /* 19 */ {Call<&Recorder::PreStart>, false},
+};
+
+}  // namespace
+
+unsigned int CMOXPVRRecorder::CtrlRecorder(unsigned int inSize, unsigned char *inData,
+                                           unsigned int &outSize, unsigned char *outData) {
+    if (inData == nullptr)
+        return mox::kBadRequest;
+    // Bounded, so that a text without its NUL is not read beyond the announced length.
+    MOX_LOG(kLogProgress, "CtrlRecorder | inSize[%d] inData[%.*s]\n", inSize,
+            static_cast<int>(std::min(inSize, mox::kMaxRequestText)),
+            reinterpret_cast<char *>(inData));
+    mox::ControlRequest request;
+    if (!request.Decode(inData, inSize))
+        return mox::kBadRequest;
+    MOX_LOG(kLogProgress, "CtrlRecorder | cmd [%d]\n", request.Command());
+    const auto *command = mox::FindCommand(kCommands, request.Command());
+    if (command == nullptr) {
+        MOX_LOG(kLogReport, "[FAT] CtrlRecorder | error command\n");
+        return mox::kBadRequest;
+    }
+    if (command->needsReply && outData == nullptr)
+        return mox::kMissing;
+    try {
+        return command->run(*this, {request.record(), outData, &outSize});
+    } catch (const std::bad_alloc &) {
+        MOX_LOG(kLogReport, "[FAT] CtrlRecorder | out of memory\n");
+        return mox::kMissing;
+    }
+}
+
+// --- Lifecycle -----------------------------------------------------------------------------------
+
+int CMOXPVRRecorder::Initilize(MOXHandle handle, void *recorder, int tunerIndex) {
+    m_moxHandle = handle;
+    m_handle = recorder;
+    m_nTunerIndex = tunerIndex;
+    return tv_recorder_set_callback(recorder, RecordCB, this);
+}
+
+bool CMOXPVRRecorder::HasRecorder(LogPlace place) const {
+    if (m_handle != nullptr)
+        return true;
+    MOX_LOG_AT(place, kLogReport, "failed [%s]\n\n", "m_handle");
+    return false;
+}
+
+int CMOXPVRRecorder::SetHandle(unsigned char *record) {
+    MOX_LOG(kLogProgress, "SetHandle | this func is started\n");
+    if (record == nullptr)
+        return mox::kMissing;
+    const WireRecord request(record);
+    const unsigned char handle = request.U8(4);
+    const unsigned long long serviceId = request.U64(8);
+    const int isSupportCi = request.I32(16);
+    MOX_LOG(kLogProgress, "SetHandle | handle [%d] service_id[%llu] is_support_ci[%d]\n", handle,
+            serviceId, isSupportCi);
+    m_nHandle = handle;
+    m_ullServiceID = serviceId;
+    m_bIsSupportCI = isSupportCi != 0;
+    return mox::kSuccess;
+}
+
+int CMOXPVRRecorder::SetDuration(unsigned char *record) {
+    MOX_LOG(kLogProgress, "SetDuration | this func is started\n");
+    if (record == nullptr)
+        return mox::kMissing;
+    const int duration = WireRecord(record).I32(4);
+    MOX_LOG(kLogProgress, "SetDuration | duration[%d]\n", duration);
+    return tv_stream_set_property(m_handle, TV_PROPERTY_RECORD_DURATION, duration, 0);
+}
+
+int CMOXPVRRecorder::PreStart() {
+    MOX_LOG(kLogReport, "[FAT] PreStart | this func is started\n");
+    if (!HasRecorder())
+        return mox::kMissing;
+    const int result = tv_recorder_set_playing_state_for_tuner_and_demuxer(m_handle);
+    MOX_LOG(kLogReport, "[FAT] PreStart | this func is ended, result [%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::Start() {
+    MOX_LOG(kLogProgress, "Start | this func is started, LAST_MODIFY_DATE[%s]\n", kBuildStamp);
+    if (!HasRecorder())
+        return mox::kMissing;
+    const int result = tv_recorder_start(m_handle);
+    MOX_LOG(kLogProgress, "Start | this func is ended, result [%d]\n", result);
+    if (result != 0)
+        return result;
+    const Sent sent = SendRecorderStarted();
+    if (sent == Sent::Accepted)
+        MOX_LOG(kLogReport, "[FAT] Start | send event out with mox-handle successfully\n");
+    else if (sent == Sent::Refused)
+        MOX_LOG(kLogReport, "[FAT] Start | send event out with mox-handle failed\n");
+    m_eRecordState = E_RECORD_STATE_REC;
+    return mox::kSuccess;
+}
+
+CMOXPVRRecorder::Sent CMOXPVRRecorder::SendRecorderStarted(LogPlace place) {
+    TIEventManager *manager = TIEventManager::Instance();
+    if (manager == nullptr)
+        return Sent::NoManager;
+    mox::EventRecord event(static_cast<std::uint8_t>(m_eRecordType), 0);
+    event.SetServiceId(m_ullServiceID);
+    MOX_LOG_AT(place, kLogProgress,
+               "TIEventManager::Instance()->Send, event[%d], m_ullServiceID[%lld], "
+               "eventData.data.c0[%d]\n",
+               mox::SIGNAL_PVR_RECORDER_STARTED, static_cast<long long>(m_ullServiceID),
+               event.c0());
+    return event.SendRecorderStarted(*manager, m_moxHandle) ? Sent::Accepted : Sent::Refused;
+}
+
+int CMOXPVRRecorder::Pause() {
+    MOX_LOG(kLogProgress, "Pause | this func is started\n");
+    if (!HasRecorder())
+        return mox::kMissing;
+    const int result = tv_recorder_pause(m_handle);
+    if (result == 0)
+        m_eRecordState = E_RECORD_STATE_PAUSE;
+    MOX_LOG(kLogProgress, "Pause | this func is ended, result [%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::Resume() {
+    MOX_LOG(kLogProgress, "Resume | this func is started\n");
+    if (!HasRecorder())
+        return mox::kMissing;
+    const int result = tv_recorder_resume(m_handle);
+    if (result == 0)
+        m_eRecordState = E_RECORD_STATE_REC;
+    MOX_LOG(kLogProgress, "Resume | this func is ended, result [%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::Stop() {
+    MOX_LOG(kLogProgress, "Stop | this func is started\n");
+    if (!HasRecorder())
+        return mox::kMissing;
+    const int result = tv_recorder_stop(m_handle);
+    MOX_LOG(kLogProgress, "Stop | this func is ended, result [%d]\n", result);
+    if (result == 0 && m_bIsSupportCI)
+        m_eRecordState = E_RECORD_STATE_STOPPED;
+    return result;
+}
+
+// --- What other services ask ---------------------------------------------------------------------
+
+int CMOXPVRRecorder::GetState(ePvrRecordState &state) {
+    MOX_LOG(kLogProgress, "this func is started\n");
+    MOX_LOG(kLogProgress, "m_eRecordState[%d]\n", m_eRecordState);
+    state = m_eRecordState;
+    return mox::kSuccess;
+}
+
+int CMOXPVRRecorder::GetServiceId(unsigned long long &serviceId) {
+    MOX_LOG(kLogProgress, "this func is started\n");
+    serviceId = m_ullServiceID;
+    MOX_LOG(kLogProgress, "ullServiceId[%llu]\n", serviceId);
+    return mox::kSuccess;
+}
+
+int CMOXPVRRecorder::GetFileName(std::string &name) {
+    MOX_LOG(kLogProgress, "this func is started\n");
+    MOX_LOG(kLogProgress, "fileName[%s]\n", m_strFileName.c_str());
+    try {
+        name = m_strFileName;
+    } catch (const std::bad_alloc &) {
+        MOX_LOG(kLogReport, "[FAT] GetFileName | out of memory\n");
+        return mox::kMissing;
+    }
+    return mox::kSuccess;
+}
+
+int CMOXPVRRecorder::GetMoxHandle(MOXHandle &handle) {
+    MOX_LOG(kLogProgress, "this func is called\n");
+    handle = m_moxHandle;
+    return mox::kSuccess;
+}
+
+// --- Streams -------------------------------------------------------------------------------------
+
+/// The record of SetDemuxProperty.
+struct CMOXPVRRecorder::DemuxRequest {
+    explicit DemuxRequest(unsigned char *record)
+        : audio(WireRecord(record).U32(4)),
+          video(WireRecord(record).U32(8)),
+          pcr(WireRecord(record).U32(12)),
+          isKorean3d(WireRecord(record).U32(16) != 0),
+          subVideo(WireRecord(record).U32(20)),
+          description(WireRecord(record).U32(24)) {}
+
+    bool HasVideo() const { return IsPidGiven(video); }
+    bool HasDescription() const { return IsPidGiven(description); }
+
+    unsigned int audio;
+    unsigned int video;
+    unsigned int pcr;
+    bool isKorean3d;
+    unsigned int subVideo;
+    unsigned int description;  ///< audio description
+};
+
+int CMOXPVRRecorder::SetDemuxProperty(unsigned char *record) {
+    MOX_LOG(kLogProgress, "this func is started\n");
+    if (!HasRecorder() || record == nullptr)
+        return mox::kMissing;
+    const DemuxRequest pids(record);
+    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | Received demux video pid is 0x%x\n", pids.video);
+    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | audio_pid is 0x%x\n", pids.audio);
+    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | Received demux pcr pid  is 0x%x\n", pids.pcr);
+    const int result = pids.HasVideo() ? SetVideoAndAudioPids(pids) : SetAudioOnlyPids(pids);
+    MOX_LOG(kLogProgress, "SetDemuxProperty | tv_recorder_set_property, result[%d]\n", result);
+    DumpPids(kLogReport, "");
+    MOX_LOG(kLogProgress, "SetDemuxProperty | this func is ended, result[%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::SetAudioOnlyPids(const DemuxRequest &pids, LogPlace place) {
+    // The audio stream carries the clock: it is listed in the place of the PCR PID as well.
+    m_vecDemuxPid.insert(m_vecDemuxPid.end(), {pids.audio, pids.audio});
+    MOX_LOG_AT(place, kLogReport,
+               "[FAT] ==========audio only, must set audio pid first, then don't set pcr pid, must "
+               "not set video pid!===========\n");
+    if (!pids.HasDescription())
+        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio, 0);
+    MOX_LOG_AT(place, kLogReport, "[FAT]there exist audio description pid:0x%x\n",
+               pids.description);
+    return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio,
+                                    TV_RECORDER_PROPERTY_ADD_PID, pids.description, 0);
+}
+
+int CMOXPVRRecorder::SetVideoAndAudioPids(const DemuxRequest &pids, LogPlace place) {
+    m_vecDemuxPid.insert(m_vecDemuxPid.end(), {pids.video, pids.pcr, pids.audio});
+    MOX_LOG_AT(place, kLogProgress, "normal situation\n");
+    if (pids.isKorean3d) {
+        MOX_LOG_AT(place, kLogReport, "[FAT]it is korea 3d, sub_video_pid:0x%x\n", pids.subVideo);
+        if (pids.HasDescription())
+            return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcr,
+                                            TV_RECORDER_PROPERTY_VIDEO_PID, pids.video,
+                                            TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio,
+                                            TV_RECORDER_PROPERTY_ADD_PID, pids.subVideo,
+                                            TV_RECORDER_PROPERTY_AD_PID, pids.description, 0);
+        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcr,
+                                        TV_RECORDER_PROPERTY_VIDEO_PID, pids.video,
+                                        TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio,
+                                        TV_RECORDER_PROPERTY_ADD_PID, pids.subVideo, 0);
+    }
+    if (pids.HasDescription()) {
+        MOX_LOG_AT(place, kLogReport, "[FAT]there exist audio description pid:0x%x\n",
+                   pids.description);
+        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcr,
+                                        TV_RECORDER_PROPERTY_VIDEO_PID, pids.video,
+                                        TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio,
+                                        TV_RECORDER_PROPERTY_ADD_PID, pids.description, 0);
+    }
+    return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcr,
+                                    TV_RECORDER_PROPERTY_VIDEO_PID, pids.video,
+                                    TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio, 0);
+}
+
+void CMOXPVRRecorder::DumpPids(mox::LogPriority priority, const char *marker,
+                               LogPlace place) const {
+    MOX_LOG_AT(place, priority, "%s===============now the pid info===============\n", marker);
+    int index = 0;
+    for (const unsigned int pid : m_vecDemuxPid)
+        MOX_LOG_AT(place, priority, "%sdemux property index [%d], pid [0x%x]\n", marker, index++,
+                   pid);
+    MOX_LOG_AT(place, priority, "%s==============================================\n", marker);
+}
+
+int CMOXPVRRecorder::UpdateSi(unsigned char *record) {
+    MOX_LOG(kLogTrace, "this func is started\n");
+    if (!HasRecorder() || record == nullptr)
+        return mox::kMissing;
+    const WireRecord request(record);
+    const int announced = request.I32(4);
+    const int count = std::min(announced, kMaxPidsOfUpdate);
+    // Room first, so that a PID stands in the list and the set or in neither when memory runs out.
+    m_vecDemuxPid.reserve(m_vecDemuxPid.size() + static_cast<std::size_t>(std::max(count, 0)));
+    int result = mox::kSuccess;
+    for (int i = 0; i < count; ++i) {
+        const unsigned int pid = request.U32(8 + 4 * static_cast<std::size_t>(i));
+        if (!m_setSiPid.insert(pid).second)
+            continue;
+        m_vecDemuxPid.push_back(pid);
+        result = tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_ADD_PID, pid, 0);
+        MOX_LOG(kLogReport,
+                "[FAT] tv_recorder_set_property set pid[0x%x] index[%d], pid num [%d], "
+                "result[%d]\n",
+                pid, i, announced, result);
+    }
+    DumpPids(kLogTrace, "[FAT] ");
+    MOX_LOG(kLogTrace, "this func is ended, result[%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::ClearDemuxInfo() {
+    MOX_LOG(kLogProgress, "ClearDemuxInfo | this func is started\n");
+    DumpPids(kLogReport, "");
+    if (!HasRecorder())
+        return mox::kMissing;
+    MOX_LOG(kLogReport, "[FAT] the pid size is [%d]\n", static_cast<int>(m_vecDemuxPid.size()));
+    int result = mox::kSuccess;
+    for (const unsigned int pid : m_vecDemuxPid) {
+        result = tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_REMOVE_PID, pid, 0);
+        MOX_LOG(kLogReport, "[FAT] ClearDemuxInfo | clear pid [%d], result [%d]\n", pid, result);
+    }
+    m_vecDemuxPid.clear();
+    m_setSiPid.clear();
+    MOX_LOG(kLogProgress, "ClearDemuxInfo | this func is ended, result [%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::SetChannelInfoProperty(unsigned char *record) {
+    constexpr std::size_t kChannelInfo = 4;  // where the channel information begins
+    MOX_LOG(kLogProgress, "SetChannelInfoProperty | this func is started\n");
+    if (!HasRecorder() || record == nullptr)
+        return mox::kMissing;
+    const WireRecord info(record + kChannelInfo);
+    const int pidDescrambled = info.I32(offsetof(TvChannelInfo, pidDescrambled));
+    MOX_LOG(kLogProgress,
+            "SetChannelInfoProperty | Received channelinfo in req_ptr video pid is 0x%x\n",
+            info.U16(offsetof(TvChannelInfo, videoPid)));
+    MOX_LOG(kLogProgress,
+            "SetChannelInfoProperty | Received channelinfo in req_ptr audio pid is 0x%x\n",
+            info.U32(offsetof(TvChannelInfo, audioPid)));
+    MOX_LOG(kLogProgress,
+            "SetChannelInfoProperty | Received channelinfo in req_ptr pcr pid  is 0x%x\n",
+            info.U16(offsetof(TvChannelInfo, pcrPid)));
+    MOX_LOG(kLogProgress,
+            "SetChannelInfoProperty | Received channelinfo in req_ptr program num  is %d\n",
+            info.U16(offsetof(TvChannelInfo, programNum)));
+    MOX_LOG(kLogProgress, "SetChannelInfoProperty | Received channelinfo in req_ptr major is %d\n",
+            info.U16(offsetof(TvChannelInfo, major)));
+    MOX_LOG(kLogProgress, "SetChannelInfoProperty | Received channelinfo in req_ptr minor is %d\n",
+            info.U16(offsetof(TvChannelInfo, minor)));
+    MOX_LOG(kLogProgress,
+            "SetChannelInfoProperty | Received channelinfo in req_ptr decode_type is %d\n",
+            info.I32(offsetof(TvChannelInfo, audioCodecType)));
+    MOX_LOG(kLogProgress,
+            "SetChannelInfoProperty | Received channelinfo in req_ptr pid_descrambled is %d\n",
+            pidDescrambled);
+    MOX_LOG(kLogProgress,
+            "SetChannelInfoProperty | Received channelinfo in req_ptr audio_mode is %d\n",
+            info.I32(offsetof(TvChannelInfo, multiSoundMode)));
+    const int descrambleMode = TCVConfProvider::GetDescrambleMode();
+    MOX_LOG(kLogReport, "iDescrambleMode %d\n", descrambleMode);
+    const bool oneAudioPidOnly = pidDescrambled != 0 && descrambleMode == 1;
+    record[kChannelInfo + offsetof(TvChannelInfo, reserved) + 1] = oneAudioPidOnly ? 1 : 0;
+    if (oneAudioPidOnly)
+        MOX_LOG(kLogReport, "only one audio pid is descrambled\n");
+    else
+        MOX_LOG(kLogReport, "all pids are descrambled\n");
+    const int result =
+        tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_CHANNEL_INFO,
+                                 reinterpret_cast<TvChannelInfo *>(record + kChannelInfo), 0);
+    MOX_LOG(kLogProgress, "SetChannelInfoProperty | this func is ended, result[%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::SetBackgroundAPID(unsigned char *record) {
+    MOX_LOG(kLogProgress, "SetBackgroundAPID | this func is started\n");
+    if (!HasRecorder() || record == nullptr)
+        return mox::kMissing;
+    const unsigned int audio = WireRecord(record).U32(4);
+    const int result = tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_AUDIO_PID, audio, 0);
+    MOX_LOG(kLogReport, "SetBackgroundAPID | [apid: %d ]\n", audio);
+    return result;
+}
+
+int CMOXPVRRecorder::SetATVProperty() {
+    MOX_LOG(kLogProgress, "SetATVProperty | this func is started\n");
+    if (!HasRecorder())
+        return mox::kMissing;
+    // Analogue channels are digitised onto fixed PIDs.
+    const int result = tv_recorder_set_property(
+        m_handle, TV_RECORDER_PROPERTY_VIDEO_PID, 0x40, TV_RECORDER_PROPERTY_AUDIO_PID, 0x41,
+        TV_RECORDER_PROPERTY_PCR_PID, 0x40, TV_RECORDER_PROPERTY_ADD_PID, 0x0,
+        TV_RECORDER_PROPERTY_ADD_PID, 0x20, TV_RECORDER_PROPERTY_ANALOGUE_34, 0,
+        TV_RECORDER_PROPERTY_ANALOGUE_52, 0, 0);
+    MOX_LOG(kLogProgress, "SetATVProperty | this func is ended, result[%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::GetTunerIndex(void *reply, unsigned int *replyLength) {
+    mox::ReplyRecord<1> record;
+    record.Put(0, static_cast<std::uint32_t>(m_nTunerIndex));
+    build_buf_to_string(record.data(), record.size(), reply, replyLength);
+    return mox::kSuccess;
+}
+
+// --- Sink, timeshift and progress ----------------------------------------------------------------
+
+namespace {
+
+/// The record of SetSinkProperty and SwapTS2Record.
+struct SinkRequest {
+    explicit SinkRequest(unsigned char *record)
+        : fileName(WireRecord(record).Text(4)),
+          isTimeshift(WireRecord(record).I32(260)),
+          isSegmentRecord(WireRecord(record).I32(264)) {}
+
+    char *fileName;
+    int isTimeshift;
+    int isSegmentRecord;
+};
+
+}  // namespace
+
+int CMOXPVRRecorder::SetSinkProperty(unsigned char *record) {
+    MOX_LOG(kLogProgress, "SetSinkProperty | this func is started\n");
+    if (!HasRecorder() || record == nullptr)
+        return mox::kMissing;
+    const SinkRequest sink(record);
+    std::string fileName(sink.fileName);
+    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink file name is %s\n", sink.fileName);
+    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink is_timeshift is %d\n",
+            sink.isTimeshift);
+    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink is_segment_record is %d\n",
+            sink.isSegmentRecord);
+    m_eRecordType = sink.isTimeshift != 0 ? E_RECORD_TYPE_TIMESHIFT : E_RECORD_TYPE_RECORD;
+    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | m_eRecordType[%d]\n", m_eRecordType);
+    const int result = tv_recorder_set_property(
+        m_handle, TV_RECORDER_PROPERTY_FILE_NAME, sink.fileName, TV_RECORDER_PROPERTY_IS_TIMESHIFT,
+        sink.isTimeshift, TV_RECORDER_PROPERTY_IS_SEGMENT_RECORD, sink.isSegmentRecord, 0);
+    m_strFileName = std::move(fileName);
+    MOX_LOG(kLogProgress, "SetSinkProperty | this func is ended, result[%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::SwapTS2Record(unsigned char *record) {
+    MOX_LOG(kLogProgress, "SwapTS2Record | this func is started\n");
+    if (!HasRecorder() || record == nullptr)
+        return mox::kMissing;
+    const SinkRequest sink(record);
+    std::array<char, mox::kTextFieldSize> fileName{};
+    std::snprintf(fileName.data(), fileName.size(), "%s", sink.fileName);
+    TvRecorderSwap swap{fileName.data(), sink.isTimeshift, sink.isSegmentRecord};
+    m_strFileName = sink.fileName;
+    MOX_LOG(kLogProgress, "SwapTS2Record | Received sink file name is %s,  %s\n", sink.fileName,
+            swap.fileName);
+    MOX_LOG(kLogProgress, "SwapTS2Record | Received sink is_timeshift is %d,  %d\n",
+            sink.isTimeshift, swap.isTimeshift);
+    MOX_LOG(kLogProgress, "SwapTS2Record | the file name pointer is [%p]\n",
+            static_cast<void *>(swap.fileName));
+    const int result =
+        tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_SWAP_TS_TO_RECORD, &swap, 0);
+    if (result == 0) {
+        m_eRecordType = E_RECORD_TYPE_TIMESHIFT;
+        const Sent sent = SendRecorderStarted();
+        if (sent == Sent::Accepted)
+            MOX_LOG(kLogReport, "SwapTS2Record | send event out with mox-handle successfully\n");
+        else if (sent == Sent::Refused)
+            MOX_LOG(kLogReport, "SwapTS2Record | send event out with mox-handle failed\n");
+    }
+    MOX_LOG(kLogProgress, "SwapTS2Record | this func is ended, result[%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::GetTSDuration(unsigned char *record, void *reply, unsigned int *replyLength) {
+    MOX_LOG(kLogProgress, "GetTSDuration | this func is started\n");
+    if (!HasRecorder() || record == nullptr)
+        return mox::kMissing;
+    const unsigned int hddSize = WireRecord(record).U32(4);
+    unsigned int duration = 0;
+    const int result = tv_recorder_get_timeshift_duration(m_handle, hddSize, &duration);
+    MOX_LOG(kLogProgress, "GetTSDuration | hdd_size [%d] timeshift_duration [%d]\n", hddSize,
+            duration);
+    mox::ReplyRecord<1> answer;
+    answer.Put(0, duration);
+    build_buf_to_string(answer.data(), answer.size(), reply, replyLength);
+    MOX_LOG(kLogProgress, "GetTSDuration | this func is ended, result [%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::GetProgress(void *reply, unsigned int *replyLength) {
+    MOX_LOG(kLogProgress, "GetProgress | this func is started\n");
+    if (!HasRecorder())
+        return mox::kMissing;
+    long long position = 0;
+    long long duration = 0;
+    const int result = tv_recorder_get_position(m_handle, &position, &duration);
+    MOX_LOG(kLogProgress, "GetProgress | pos[%lld] duration[%lld]\n", position, duration);
+    mox::ReplyRecord<2> answer;
+    answer.Put(0, static_cast<std::uint64_t>(position));
+    answer.Put(1, static_cast<std::uint64_t>(duration));
+    build_buf_to_string(answer.data(), answer.size(), reply, replyLength);
+    MOX_LOG(kLogProgress, "GetProgress | this func is ended, result[%d]\n", result);
+    return result;
+}
+
+int CMOXPVRRecorder::GetRecordProgress(long &position) {
+    MOX_LOG(kLogProgress, "this func is started\n");
+    if (!HasRecorder())
+        return mox::kMissing;
+    long long recorded = 0;
+    long long duration = 0;
+    const int result = tv_recorder_get_position(m_handle, &recorded, &duration);
+    MOX_LOG(kLogProgress, "GetProgress | pos[%lld] duration[%lld]\n", recorded, duration);
+    // 32 bits wherever `long` is wider: callers on the TV know no more.
+    position = static_cast<std::int32_t>(recorded);
+    MOX_LOG(kLogProgress, "this func is ended, nResult[%d]\n", result);
+    return result;
+}
+
+// --- Callbacks of the platform recorder ----------------------------------------------------------
+
+namespace {
+
+/// Which detail code an application type, error code or sound command becomes; 0 for none.
+struct DetailOf {
+    int code;
+    mox::EventDetail detail;
+};
+
+constexpr DetailOf kApplicationDetails[] = {{2, mox::kRecorderApplication2},
+                                            {4, mox::kRecorderApplication4}};
+constexpr DetailOf kErrorDetails[] = {
+    {0, mox::kRecorderError0}, {2, mox::kRecorderError2}, {4, mox::kRecorderError4}};
+
+template <std::size_t Count>
+const DetailOf *FindDetail(const DetailOf (&table)[Count], int code) {
+    const auto *row = std::find_if(std::begin(table), std::end(table),
+                                   [code](const DetailOf &entry) { return entry.code == code; });
+    return row == std::end(table) ? nullptr : row;
+}
+
+}  // namespace
+
+void CMOXPVRRecorder::AppCB(GstMessage *message) {
+    MOX_LOG(kLogProgress, "AppCB | this func is started\n");
+    if (message == nullptr) {
+        MOX_LOG(kLogReport, "failed [%s]\n\n", "param");
+        return;
+    }
+    const int type = mox::MessageField(message, "app_type");
+    const int param = mox::MessageField(message, "app_param");
+    MOX_LOG(kLogProgress, "AppCB | event type [%d]\n", type);
+    const DetailOf *found = FindDetail(kApplicationDetails, type);
+    if (found == nullptr) {
+        MOX_LOG(kLogReport, "[FAT] AppCB | Invalid event detail type\n");
+        return;
+    }
+    mox::EventRecord event(m_nHandle, found->detail);
+    event.SetWord(1, param);
+    event.SetWord(2, -1);
+    event.SetWord(3, -1);
+    MOX_LOG(kLogProgress, "AppCB | app_type[%d] app_param[%d], c0[%d] c1[%d] L1[%d]\n", type, param,
+            event.c0(), event.c1(), param);
+    if (event.SendSysChange())
+        MOX_LOG(kLogProgress, "AppCB | send event out successfully\n");
+    else
+        MOX_LOG(kLogReport, "[FAT] AppCB | send event failed\n");
+    MOX_LOG(kLogProgress, "AppCB | this func is ended\n");
+}
+
+void CMOXPVRRecorder::ErrorCB(GstMessage *message) {
+    MOX_LOG(kLogProgress, "ErrorCB | this func is started\n");
+    if (message == nullptr) {
+        MOX_LOG(kLogReport, "failed [%s]\n\n", "param");
+        return;
+    }
+    const mox::GstError error(message);
+    if (!error.HasError() || !error.HasDebugText())
+        return;
+    g_printerr("ErrorCB | Error received from element %s: %s\n", error.elementName(), error.text());
+    MOX_LOG(kLogProgress, "ErrorCB | error code is [%d]\n", error.code());
+    const DetailOf *found = FindDetail(kErrorDetails, error.code());
+    if (found == nullptr) {
+        MOX_LOG(kLogReport, "[FAT] ErrorCB | Invalid event detail type\n");
+        return;
+    }
+    mox::EventRecord event(m_nHandle, found->detail);
+    MOX_LOG(kLogProgress, "ErrorCB | received event, handle [%d] event [%d]\n", event.c0(),
+            event.c1());
+    if (event.SendSysChange())
+        MOX_LOG(kLogProgress, "ErrorCB | send event out successfully\n");
+    else
+        MOX_LOG(kLogReport, "[FAT] ErrorCB | send event out failed\n");
+    MOX_LOG(kLogProgress, "ErrorCB | this func is ended\n");
+}
+
+void CMOXPVRRecorder::AsmCB(TvStreamAsmSoundCommand *command) {
+    constexpr int kReportedCommand = 2;
+    MOX_LOG(kLogProgress, "AsmCB | this func is started\n");
+    if (command == nullptr) {
+        MOX_LOG(kLogReport, "failed [%s]\n\n", "param");
+        return;
+    }
+    MOX_LOG(kLogProgress, "AsmCB | eTvStreamAsmSoundCommand[%d]\n", command->command);
+    if (command->command != kReportedCommand) {
+        MOX_LOG(kLogProgress, "Unknown TvStreamAsmSoundCommand\n");
+        return;
+    }
+    mox::EventRecord event(m_nHandle, mox::kRecorderSoundCommand2);
+    event.SetWord(2, -1);
+    event.SetWord(3, -1);
+    MOX_LOG(kLogProgress, "AsmCB | eTvStreamAsmSoundCommand[%d], c0[%d] c1[%d] L1[%d]\n",
+            command->command, event.c0(), event.c1(), 0);
+    if (event.SendSysChange())
+        MOX_LOG(kLogProgress, "AsmCB | send event out successfully\n");
+    else
+        MOX_LOG(kLogReport, "[FAT] AsmCB | send event failed\n");
+}
+
+void CMOXPVRRecorder::DoTvpCallback(TVCallbackType /*type*/, void * /*data*/, void * /*userData*/) {
+    MOX_LOG(kLogProgress, "DoTvpCallback | this func is started\n");
+    MOX_LOG(kLogProgress, "DoTvpCallback | this func is ended\n");
+}
+
+int CMOXPVRRecorder::RecordInformPowerChange(unsigned char *record) {
+    MOX_LOG(kLogProgress, "this func is started\n");
+    if (!HasRecorder())
+        return mox::kBadRequest;
+    if (record == nullptr)
+        return mox::kMissing;
+    MOX_LOG(kLogProgress, "power state [%d]\n", WireRecord(record).I32(4));
+    return mox::kSuccess;
+}
+
+// --- Registry ------------------------------------------------------------------------------------
+
+CMOXPVRRecorderMgr *CMOXPVRRecorderMgr::m_pRecorderMgr = nullptr;
+
+CMOXPVRRecorderMgr *CMOXPVRRecorderMgr::GetInstance() {
+    if (m_pRecorderMgr == nullptr)
+        m_pRecorderMgr = new (std::nothrow) CMOXPVRRecorderMgr;
+    return m_pRecorderMgr;
+}
+
+CMOXPVRRecorderMgr::CMOXPVRRecorderMgr() {
+    MOX_LOG(kLogProgress, "CMOXPVRRecorderMgr |  constructor recorder mgr\n");
+}
+
+CMOXPVRRecorderMgr::~CMOXPVRRecorderMgr() {
+    MOX_LOG(kLogProgress, "CMOXPVRRecorderMgr |  destructor recorder mgr\n");
+    m_pRecorderMgr = nullptr;
+}
+
+CMOXPVRRecorder *CMOXPVRRecorderMgr::SetRecorderHandle(MOXHandle handle, void *recorder,
+                                                       int tunerIndex) {
+    MOX_LOG(kLogProgress, "this func is started\n");
+    if (recorder == nullptr) {
+        MOX_LOG(kLogReport, "[FAT] CMOXPVRRecorderMgr | invalid parameter recorder handle\n");
+        return nullptr;
+    }
+    std::unique_ptr<CMOXPVRRecorder> instance(new (std::nothrow) CMOXPVRRecorder);
+    if (instance == nullptr || !m_recorders.Store(handle, instance.get())) {
+        MOX_LOG(kLogReport, "[FAT] new CMOXPVRRecorder failed\n");
+        return nullptr;
+    }
+    CMOXPVRRecorder *registered = instance.release();
+    registered->Initilize(handle, recorder, tunerIndex);
+    MOX_LOG(kLogProgress, "this func is ended\n");
+    return registered;
+}
+
+CMOXPVRRecorder *CMOXPVRRecorderMgr::GetRecorderInstance(MOXHandle handle) {
+    CMOXPVRRecorder *recorder = m_recorders.Find(handle);
+    if (recorder != nullptr)
+        MOX_LOG(kLogTrace, "find recorder pointer [%p]\n", static_cast<void *>(recorder));
+    return recorder;
+}
+
+int CMOXPVRRecorderMgr::Destroy(MOXHandle handle) {
+    m_recorders.Destroy(handle);
+    return mox::kSuccess;
+}
