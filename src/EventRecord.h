@@ -19,6 +19,7 @@ enum EventNumber : int {
 
 /// Detail codes (`c1`) of SIGNAL_PVR_SYS_CHANGE.
 enum EventDetail : std::uint8_t {
+    kNoDetail = 0,
     kPlaybackApplication0 = 1,
     kPlaybackApplication1 = 2,
     kPlaybackUnmute = 3,
@@ -32,12 +33,28 @@ enum EventDetail : std::uint8_t {
     kRecorderSoundCommand2 = 154,
 };
 
+/// One row of a table from a platform's number (application type, error code) to its detail code.
+struct DetailOf {
+    int number;
+    EventDetail detail;
+};
+
+/// @return the detail code of a number, kNoDetail when the table has none
+template <std::size_t Count>
+EventDetail FindDetail(const DetailOf (&table)[Count], int number) {
+    for (const DetailOf &row : table) {
+        if (row.number == number)
+            return row.detail;
+    }
+    return kNoDetail;
+}
+
 /// Zeroed before it is filled, so that nothing of the stack leaves the library: `c0` at byte 0,
 /// `c1` at byte 1, the signed words L1 to L3 at bytes 4, 8 and 12, or a service id at bytes 8
 /// to 15.
 class EventRecord {
   public:
-    EventRecord(std::uint8_t c0, std::uint8_t c1) : m_bytes{c0, c1} {}
+    EventRecord(std::uint8_t c0, EventDetail c1) : m_bytes{c0, c1} {}
 
     std::uint8_t c0() const { return m_bytes[0]; }
     std::uint8_t c1() const { return m_bytes[1]; }

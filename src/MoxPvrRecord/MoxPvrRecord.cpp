@@ -197,7 +197,7 @@ CMOXPVRRecorder::Sent CMOXPVRRecorder::SendRecorderStarted(LogPlace place) {
     TIEventManager *manager = TIEventManager::Instance();
     if (manager == nullptr)
         return Sent::NoManager;
-    mox::EventRecord event(static_cast<std::uint8_t>(m_eRecordType), 0);
+    mox::EventRecord event(static_cast<std::uint8_t>(m_eRecordType), mox::kNoDetail);
     event.SetServiceId(m_ullServiceID);
     MOX_LOG_AT(place, kLogProgress,
                "TIEventManager::Instance()->Send, event[%d], m_ullServiceID[%lld], "
@@ -604,23 +604,16 @@ int CMOXPVRRecorder::GetRecordProgress(long &position) {
 
 namespace {
 
-/// Which detail code an application type, error code or sound command becomes; 0 for none.
-struct DetailOf {
-    int code;
-    mox::EventDetail detail;
+constexpr mox::DetailOf kApplicationDetails[] = {
+    {2, mox::kRecorderApplication2},
+    {4, mox::kRecorderApplication4},
 };
 
-constexpr DetailOf kApplicationDetails[] = {{2, mox::kRecorderApplication2},
-                                            {4, mox::kRecorderApplication4}};
-constexpr DetailOf kErrorDetails[] = {
-    {0, mox::kRecorderError0}, {2, mox::kRecorderError2}, {4, mox::kRecorderError4}};
-
-template <std::size_t Count>
-const DetailOf *FindDetail(const DetailOf (&table)[Count], int code) {
-    const auto *row = std::find_if(std::begin(table), std::end(table),
-                                   [code](const DetailOf &entry) { return entry.code == code; });
-    return row == std::end(table) ? nullptr : row;
-}
+constexpr mox::DetailOf kErrorDetails[] = {
+    {0, mox::kRecorderError0},
+    {2, mox::kRecorderError2},
+    {4, mox::kRecorderError4},
+};
 
 }  // namespace
 
@@ -633,12 +626,12 @@ void CMOXPVRRecorder::AppCB(GstMessage *message) {
     const int type = mox::MessageField(message, "app_type");
     const int param = mox::MessageField(message, "app_param");
     MOX_LOG(kLogProgress, "AppCB | event type [%d]\n", type);
-    const DetailOf *found = FindDetail(kApplicationDetails, type);
-    if (found == nullptr) {
+    const mox::EventDetail detail = mox::FindDetail(kApplicationDetails, type);
+    if (detail == mox::kNoDetail) {
         MOX_LOG(kLogReport, "[FAT] AppCB | Invalid event detail type\n");
         return;
     }
-    mox::EventRecord event(m_nHandle, found->detail);
+    mox::EventRecord event(m_nHandle, detail);
     event.SetWord(1, param);
     event.SetWord(2, -1);
     event.SetWord(3, -1);
@@ -662,12 +655,12 @@ void CMOXPVRRecorder::ErrorCB(GstMessage *message) {
         return;
     g_printerr("ErrorCB | Error received from element %s: %s\n", error.elementName(), error.text());
     MOX_LOG(kLogProgress, "ErrorCB | error code is [%d]\n", error.code());
-    const DetailOf *found = FindDetail(kErrorDetails, error.code());
-    if (found == nullptr) {
+    const mox::EventDetail detail = mox::FindDetail(kErrorDetails, error.code());
+    if (detail == mox::kNoDetail) {
         MOX_LOG(kLogReport, "[FAT] ErrorCB | Invalid event detail type\n");
         return;
     }
-    mox::EventRecord event(m_nHandle, found->detail);
+    mox::EventRecord event(m_nHandle, detail);
     MOX_LOG(kLogProgress, "ErrorCB | received event, handle [%d] event [%d]\n", event.c0(),
             event.c1());
     if (event.SendSysChange())

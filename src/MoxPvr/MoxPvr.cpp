@@ -1,0 +1,114 @@
+#include "MoxPvr.h"
+
+#include "ControlRequest.h"
+#include "LogLine.h"
+#include "MoxPvrAPI.h"
+#include "MoxPvrPlayback/MoxPvrPlayback.h"
+#include "MoxPvrRecord/MoxPvrRecord.h"
+
+using mox::kLogProgress;
+using mox::kLogReport;
+
+void *g_temp_tv_player = nullptr;
+IMOXPVRPlayback *g_temp_playback = nullptr;
+IMOXPVRRecorder *g_temp_recorder = nullptr;
+
+namespace {
+
+// The one playback and the one recorder that the entry points address.
+constexpr MOXHandle kPlaybackHandle{PROFILE_TYPE_MAIN, 0};
+constexpr MOXHandle kRecorderHandle{PROFILE_TYPE_RECORD, 0};
+
+constexpr int kTunerIndex = 0;
+
+constexpr int kRegistered = 0;
+constexpr int kNotRegistered = 1;
+
+}  // namespace
+
+// --- Entry points --------------------------------------------------------------------------------
+
+unsigned int mox_pvr_set_tv_player(void *player) {
+    MOX_LOG(kLogProgress, "g_temp_tv_player is set as [0x%x]\n", mox::Low32(player));
+    g_temp_tv_player = player;
+    return mox::kSuccess;
+}
+
+unsigned int mox_pvr_set_tv_stream(void *stream) {
+    MOX_LOG(kLogProgress, "g_temp_tv_player stream is set as [0x%x]\n", mox::Low32(stream));
+    return static_cast<unsigned int>(
+        MoxPvrAPI::SetPlaybackHandleStream(kPlaybackHandle, g_temp_tv_player, stream));
+}
+
+unsigned int mox_pvr_set_recorder_handle(void *recorder) {
+    return static_cast<unsigned int>(
+        MoxPvrAPI::SetRecorderHandle(kRecorderHandle, recorder, kTunerIndex));
+}
+
+unsigned int mox_pvr_control_playback(unsigned int inSize, unsigned char *inData,
+                                      unsigned int &outSize, unsigned char *outData) {
+    g_temp_playback = MoxPvrAPI::GetPlaybackInstance(kPlaybackHandle);
+    if (g_temp_playback == nullptr) {
+        MOX_LOG(kLogReport, "g_temp_playback is null, which should be set firstly\n");
+        return mox::kNoInstance;
+    }
+    return g_temp_playback->CtrlPlayback(inSize, inData, outSize, outData);
+}
+
+unsigned int mox_pvr_set_playback_pid_property(void * /*unused*/, unsigned int videoPid,
+                                               unsigned int audioPid, unsigned int pcrPid) {
+    g_temp_playback = MoxPvrAPI::GetPlaybackInstance(kPlaybackHandle);
+    if (g_temp_playback == nullptr) {
+        MOX_LOG(kLogReport, "g_temp_playback is null, which should be set firstly\n");
+        return mox::kNoInstance;
+    }
+    return g_temp_playback->SetPidProperty(videoPid, audioPid, pcrPid);
+}
+
+unsigned int mox_pvr_control_recording(unsigned int inSize, unsigned char *inData,
+                                       unsigned int &outSize, unsigned char *outData) {
+    g_temp_recorder = MoxPvrAPI::GetRecorderInstance(kRecorderHandle);
+    if (g_temp_recorder == nullptr) {
+        MOX_LOG(kLogReport, "g_temp_recorder is null, which should be set firstly\n");
+        return mox::kNoInstance;
+    }
+    return g_temp_recorder->CtrlRecorder(inSize, inData, outSize, outData);
+}
+
+// --- Facade --------------------------------------------------------------------------------------
+
+int MoxPvrAPI::SetPlaybackHandleStream(MOXHandle handle, void *player, void *stream) {
+    CMOXPVRPlaybackMgr *registry = CMOXPVRPlaybackMgr::GetInstance();
+    if (registry == nullptr)
+        return kNotRegistered;
+    return registry->SetPlaybackHandleStream(handle, player, stream) != nullptr ? kRegistered
+                                                                                : kNotRegistered;
+}
+
+IMOXPVRPlayback *MoxPvrAPI::GetPlaybackInstance(MOXHandle handle) {
+    CMOXPVRPlaybackMgr *registry = CMOXPVRPlaybackMgr::GetInstance();
+    return registry != nullptr ? registry->GetPlaybackInstance(handle) : nullptr;
+}
+
+int MoxPvrAPI::DestroyPlayback(MOXHandle handle) {
+    CMOXPVRPlaybackMgr *registry = CMOXPVRPlaybackMgr::GetInstance();
+    return registry != nullptr ? registry->Destroy(handle) : 0;
+}
+
+int MoxPvrAPI::SetRecorderHandle(MOXHandle handle, void *recorder, int tunerIndex) {
+    CMOXPVRRecorderMgr *registry = CMOXPVRRecorderMgr::GetInstance();
+    if (registry == nullptr)
+        return kNotRegistered;
+    return registry->SetRecorderHandle(handle, recorder, tunerIndex) != nullptr ? kRegistered
+                                                                                : kNotRegistered;
+}
+
+IMOXPVRRecorder *MoxPvrAPI::GetRecorderInstance(MOXHandle handle) {
+    CMOXPVRRecorderMgr *registry = CMOXPVRRecorderMgr::GetInstance();
+    return registry != nullptr ? registry->GetRecorderInstance(handle) : nullptr;
+}
+
+int MoxPvrAPI::DestroyRecorder(MOXHandle handle) {
+    CMOXPVRRecorderMgr *registry = CMOXPVRRecorderMgr::GetInstance();
+    return registry != nullptr ? registry->Destroy(handle) : 0;
+}
