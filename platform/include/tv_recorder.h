@@ -37,7 +37,7 @@ extern "C" {
 
 /// @param param  GstMessage * (application, error) or TvStreamAsmSoundCommand *, by `type`; valid
 ///               for the duration of the call, owned by the recorder
-typedef void (*tv_recorder_callback)(TVCallbackType type, void *user_data, void *param);
+using tv_recorder_callback = void (*)(TVCallbackType type, void *user_data, void *param);
 
 /// Registers the one callback of a recorder; it stays until it is replaced or the recorder dies.
 int tv_recorder_set_callback(void *recorder, tv_recorder_callback callback, void *user_data);
