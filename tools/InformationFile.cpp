@@ -1,0 +1,82 @@
+#include "InformationFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "Failure.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t kFileSize = 10645;
+constexpr std::size_t kNameWidth = 64;
+constexpr std::size_t kVideoPidOffset = 798;
+constexpr std::size_t kPcrPidOffset = 802;
+constexpr std::size_t kAudioPidOffset = 806;
+constexpr std::size_t kChannelTypeOffset = 824;
+
+template <typename Value>
+void PutLittleEndian(std::vector<std::uint8_t> &bytes, std::size_t offset, Value value) {
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        bytes[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
+}
+
+bool ContinuesCharacter(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+std::string CutToField(const std::string &name) {
+    std::size_t length = std::min(name.size(), kNameWidth - 1);
+    while (length > 0 && length < name.size() && ContinuesCharacter(name[length]))
+        --length;
+    return name.substr(0, length);
+}
+
+}  // namespace
+
+std::string InformationPath(const std::string &recording) {
+    const std::filesystem::path path(recording);
+    const std::string extension = path.extension().string();
+    if (extension.size() != 4)
+        throw WrongUse("The name '" + recording +
+                       "' needs an extension of three letters, such as '.srf': the information "
+                       "file takes the same name with 'inf' in its place.");
+    if (extension == ".inf")
+        throw WrongUse("The name '" + recording +
+                       "' is that of an information file; a recording needs another extension.");
+    return recording.substr(0, recording.size() - 3) + "inf";
+}
+
+std::vector<std::uint8_t> EncodeInformation(const RecordingInformation &information) {
+    std::vector<std::uint8_t> bytes(kFileSize);
+    const std::string name = CutToField(information.serviceName);
+    std::copy(name.begin(), name.end(), bytes.begin());
+    PutLittleEndian(bytes, kVideoPidOffset, information.videoPid);
+    PutLittleEndian(bytes, kPcrPidOffset, information.pcrPid);
+    PutLittleEndian(bytes, kAudioPidOffset, information.audioPid);
+    PutLittleEndian(bytes, kChannelTypeOffset, information.channelType);
+    return bytes;
+}
+
+void WriteInformation(const std::string &recording, const RecordingInformation &information) {
+    const std::string path = InformationPath(recording);
+    const std::string temporary = path + ".new";
+    const std::vector<std::uint8_t> bytes = EncodeInformation(information);
+    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
+    file.write(reinterpret_cast<const char *>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    if (!file || std::rename(temporary.c_str(), path.c_str()) != 0) {
+        const int reason = errno;
+        std::remove(temporary.c_str());
+        throw Failure("The information file '" + path +
+                      "' cannot be written: " + std::strerror(reason) + ".");
+    }
+}
+
+}  // namespace tool

@@ -1,0 +1,182 @@
+#include <algorithm>
+#include <filesystem>
+
+#include "Events.h"
+#include "Failure.h"
+#include "OutputFile.h"
+#include "Recording.h"
+#include "TimeText.h"
+#include "Verbs.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+const tvdesktop::Service &FindService(const std::vector<tvdesktop::Service> &services,
+                                      std::uint16_t id) {
+    for (const tvdesktop::Service &service : services)
+        if (service.id == id)
+            return service;
+    std::string known;
+    for (const tvdesktop::Service &service : services)
+        known += (known.empty() ? "" : ", ") + std::to_string(service.id);
+    throw Failure("There is no service " + std::to_string(id) + " in the input; it has " + known +
+                  ".");
+}
+
+void CheckOptions(const RecordOptions &options) {
+    if (options.swapAfterMs.has_value() != !options.swapTo.empty())
+        throw WrongUse("--swap-after and --swap-to belong together.");
+    if (options.swapAfterMs && !options.isTimeshift)
+        throw WrongUse("--swap-after needs --timeshift.");
+    if (options.swapAfterMs && options.durationMs && *options.swapAfterMs >= *options.durationMs)
+        throw WrongUse("--swap-after lies behind the end that --seconds sets.");
+    std::error_code ignored;
+    if (fs::exists(options.input, ignored) && !fs::is_regular_file(options.input, ignored))
+        throw WrongUse("'" + options.input +
+                       "' is no file: the input is read twice, for its services and to record.");
+    if (!options.swapTo.empty() && fs::absolute(options.swapTo) == fs::absolute(options.out))
+        throw WrongUse("--swap-to names the timeshift buffer itself.");
+    CheckOutput(options.out, options.input, options.force);
+    if (!options.swapTo.empty())
+        CheckOutput(options.swapTo, options.input, options.force);
+}
+
+/// One run of the verb, from the first request to the last.
+class RecordRun {
+  public:
+    RecordRun(const RecordOptions &options, const tvdesktop::Service &broadcast,
+              const Console &console)
+        : m_options(options),
+          m_broadcast(broadcast),
+          m_terminal(console.terminal),
+          m_recording(m_service, {options.input, options.speed}) {
+        ShowRequests(m_service, console);
+    }
+
+    void Run() {
+        m_recording.Begin(m_broadcast, {m_options.out, m_options.isTimeshift});
+        WriteInformationBeside(m_options.out);
+        while (!m_isEnded && m_failure.empty() && !StopRequested() && !IsLongEnough())
+            Follow();
+        End();
+    }
+
+  private:
+    void Follow() {
+        ShowEvents(Patience());
+        m_progress = m_recording.GetProgress();
+        if (m_options.swapAfterMs && !m_isSwapped &&
+            m_progress.positionMs >= *m_options.swapAfterMs)
+            Swap();
+        m_terminal.Status(StatusText());
+    }
+
+    /// How long to wait between two looks at the position, so that a fast recording is not
+    /// followed more coarsely than a slow one.
+    milliseconds Patience() const {
+        constexpr double kInterval = 50;
+        const bool hasMark = m_options.durationMs || (m_options.swapAfterMs && !m_isSwapped);
+        if (!hasMark)
+            return milliseconds(50);
+        if (m_options.speed <= 0)
+            return milliseconds(1);
+        return milliseconds(static_cast<int>(std::clamp(kInterval / m_options.speed, 1.0, 50.0)));
+    }
+
+    void ShowEvents(milliseconds patience) {
+        for (const tvdesktop::Event &event : m_service.Take(patience)) {
+            m_terminal.Line("event " + EventText(event));
+            if (m_failure.empty())
+                m_failure = FailureText(event);
+            m_isEnded = m_isEnded || IsDetail(event, kRecordingEnded);
+        }
+    }
+
+    bool IsLongEnough() const {
+        return m_options.durationMs && m_progress.positionMs >= *m_options.durationMs;
+    }
+
+    void Swap() {
+        m_recording.SwapTo(m_options.swapTo);
+        m_isSwapped = true;
+        WriteInformationBeside(m_options.swapTo);
+        m_terminal.Line("The timeshift buffer became " + m_options.swapTo + " at " +
+                        TimeText(m_progress.positionMs) + ".");
+    }
+
+    void WriteInformationBeside(const std::string &path) {
+        if (!IsDevice(path))
+            WriteInformation(path, InformationOf(m_broadcast));
+    }
+
+    void End() {
+        m_progress = m_recording.GetProgress();
+        const std::string stopFailure = Stop();
+        ShowEvents(milliseconds(0));
+        m_terminal.ClearStatus();
+        if (m_failure.empty())
+            m_failure = stopFailure;
+        if (!m_failure.empty())
+            throw Failure(m_failure);
+        if (m_options.swapAfterMs && !m_isSwapped)
+            throw Failure("The recording ended before " + TimeText(*m_options.swapAfterMs) +
+                          ": the timeshift buffer is still in " + m_options.out + ".");
+        m_terminal.Line(SummaryText(), Style::Good);
+    }
+
+    /// The event that says why counts for more than the result of a stop that fails after it.
+    std::string Stop() {
+        try {
+            m_recording.End();
+            return "";
+        } catch (const Failure &failure) {
+            return failure.what();
+        }
+    }
+
+    std::string Destination() const { return m_isSwapped ? m_options.swapTo : m_options.out; }
+
+    std::string SizeText() const {
+        std::error_code error;
+        const std::uintmax_t size = fs::file_size(Destination(), error);
+        return error ? "" : std::to_string((size + 512) / 1024) + " KiB";
+    }
+
+    std::string StatusText() const {
+        const std::int64_t total = m_options.durationMs.value_or(0);
+        return TimeText(m_progress.positionMs) + " " + Bar(m_progress.positionMs, total) +
+               (total > 0 ? " " + TimeText(total) + "  " : " ") + SizeText() + "  " +
+               TitleOf(m_broadcast) + "  Ctrl-C stops";
+    }
+
+    std::string SummaryText() const {
+        const std::string size = SizeText();
+        return std::string(m_options.isTimeshift && !m_isSwapped ? "Buffered " : "Recorded ") +
+               TimeText(m_progress.positionMs) + " of " + TitleOf(m_broadcast) + " to " +
+               Destination() + (size.empty() ? "" : " (" + size + ")") + ".";
+    }
+
+    const RecordOptions &m_options;
+    const tvdesktop::Service &m_broadcast;
+    Terminal &m_terminal;
+    PvrService m_service;
+    Recording m_recording;
+    Progress m_progress;
+    bool m_isSwapped = false;
+    bool m_isEnded = false;
+    std::string m_failure;
+};
+
+}  // namespace
+
+void RunRecord(const RecordOptions &options, const Console &console) {
+    CheckOptions(options);
+    const std::vector<tvdesktop::Service> services = ServicesOf(options.input);
+    RecordRun(options, FindService(services, options.serviceId), console).Run();
+}
+
+}  // namespace tool

@@ -1,0 +1,122 @@
+#include "Recording.h"
+
+#include <algorithm>
+
+#include "Failure.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::uint8_t kHandleNumber = 1;
+constexpr std::uint16_t kPatPid = 0;
+constexpr std::uint16_t kNullPid = 0x1FFF;  ///< as a PCR PID: the service has no PCR
+
+using tvdesktop::StreamKind;
+
+std::uint32_t PidOf(const tvdesktop::ElementaryStream *stream) {
+    return stream != nullptr ? stream->pid : kNoPid;
+}
+
+bool Contains(const std::vector<std::uint32_t> &pids, std::uint32_t pid) {
+    return std::find(pids.begin(), pids.end(), pid) != pids.end();
+}
+
+/// What command 2 makes the recorder keep and command 14 makes it drop again. For a radio service
+/// the PCR PID is not looked at. The audio description is kept but never dropped: it is not listed
+/// here, so that command 12 names it too and it goes when the service changes.
+std::vector<std::uint32_t> KeptBy(const DemuxPids &demux) {
+    std::vector<std::uint32_t> kept = {demux.audio, demux.video};
+    if (demux.video != kNoPid)
+        kept.push_back(demux.pcr);
+    return kept;
+}
+
+}  // namespace
+
+StreamSelection SelectStreams(const tvdesktop::Service &service) {
+    StreamSelection selection;
+    DemuxPids &demux = selection.demux;
+    demux.video = PidOf(service.First(StreamKind::Video));
+    demux.audio = PidOf(service.First(StreamKind::Audio));
+    demux.audioDescription = PidOf(service.First(StreamKind::AudioDescription));
+    if (demux.video == kNoPid && demux.audio == kNoPid)
+        throw Failure(TitleOf(service) + " has neither video nor audio.");
+    if (service.pcrPid != kNullPid)
+        demux.pcr = service.pcrPid;
+
+    std::vector<std::uint32_t> kept = KeptBy(demux);
+    const auto keep = [&](std::uint32_t pid) {
+        if (Contains(kept, pid))
+            return;
+        kept.push_back(pid);
+        selection.si.push_back(pid);
+    };
+    keep(kPatPid);
+    keep(service.pmtPid);
+    for (const tvdesktop::ElementaryStream &stream : service.streams)
+        keep(stream.pid);
+    if (demux.pcr != kNoPid)
+        keep(demux.pcr);
+    return selection;
+}
+
+RecordingInformation InformationOf(const tvdesktop::Service &service) {
+    const DemuxPids demux = SelectStreams(service).demux;
+    RecordingInformation information;
+    information.serviceName = service.name;
+    information.videoPid = demux.video;
+    information.pcrPid = demux.pcr;
+    information.audioPid = demux.audio;
+    return information;
+}
+
+std::vector<tvdesktop::Service> ServicesOf(const std::string &input) {
+    tvdesktop::ScanResult scan = tvdesktop::ScanServices(input);
+    if (!scan.error.empty())
+        throw Failure(scan.error);
+    return std::move(scan.services);
+}
+
+std::string TitleOf(const tvdesktop::Service &service) {
+    const std::string id = "service " + std::to_string(service.id);
+    return service.name.empty() ? id : service.name + " (" + id + ")";
+}
+
+Recording::Recording(PvrService &service, const tvdesktop::RecorderOptions &options)
+    : m_service(service) {
+    m_service.TakeRecorder(tvdesktop::CreateRecorder(options));
+}
+
+void Recording::Begin(const tvdesktop::Service &broadcast, const Sink &sink) {
+    m_service.Do(recorder::SetHandle(kHandleNumber, broadcast.id));
+    m_service.Do(recorder::SetSinkProperty(sink));
+    ProgramStreams(broadcast);
+    m_service.Do(recorder::PreStart());
+    m_service.Do(recorder::Start());
+}
+
+void Recording::ChangeTo(const tvdesktop::Service &broadcast) {
+    m_service.Do(recorder::ClearDemuxInfo());
+    ProgramStreams(broadcast);
+}
+
+void Recording::SwapTo(const std::string &path) {
+    m_service.Do(recorder::SwapTS2Record({path, false}));
+}
+
+void Recording::End() {
+    const Reply stopped = m_service.Send(recorder::Stop());
+    m_service.Send(recorder::ClearDemuxInfo());
+    if (stopped.result != 0)
+        throw Failure("Stop failed with result " + std::to_string(stopped.result) + ".");
+}
+
+void Recording::ProgramStreams(const tvdesktop::Service &broadcast) {
+    const StreamSelection streams = SelectStreams(broadcast);
+    m_service.Do(recorder::SetChannelInfoProperty(tvdesktop::ChannelInfoOf(broadcast)));
+    m_service.Do(recorder::SetDemuxProperty(streams.demux));
+    m_service.Do(recorder::UpdateSi(streams.si));
+}
+
+}  // namespace tool

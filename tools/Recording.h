@@ -1,0 +1,64 @@
+/// @file
+/// One recording as the PVR service makes it: the requests, in their order.
+#ifndef TOOLS_RECORDING_H
+#define TOOLS_RECORDING_H
+
+#include <TvDesktop.h>
+
+#include <string>
+#include <vector>
+
+#include "InformationFile.h"
+#include "Requests.h"
+#include "Service.h"
+
+namespace tool {
+
+/// What of a service is recorded: its main streams, and everything else of it.
+struct StreamSelection {
+    DemuxPids demux;                ///< command 2
+    std::vector<std::uint32_t> si;  ///< command 12: PAT, PMT and the other elementary streams
+};
+
+/// @throws Failure for a service with neither video nor audio
+StreamSelection SelectStreams(const tvdesktop::Service &service);
+
+/// What the information file of a recording of this service says.
+RecordingInformation InformationOf(const tvdesktop::Service &service);
+
+/// @throws Failure when the input cannot be read or holds no service
+std::vector<tvdesktop::Service> ServicesOf(const std::string &input);
+
+/// @return "Mox One (service 1)"
+std::string TitleOf(const tvdesktop::Service &service);
+
+/// Owns the service's recorder from construction to destruction.
+///
+/// Threads: thread-bound. Requests that fail throw Failure.
+class Recording {
+  public:
+    Recording(PvrService &service, const tvdesktop::RecorderOptions &options);
+    ~Recording() { m_service.ReleaseRecorder(); }
+    Recording(const Recording &) = delete;
+    Recording &operator=(const Recording &) = delete;
+
+    /// Programs the sink and the streams and starts.
+    void Begin(const tvdesktop::Service &broadcast, const Sink &sink);
+    /// Follows a change to another service; the recording goes on.
+    void ChangeTo(const tvdesktop::Service &broadcast);
+    /// Turns the running timeshift buffer into a recording.
+    void SwapTo(const std::string &path);
+    /// Stops and forgets the PIDs.
+    void End();
+
+    Progress GetProgress() { return m_service.RecorderProgress(); }
+
+  private:
+    void ProgramStreams(const tvdesktop::Service &broadcast);
+
+    PvrService &m_service;
+};
+
+}  // namespace tool
+
+#endif

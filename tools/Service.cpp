@@ -1,0 +1,174 @@
+#include "Service.h"
+
+#include <MoxPvr.h>
+#include <MoxPvrAPI.h>
+
+#include <array>
+#include <utility>
+
+#include "Failure.h"
+#include "Requests.h"
+
+namespace tool {
+
+namespace {
+
+constexpr MOXHandle kPlaybackHandle{PROFILE_TYPE_MAIN, 0};
+constexpr MOXHandle kRecorderHandle{PROFILE_TYPE_RECORD, 0};
+constexpr std::size_t kLongestReply = 64;  ///< bytes; the longest documented reply has 12
+
+std::vector<unsigned char> Encode(std::vector<std::uint8_t> record) {
+    std::vector<unsigned char> text(2 * record.size() + 1);
+    unsigned int length = 0;
+    build_buf_to_string(record.data(), static_cast<unsigned int>(record.size()), text.data(),
+                        &length);
+    return text;
+}
+
+std::vector<std::uint8_t> Decode(unsigned char *text, unsigned int length) {
+    std::vector<std::uint8_t> record(length / 2);
+    int decoded = 0;
+    parse_string_to_buf(reinterpret_cast<char *>(text), static_cast<int>(length), record.data(),
+                        &decoded);
+    return record;
+}
+
+std::int32_t Word(const Reply &reply, std::size_t offset) {
+    if (reply.record.size() < offset + 4)
+        return 0;
+    std::uint32_t value = 0;
+    for (std::size_t i = 4; i-- > 0;)
+        value = value << 8 | reply.record[offset + i];
+    return static_cast<std::int32_t>(value);
+}
+
+}  // namespace
+
+std::string HexText(const std::vector<std::uint8_t> &record) {
+    return record.empty() ? "" : reinterpret_cast<const char *>(Encode(record).data());
+}
+
+PvrService::PvrService() {
+    m_subscription = tvdesktop::Subscribe([this](const tvdesktop::Event &event) {
+        const std::lock_guard lock(m_mutex);
+        m_events.push_back(event);
+        m_arrived.notify_one();
+    });
+}
+
+PvrService::~PvrService() {
+    ReleaseRecorder();
+    ReleasePlayer();
+    tvdesktop::Unsubscribe(m_subscription);
+}
+
+void PvrService::TakeRecorder(void *recorder) {
+    ReleaseRecorder();
+    m_recorder = recorder;
+    if (mox_pvr_set_recorder_handle(recorder) != 0)
+        throw Failure("The library does not take the recorder.");
+}
+
+void PvrService::ReleaseRecorder() {
+    if (m_recorder == nullptr)
+        return;
+    // The platform keeps the instance as its callback's user data: the recorder goes first.
+    tvdesktop::DestroyRecorder(m_recorder);
+    MoxPvrAPI::DestroyRecorder(kRecorderHandle);
+    m_recorder = nullptr;
+}
+
+void PvrService::TakePlayer(void *player) {
+    ReleasePlayer();
+    m_player = player;
+    tvdesktop::SetPlayerCallback(
+        player, [this](TVCallbackType type, const tvdesktop::PlayerMessage &message) {
+            const std::lock_guard lock(m_mutex);
+            m_callbacks.push_back({type, message});
+            m_arrived.notify_one();
+        });
+    mox_pvr_set_tv_player(player);
+    if (mox_pvr_set_tv_stream(tvdesktop::StreamOf(player)) != 0)
+        throw Failure("The library does not take the player.");
+}
+
+void PvrService::ReleasePlayer() {
+    if (m_player == nullptr)
+        return;
+    tvdesktop::DestroyPlayer(m_player);
+    MoxPvrAPI::DestroyPlayback(kPlaybackHandle);
+    m_player = nullptr;
+    const std::lock_guard lock(m_mutex);
+    m_callbacks.clear();
+}
+
+IMOXPVRPlayback &PvrService::Playback() const {
+    IMOXPVRPlayback *instance = MoxPvrAPI::GetPlaybackInstance(kPlaybackHandle);
+    if (instance == nullptr)
+        throw Failure("No playback is registered.");
+    return *instance;
+}
+
+Reply PvrService::Send(const Request &request) {
+    std::vector<unsigned char> text = Encode(request.record);
+    std::array<unsigned char, 2 * kLongestReply + 1> replyText{};
+    unsigned int replyLength = 0;
+    const auto textLength = static_cast<unsigned int>(text.size() - 1);
+    const auto control =
+        request.target == Target::Recorder ? mox_pvr_control_recording : mox_pvr_control_playback;
+    Reply reply;
+    reply.result = control(textLength, text.data(), replyLength, replyText.data());
+    reply.record = Decode(replyText.data(), replyLength);
+    if (m_observer)
+        m_observer(request, reply);
+    return reply;
+}
+
+Reply PvrService::Do(const Request &request) {
+    Reply reply = Send(request);
+    if (reply.result != 0)
+        throw Failure(std::string(CommandName(request.target, request.command)) +
+                      " failed with result " + std::to_string(reply.result) + ".");
+    return reply;
+}
+
+Progress PvrService::RecorderProgress() {
+    const Reply reply = Send(recorder::GetProgress());
+    return {Word(reply, 0), Word(reply, 4)};
+}
+
+Progress PvrService::PlaybackProgress() {
+    const Reply reply = Send(playback::GetProgress());
+    return {Word(reply, 4), Word(reply, 8)};
+}
+
+std::vector<tvdesktop::Event> PvrService::Take(std::chrono::milliseconds patience) {
+    {
+        std::unique_lock lock(m_mutex);
+        m_arrived.wait_for(lock, patience,
+                           [this] { return !m_callbacks.empty() || !m_events.empty(); });
+    }
+    HandCallbacksOn();
+    const std::lock_guard lock(m_mutex);
+    return std::exchange(m_events, {});
+}
+
+void PvrService::HandCallbacksOn() {
+    Callback callback{};
+    while (NextCallback(callback)) {
+        IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property{
+            callback.message.subEventType, callback.message.timeCode, callback.message.errCode};
+        Playback().DoTvpCallback(callback.type, &property);
+    }
+}
+
+bool PvrService::NextCallback(Callback &callback) {
+    const std::lock_guard lock(m_mutex);
+    if (m_callbacks.empty())
+        return false;
+    callback = m_callbacks.front();
+    m_callbacks.pop_front();
+    return true;
+}
+
+}  // namespace tool

@@ -1,0 +1,191 @@
+#include "Terminal.h"
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t kBarWidth = 24;
+constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kFatalSignals[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+
+volatile std::sig_atomic_t g_stopRequested = 0;
+
+// The terminal's own mode, for the signal handlers: tcsetattr is async-signal-safe.
+termios g_ownMode;
+termios g_keyMode;
+
+void RestoreOwnMode() {
+    tcsetattr(STDIN_FILENO, TCSANOW, &g_ownMode);
+}
+
+void OnStop(int /*signal*/) {
+    g_stopRequested = 1;
+}
+
+void OnFatal(int signal) {
+    RestoreOwnMode();
+    std::raise(signal);  // SA_RESETHAND: the default action ends the program
+}
+
+void OnSuspend(int /*signal*/) {
+    RestoreOwnMode();
+    std::raise(SIGSTOP);
+}
+
+void OnContinue(int /*signal*/) {
+    tcsetattr(STDIN_FILENO, TCSANOW, &g_keyMode);
+}
+
+void Handle(int signal, void (*handler)(int), int flags = 0) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = flags;
+    sigaction(signal, &action, nullptr);
+}
+
+std::size_t Columns() {
+    constexpr std::size_t kUsual = 80;
+    winsize size = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col < 2)
+        return kUsual;
+    return size.ws_col;
+}
+
+const char *Code(Style style) {
+    switch (style) {
+        case Style::Title:
+            return "\033[1m";
+        case Style::Faint:
+            return "\033[2m";
+        case Style::Good:
+            return "\033[32m";
+        case Style::Bad:
+            return "\033[31m";
+        case Style::Plain:
+            break;
+    }
+    return "";
+}
+
+}  // namespace
+
+Terminal::Terminal() : m_isTerminal(isatty(STDOUT_FILENO) == 1) {
+    const char *noColour = std::getenv("NO_COLOR");
+    m_hasColour = m_isTerminal && (noColour == nullptr || *noColour == '\0');
+}
+
+Terminal::~Terminal() {
+    ClearStatus();
+}
+
+void Terminal::Line(const std::string &text, Style style) {
+    ClearStatus();
+    std::printf("%s\n", Paint(text, style).c_str());
+    std::fflush(stdout);
+}
+
+void Terminal::Status(const std::string &text) {
+    if (!m_isTerminal)
+        return;
+    std::printf("\r\033[K%s", text.substr(0, Columns() - 1).c_str());
+    std::fflush(stdout);
+    m_hasStatus = true;
+}
+
+void Terminal::ClearStatus() {
+    if (m_hasStatus)
+        std::printf("\r\033[K");
+    m_hasStatus = false;
+    std::fflush(stdout);
+}
+
+std::string Terminal::Paint(const std::string &text, Style style) const {
+    if (!m_hasColour || style == Style::Plain)
+        return text;
+    return Code(style) + text + "\033[0m";
+}
+
+std::string Bar(std::int64_t position, std::int64_t duration) {
+    if (duration <= 0)
+        return "";
+    const std::int64_t reached = std::clamp<std::int64_t>(position, 0, duration);
+    const auto filled =
+        static_cast<std::size_t>(static_cast<std::int64_t>(kBarWidth) * reached / duration);
+    std::string bar(filled, '=');
+    if (filled < kBarWidth)
+        bar += '>';
+    bar.resize(kBarWidth, ' ');
+    return "[" + bar + "]";
+}
+
+Keyboard::Keyboard() {
+    if (isatty(STDIN_FILENO) != 1 || isatty(STDOUT_FILENO) != 1 ||
+        tcgetattr(STDIN_FILENO, &g_ownMode) != 0)
+        return;
+    g_keyMode = g_ownMode;
+    g_keyMode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    g_keyMode.c_cc[VMIN] = 0;
+    g_keyMode.c_cc[VTIME] = 0;
+    for (const int signal : kFatalSignals)
+        Handle(signal, OnFatal, SA_RESETHAND | SA_NODEFER);
+    Handle(SIGTSTP, OnSuspend);
+    Handle(SIGCONT, OnContinue);
+    m_isActive = tcsetattr(STDIN_FILENO, TCSANOW, &g_keyMode) == 0;
+}
+
+Keyboard::~Keyboard() {
+    if (!m_isActive)
+        return;
+    RestoreOwnMode();
+    for (const int signal : kFatalSignals)
+        Handle(signal, SIG_DFL);
+    Handle(SIGTSTP, SIG_DFL);
+    Handle(SIGCONT, SIG_DFL);
+}
+
+int Keyboard::Next() {
+    const int key = m_isActive ? NextByte() : kKeyNone;
+    if (key != '\033')
+        return key;
+    const int opener = NextByte();
+    if (opener != '[' && opener != 'O')
+        return kKeyNone;
+    switch (NextByte()) {
+        case 'C':
+            return kKeyRight;
+        case 'D':
+            return kKeyLeft;
+        default:
+            return kKeyNone;
+    }
+}
+
+int Keyboard::NextByte() {
+    pollfd ready = {STDIN_FILENO, POLLIN, 0};
+    unsigned char byte = 0;
+    if (poll(&ready, 1, 0) != 1 || read(STDIN_FILENO, &byte, 1) != 1)
+        return kKeyNone;
+    return byte;
+}
+
+void CatchStopSignals() {
+    for (const int signal : kStopSignals)
+        Handle(signal, OnStop);
+    Handle(SIGPIPE, SIG_IGN);  // a reader that goes away must not cut a recording short
+}
+
+bool StopRequested() {
+    return g_stopRequested != 0;
+}
+
+}  // namespace tool

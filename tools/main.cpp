@@ -1,0 +1,188 @@
+// mox-pvr: the PVR service for one person at a desk.
+#include <TvDesktop.h>
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <iostream>
+#include <map>
+
+#include "Failure.h"
+#include "TimeText.h"
+#include "Verbs.h"
+
+namespace {
+
+constexpr int kSilent = 17;  ///< above every priority
+constexpr int kTrace = 2;
+constexpr double kHighestSpeed = 1000;
+
+struct GlobalOptions {
+    std::string logFile;
+    int logLevel = kSilent;
+    bool showRequests = false;
+};
+
+const CLI::Validator kTime(
+    [](std::string &text) -> std::string {
+        const auto time = tool::ParseTime(text);
+        if (!time)
+            return "'" + text + "' is no time; write seconds or mm:ss";
+        text = std::to_string(*time);
+        return "";
+    },
+    "TIME");
+
+const CLI::Validator kRecordSpeed(
+    [](std::string &text) -> std::string {
+        if (text == "max")
+            text = "0";
+        else if (!CLI::Range(0.01, kHighestSpeed)(text).empty())
+            return "'" + text + "' is no speed; write 0.01 to 1000 or max";
+        return "";
+    },
+    "X|max");
+
+const CLI::Validator kPlaySpeed(
+    [](std::string &text) -> std::string {
+        double speed = 0;
+        if (!CLI::detail::lexical_cast(text, speed) ||
+            !(std::abs(speed) >= 0.01 && std::abs(speed) <= kHighestSpeed))
+            return "'" + text + "' is no speed; write 0.01 to 1000, with a minus for backwards";
+        return "";
+    },
+    "X");
+
+void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
+    app.set_version_flag("--version", std::string("mox-pvr " MOXPVR_VERSION));
+    app.add_option("--log", options.logFile, "Append the library's log to a file")
+        ->type_name("FILE");
+    app.add_option("--log-level", options.logLevel,
+                   "Lowest priority that is logged: trace (2), progress (4), failures (16) or a "
+                   "number; without --log the log goes to standard error")
+        ->transform(CLI::CheckedTransformer(
+                        std::map<std::string, int>{{"trace", 2}, {"progress", 4}, {"failures", 16}})
+                        .application_index(0))
+        ->type_name("N|NAME");
+    app.add_flag("--show-requests", options.showRequests,
+                 "Show every request and reply in hexadecimal");
+}
+
+CLI::App *AddServices(CLI::App &app, std::string &input) {
+    CLI::App *verb = app.add_subcommand("services", "List the services of a transport stream");
+    verb->add_option("INPUT", input, "Transport stream")->required();
+    return verb;
+}
+
+CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
+    CLI::App *verb = app.add_subcommand("record", "Record one service of a transport stream");
+    verb->add_option("INPUT", options.input, "Transport stream")->required();
+    verb->add_option("--service", options.serviceId, "Service id")->required()->type_name("ID");
+    verb->add_option("--out", options.out, "Recording, or timeshift buffer with --timeshift")
+        ->required()
+        ->type_name("FILE");
+    verb->add_option("--seconds", options.durationMs, "Stop after this much stream time")
+        ->transform(kTime);
+    verb->add_option("--speed", options.speed, "Times stream time; max: as fast as possible")
+        ->transform(kRecordSpeed);
+    verb->add_flag("--timeshift", options.isTimeshift, "Write a timeshift buffer");
+    verb->add_option("--swap-after", options.swapAfterMs,
+                     "Stream time at which the buffer becomes a recording")
+        ->transform(kTime);
+    verb->add_option("--swap-to", options.swapTo, "That recording")->type_name("FILE");
+    verb->add_flag("--force", options.force, "Replace existing files");
+    return verb;
+}
+
+CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
+    CLI::App *verb = app.add_subcommand("play", "Play a recording or a timeshift buffer");
+    verb->add_option("FILE", options.file, "Recording")->required();
+    verb->add_option("--from", options.fromMs, "Where to begin")->transform(kTime);
+    verb->add_option("--speed", options.speed, "Times normal speed; negative: backwards")
+        ->check(kPlaySpeed);
+    verb->add_flag("--timeshift", options.isTimeshift, "The file is a timeshift buffer");
+    verb->add_option("--video-pid", options.videoPid, "Program this video PID instead")
+        ->check(CLI::Range(0, 0x1FFF))
+        ->type_name("PID");
+    verb->add_option("--clock", options.clockFactor,
+                     "Run the player's clock this many times faster than real time")
+        ->check(CLI::Range(0.01, kHighestSpeed))
+        ->type_name("X");
+    verb->footer(
+        "Keys on a terminal:\n"
+        "  space       pause, resume\n"
+        "  left right  10 seconds back, ahead\n"
+        "  1 to 9      play at 1 to 9 times normal speed; 0: half speed\n"
+        "  -           turn the direction round\n"
+        "  .           one picture\n"
+        "  a           audio description on, off\n"
+        "  q           stop");
+    return verb;
+}
+
+CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options) {
+    CLI::App *verb = app.add_subcommand("demo",
+                                        "Record, change service, play, rewind: the whole "
+                                        "story with every request named");
+    verb->add_option("--input", options.input, "Transport stream")->type_name("FILE");
+    verb->add_option("--out", options.directory, "Keep the recordings in this directory")
+        ->type_name("DIR");
+    return verb;
+}
+
+/// The log is heard when either option asks for it: a file alone takes everything.
+void SetUpLog(const GlobalOptions &options, bool isLevelGiven) {
+    const bool isFileOnly = !options.logFile.empty() && !isLevelGiven;
+    tvdesktop::SetLogMinimumPriority(isFileOnly ? kTrace : options.logLevel);
+    if (!options.logFile.empty() && !tvdesktop::SetLogFile(options.logFile))
+        throw tool::Failure("The log file '" + options.logFile + "' cannot be written.");
+}
+
+int Run(int argc, char **argv) {
+    CLI::App app("The PVR service for one person at a desk.", "mox-pvr");
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.footer("Exit code: 0 done, 1 failed, 2 wrong use.");
+    GlobalOptions global;
+    std::string servicesInput;
+    tool::RecordOptions record;
+    tool::PlayOptions play;
+    tool::DemoOptions demo;
+    AddGlobalOptions(app, global);
+    const CLI::App *services = AddServices(app, servicesInput);
+    const CLI::App *recordVerb = AddRecord(app, record);
+    const CLI::App *playVerb = AddPlay(app, play);
+    AddDemo(app, demo);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? tool::kExitDone : tool::kExitWrongUse;
+    }
+
+    SetUpLog(global, app.count("--log-level") > 0);
+    tool::CatchStopSignals();
+    tool::Terminal terminal;
+    const tool::Console console{terminal, global.showRequests};
+    if (*services)
+        tool::RunServices(servicesInput, console);
+    else if (*recordVerb)
+        tool::RunRecord(record, console);
+    else if (*playVerb)
+        tool::RunPlay(play, console);
+    else
+        tool::RunDemo(demo, console);
+    return tool::kExitDone;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const tool::WrongUse &error) {
+        std::cerr << "mox-pvr: " << error.what() << '\n';
+        return tool::kExitWrongUse;
+    } catch (const std::exception &error) {
+        std::cerr << "mox-pvr: " << error.what() << '\n';
+        return tool::kExitFailed;
+    }
+}
