@@ -105,7 +105,31 @@ void DestroyRecorder(void *recorder);
 
 // --- Player --------------------------------------------------------------------------------------
 
+/// What the calls of the player and of its stream answer.
+enum PlayerResult : int {
+    kPlayerOk = 0,
+    kPlayerNoObject = 201,         ///< null, or no player, stream or recorder of the stand-in
+    kPlayerWrongState = 202,       ///< started already, or not started yet
+    kPlayerBadArgument = 203,      ///< a missing output, a rate that is 0 or no number
+    kPlayerUnknownProperty = 204,  ///< an id or a value that cannot be read; nothing was applied
+    kPlayerNoSource = 205,       ///< no source is set, or it is no readable file, or became shorter
+    kPlayerNoStream = 206,       ///< the source has no stream time, or no PID to decode is set
+    kPlayerNoChannelInfo = 207,  ///< neither side file nor PMT
+    kPlayerOutOfMemory = 208,
+};
+
 /// What a player callback carries; zero where it does not apply.
+///
+/// - Callback 16: the first picture after a start, a seek, a change of speed or of the video PID;
+///   23: the same for the audio of a playback without video. It comes when the recording has a
+///   unit start on the programmed PID around the position, inside the same channel stretch;
+///   never on a wrong PID. Several causes before it make one callback.
+/// - Callback 30, `subEventType` 0: the end is reached, 1: the beginning is reached, each once an
+///   arrival (and again when a command at the end leads nowhere else); 3: playback ran over the
+///   border of two channel stretches. `timeCode` is the place. At either end the clock waits with
+///   its rate unchanged; it goes on by itself when the file grows.
+/// - Callback 31, `errCode` 1: the source cannot be read or became shorter, 3: nothing in it can be
+///   decoded. The playback is stopped.
 struct PlayerMessage {
     int subEventType = 0;
     int timeCode = 0;  ///< milliseconds of stream time
@@ -119,12 +143,16 @@ struct PlayerOptions {
     double clockFactor = 1.0;  ///< the player's clock runs this many times faster than real time
 };
 
-/// @return a player for tv_player_*
+/// A player for tv_player_*. A source (801) ends what played before and is read once when it is
+/// set, for the times of its PCRs. tv_stream_start plays at 1.0 from the start position (806), or
+/// on from where tv_player_ready holds. Seeks and changes of speed play on; a change of speed never
+/// moves the position, whatever its position argument says. A seek onto a border belongs to the
+/// later stretch when it plays forward, to the earlier one when it plays back. A step pauses.
 void *CreatePlayer(const PlayerOptions &options);
 /// @return the stream of a player for tv_stream_*; lives as long as the player
 void *StreamOf(void *player);
 void SetPlayerCallback(void *player, PlayerCallback callback);
-/// Stops it if it runs; no callback runs after it.
+/// Stops it if it runs; no callback runs after it. Not from inside a callback.
 void DestroyPlayer(void *player);
 
 /// What the viewer would see and hear, and what was programmed last. Values that were never set

@@ -1,0 +1,424 @@
+#include "player/PlaybackEngine.h"
+
+#include <tv_stream.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace tvdesktop {
+namespace {
+
+constexpr int kEndReached = 0;
+constexpr int kBeginReached = 1;
+constexpr int kChannelChanged = 3;
+
+constexpr int kSourceGone = 1;
+constexpr int kNothingDecodable = 3;
+
+/// How far a decoder reads ahead in the direction of play, and how old a unit may be that is still
+/// shown at the position. Milliseconds of stream time.
+constexpr double kReadAhead = 2000;
+constexpr double kStillShown = 500;
+
+/// The end of a growing file is left and reached again with everything that is written to it; it
+/// counts as left when playback has fallen behind by this much.
+constexpr double kBehindEnd = 2000;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+bool IsRate(double rate) {
+    return std::isfinite(rate) && rate != 0;
+}
+
+/// A PID that a demultiplexer can be set to; 0 is the PAT and 0x1FFF the null packets, both also
+/// stand for "none", as does everything that is no PID at all.
+bool IsStreamPid(int pid) {
+    return pid > 0 && pid < 0x1FFF;
+}
+
+}  // namespace
+
+// --- Source and properties -----------------------------------------------------------------------
+
+int PlaybackEngine::SetProperties(const StreamPropertyList &list) {
+    const Lock lock(m_mutex);
+    const Decoded before = DecodedStream();
+    ApplyStreamProperties(list, m_state, m_source);
+    if (Sets(list, TV_PROPERTY_PVRSRC_URI)) {
+        m_recording.reset();
+        m_pending.clear();
+        m_state.run = Run::Stopped;
+        m_state.rate = 1.0;
+        m_state.sourceMuted = true;
+        m_state.waitingForUnmute = false;
+        Open();
+        Place(m_source.startMs, 1.0);
+    }
+    const Decoded after = DecodedStream();
+    if (after.kind != before.kind || after.pid != before.pid)
+        ExpectUnit();
+    return kPlayerOk;
+}
+
+bool PlaybackEngine::Open() {
+    if (m_recording)
+        return true;
+    auto recording = std::make_unique<Recording>();
+    if (!recording->Open(m_source.path))
+        return false;
+    recording->Follow();
+    m_recording = std::move(recording);
+    return true;
+}
+
+int PlaybackEngine::ChannelInfoAt(std::int64_t time, TvChannelInfo **info) {
+    const Lock lock(m_mutex);
+    if (info == nullptr)
+        return kPlayerBadArgument;
+    *info = nullptr;
+    if (!Open())
+        return kPlayerNoSource;
+    FollowFile();
+    *info = m_recording->InfoAt(static_cast<double>(time));
+    return *info == nullptr ? kPlayerNoChannelInfo : kPlayerOk;
+}
+
+int PlaybackEngine::SetAudioDescription(bool enabled, int pid) {
+    const Lock lock(m_mutex);
+    if (enabled)
+        m_state.adPid = pid;
+    m_state.adEnabled = enabled;
+    return kPlayerOk;
+}
+
+int PlaybackEngine::Set3dFormat(int mode, int format) {
+    const Lock lock(m_mutex);
+    m_state.threeDMode = mode;
+    m_state.threeDFormat = format;
+    return kPlayerOk;
+}
+
+int PlaybackEngine::Set3dMode(int mode, int subVideoPid) {
+    const Lock lock(m_mutex);
+    m_state.threeDMode = mode;
+    m_state.subVideoPid = subVideoPid;
+    return kPlayerOk;
+}
+
+// --- Transport -----------------------------------------------------------------------------------
+
+int PlaybackEngine::Ready() {
+    const Lock lock(m_mutex);
+    const bool wasStopped = m_state.run == Run::Stopped;
+    if (const int failure = Prepare(); failure != kPlayerOk)
+        return failure;
+    m_state.run = Run::Ready;
+    if (wasStopped) {
+        Place(m_source.startMs, 1.0);
+        ExpectUnit();
+    }
+    return kPlayerOk;
+}
+
+int PlaybackEngine::Start() {
+    const Lock lock(m_mutex);
+    if (m_state.run == Run::Playing || m_state.run == Run::Paused)
+        return kPlayerWrongState;
+    if (const int failure = Prepare(); failure != kPlayerOk)
+        return failure;
+    if (m_state.run == Run::Stopped)
+        PlayFrom(m_source.startMs, 1.0);
+    else
+        PlayFrom(m_position, m_state.rate);
+    return kPlayerOk;
+}
+
+/// Opens and judges the source. A timeshift buffer may still be empty: its recorder has just begun.
+int PlaybackEngine::Prepare() {
+    if (!Open())
+        return Fail(kSourceGone, kPlayerNoSource);
+    if (!FollowFile())
+        return Fail(kSourceGone, kPlayerNoSource);
+    if (!m_recording->HasStreamTime() && !m_source.isTimeshift)
+        return Fail(kNothingDecodable, kPlayerNoStream);
+    return kPlayerOk;
+}
+
+int PlaybackEngine::Fail(int errorCode, int result) {
+    m_state.run = Run::Stopped;
+    m_state.waitingForUnmute = false;
+    PlayerMessage message;
+    message.errCode = errorCode;
+    m_pending.push_back({TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR, message});
+    return result;
+}
+
+int PlaybackEngine::Stop() {
+    const Lock lock(m_mutex);
+    m_state.run = Run::Stopped;
+    m_state.rate = 1.0;
+    m_state.waitingForUnmute = false;
+    m_left = 0;
+    m_pending.clear();
+    return kPlayerOk;
+}
+
+int PlaybackEngine::Pause() {
+    const Lock lock(m_mutex);
+    if (m_state.run == Run::Stopped)
+        return kPlayerWrongState;
+    m_state.run = Run::Paused;
+    return kPlayerOk;
+}
+
+int PlaybackEngine::Resume() {
+    const Lock lock(m_mutex);
+    if (m_state.run == Run::Stopped)
+        return kPlayerWrongState;
+    m_state.run = Run::Playing;
+    return kPlayerOk;
+}
+
+int PlaybackEngine::Step() {
+    const Lock lock(m_mutex);
+    if (m_state.run == Run::Stopped)
+        return kPlayerWrongState;
+    const Decoded decoded = DecodedStream();
+    if (decoded.pid < 0)
+        return kPlayerNoStream;
+    if (!FollowFile())
+        return kPlayerNoSource;
+    m_state.run = Run::Paused;
+    const auto unit = m_recording->FindUnit(decoded.kind, decoded.pid, m_stretch,
+                                            std::nextafter(m_position, kInfinity), StretchEnd());
+    if (unit) {
+        MoveTo(*unit);
+    } else if (m_stretch + 1 < m_recording->StretchCount()) {
+        CrossInto(m_stretch + 1, m_stretch + 1);
+    } else {
+        ReachEdge(Edge::End);
+    }
+    return kPlayerOk;
+}
+
+int PlaybackEngine::SetSpeed(double rate) {
+    const Lock lock(m_mutex);
+    if (!IsRate(rate))
+        return kPlayerBadArgument;
+    if (m_state.run == Run::Stopped)
+        return kPlayerWrongState;
+    m_state.run = Run::Playing;
+    m_state.rate = rate;
+    m_edge = Edge::None;
+    ExpectUnit();
+    return kPlayerOk;
+}
+
+int PlaybackEngine::Seek(std::int64_t position, double rate) {
+    const Lock lock(m_mutex);
+    if (!IsRate(rate))
+        return kPlayerBadArgument;
+    if (m_state.run == Run::Stopped)
+        return kPlayerWrongState;
+    if (!FollowFile())
+        return kPlayerNoSource;
+    m_pending.clear();  // nothing of the old place is reported any more
+    PlayFrom(static_cast<double>(position), rate);
+    return kPlayerOk;
+}
+
+int PlaybackEngine::GetPosition(long long *position, long long *duration) {
+    const Lock lock(m_mutex);
+    if (position == nullptr || duration == nullptr)
+        return kPlayerBadArgument;
+    if (!m_recording)
+        return kPlayerNoSource;
+    FollowFile();
+    *position = static_cast<long long>(m_position);
+    *duration = static_cast<long long>(Duration());
+    return kPlayerOk;
+}
+
+PlayerState PlaybackEngine::State() {
+    const Lock lock(m_mutex);
+    PlayerState state = m_state;
+    state.positionMs = static_cast<std::int64_t>(m_position);
+    state.durationMs = static_cast<std::int64_t>(Duration());
+    return state;
+}
+
+std::vector<ChannelStretchInfo> PlaybackEngine::Stretches() {
+    const Lock lock(m_mutex);
+    std::vector<ChannelStretchInfo> stretches;
+    for (std::size_t i = 0; m_recording && i < m_recording->StretchCount(); ++i) {
+        const auto begin = static_cast<std::int64_t>(m_recording->StretchBegin(i));
+        stretches.push_back({begin, m_recording->InfoOf(i)});
+    }
+    return stretches;
+}
+
+// --- Clock ---------------------------------------------------------------------------------------
+
+void PlaybackEngine::Advance(Milliseconds elapsed) {
+    {
+        const Lock lock(m_mutex);
+        const bool isRunning = m_state.run == Run::Playing || m_state.run == Run::Paused;
+        if (isRunning && FollowFile())
+            LookForUnit();
+        m_left = elapsed.count();
+    }
+    while (const std::optional<Message> message = NextMessage())
+        m_deliver(message->type, message->content);
+}
+
+bool PlaybackEngine::NeedsTime() {
+    const Lock lock(m_mutex);
+    return m_state.run == Run::Playing || !m_pending.empty() ||
+           (m_state.run == Run::Paused && m_state.waitingForUnmute);
+}
+
+std::optional<PlaybackEngine::Message> PlaybackEngine::NextMessage() {
+    const Lock lock(m_mutex);
+    if (m_pending.empty())
+        RunClock();
+    if (m_pending.empty())
+        return std::nullopt;
+    const Message message = m_pending.front();
+    m_pending.pop_front();
+    return message;
+}
+
+/// Plays up to the next border or end of the recording, or until the time is used up.
+void PlaybackEngine::RunClock() {
+    if (m_state.run != Run::Playing || m_left <= 0 || !m_recording->HasStreamTime())
+        return;
+    const bool forward = m_state.rate > 0;
+    const bool hasBorder = forward ? m_stretch + 1 < m_recording->StretchCount() : m_stretch > 0;
+    const double limit =
+        forward ? StretchEnd() : (hasBorder ? m_recording->StretchBegin(m_stretch) : 0.0);
+    const double target = m_position + m_left * m_state.rate;
+    if (forward ? target < limit : target > limit) {
+        m_left = 0;
+        MoveTo(target);
+        return;
+    }
+    if (!hasBorder) {
+        m_left = 0;
+        ReachEdge(forward ? Edge::End : Edge::Begin);
+        return;
+    }
+    m_left -= (limit - m_position) / m_state.rate;
+    if (forward)
+        CrossInto(m_stretch + 1, m_stretch + 1);
+    else
+        CrossInto(m_stretch - 1, m_stretch);
+}
+
+void PlaybackEngine::MoveTo(double position) {
+    const bool leftBegin = m_edge == Edge::Begin && position > 0;
+    const bool leftEnd =
+        m_edge == Edge::End && (position < m_position || position < Duration() - kBehindEnd);
+    if (leftBegin || leftEnd)
+        m_edge = Edge::None;
+    m_position = position;
+}
+
+/// @param border  the later one of the two stretches, whose begin is crossed
+void PlaybackEngine::CrossInto(std::size_t stretch, std::size_t border) {
+    MoveTo(m_recording->StretchBegin(border));
+    m_stretch = stretch;
+    m_lookedFrom = kInfinity;
+    m_lookedTo = -kInfinity;
+    PlayerMessage message;
+    message.subEventType = kChannelChanged;
+    message.timeCode = static_cast<int>(m_position);
+    m_pending.push_back({TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message});
+}
+
+/// Stays at an end of the recording. The rate is kept: the file may grow, and what a service thinks
+/// the rate is stays right until it asks for another one.
+void PlaybackEngine::ReachEdge(Edge edge) {
+    m_position = edge == Edge::End ? Duration() : 0.0;
+    if (m_edge == edge)
+        return;
+    m_edge = edge;
+    PlayerMessage message;
+    message.subEventType = edge == Edge::End ? kEndReached : kBeginReached;
+    message.timeCode = static_cast<int>(m_position);
+    m_pending.push_back({TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message});
+}
+
+void PlaybackEngine::Place(double position, double rate) {
+    m_state.rate = rate;
+    m_position = std::clamp(position, 0.0, Duration());
+    m_stretch = m_recording ? m_recording->StretchAt(m_position, rate > 0) : 0;
+    m_left = 0;
+    m_edge = Edge::None;
+}
+
+void PlaybackEngine::PlayFrom(double position, double rate) {
+    m_state.run = Run::Playing;
+    Place(position, rate);
+    ExpectUnit();
+    if (position < 0)
+        ReachEdge(Edge::Begin);
+    else if (position > Duration())
+        ReachEdge(Edge::End);
+}
+
+double PlaybackEngine::StretchEnd() const {
+    const bool isLast = m_stretch + 1 >= m_recording->StretchCount();
+    return isLast ? Duration() : m_recording->StretchBegin(m_stretch + 1);
+}
+
+bool PlaybackEngine::FollowFile() {
+    if (m_recording->Follow())
+        return true;
+    if (m_state.run != Run::Stopped)
+        Fail(kSourceGone, kPlayerNoSource);
+    return false;
+}
+
+// --- Decoding ------------------------------------------------------------------------------------
+
+PlaybackEngine::Decoded PlaybackEngine::DecodedStream() const {
+    if (m_state.hasVideo != 0 && IsStreamPid(m_state.videoPid))
+        return {UnitKind::Video, m_state.videoPid};
+    return {UnitKind::Audio, IsStreamPid(m_state.audioPid) ? m_state.audioPid : -1};
+}
+
+void PlaybackEngine::ExpectUnit() {
+    m_state.waitingForUnmute = m_state.run != Run::Stopped;
+    m_lookedFrom = kInfinity;
+    m_lookedTo = -kInfinity;
+}
+
+/// Looks around the position for a unit of the decoded stream, ahead in the direction of play. What
+/// was searched once without success is not read again while the position moves on.
+void PlaybackEngine::LookForUnit() {
+    const Decoded decoded = DecodedStream();
+    if (!m_state.waitingForUnmute || decoded.pid < 0 || m_stretch >= m_recording->StretchCount())
+        return;
+    const bool forward = m_state.rate > 0;
+    const double begin = m_recording->StretchBegin(m_stretch);
+    double from = std::max(begin, m_position - (forward ? kStillShown : kReadAhead));
+    double to = std::min(StretchEnd(), m_position + (forward ? kReadAhead : kStillShown));
+    if (forward)
+        from = std::max(from, m_lookedTo);
+    else
+        to = std::min(to, m_lookedFrom);
+    if (from > to)
+        return;
+    m_lookedFrom = from;
+    m_lookedTo = to;
+    if (!m_recording->FindUnit(decoded.kind, decoded.pid, m_stretch, from, to))
+        return;
+    m_state.waitingForUnmute = false;
+    const bool isVideo = decoded.kind == UnitKind::Video;
+    m_pending.push_back(
+        {isVideo ? TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE : TV_PLAYER_CALLBACK_AUDIODEC_AUDIO_INFO_LOCK,
+         {}});
+}
+
+}  // namespace tvdesktop

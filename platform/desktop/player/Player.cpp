@@ -1,0 +1,116 @@
+#include "player/Player.h"
+
+#include <chrono>
+#include <memory>
+#include <utility>
+
+namespace tvdesktop {
+namespace {
+
+/// Real time between two looks at the playback: finer than a picture lasts.
+constexpr std::chrono::milliseconds kTick{20};
+
+}  // namespace
+
+Player::Player(const PlayerOptions &options)
+    : PlatformObject(ObjectKind::Player),
+      m_clockFactor(options.clockFactor > 0 ? options.clockFactor : 1.0),
+      m_stream(*this),
+      m_engine(
+          [this](TVCallbackType type, const PlayerMessage &message) { Deliver(type, message); }),
+      m_clock([this] { RunClock(); }) {}
+
+Player::~Player() {
+    {
+        const std::lock_guard<std::mutex> lock(m_clockMutex);
+        m_isEnding = true;
+    }
+    m_wake.notify_one();
+    m_clock.join();
+}
+
+void Player::SetCallback(PlayerCallback callback) {
+    const std::lock_guard<std::mutex> lock(m_callbackMutex);
+    m_callback = std::move(callback);
+}
+
+void Player::Wake() {
+    {
+        // Waits until the clock thread has either not yet asked NeedsTime or already sleeps.
+        const std::lock_guard<std::mutex> lock(m_clockMutex);
+    }
+    m_wake.notify_one();
+}
+
+/// Time in which nothing plays does not pass for the engine; all other time does, also what Advance
+/// itself takes, so that playback keeps step with the clock on the wall.
+void Player::RunClock() {
+    using Clock = std::chrono::steady_clock;
+    std::unique_lock<std::mutex> lock(m_clockMutex);
+    Clock::time_point played = Clock::now();
+    while (!m_isEnding) {
+        if (!m_engine.NeedsTime()) {
+            m_wake.wait(lock);
+            played = Clock::now();
+            continue;
+        }
+        if (m_wake.wait_for(lock, kTick, [this] { return m_isEnding; }))
+            return;
+        lock.unlock();
+        const Clock::time_point now = Clock::now();
+        m_engine.Advance((now - played) * m_clockFactor);
+        played = now;
+        lock.lock();
+    }
+}
+
+void Player::Deliver(TVCallbackType type, const PlayerMessage &message) try {
+    PlayerCallback callback;
+    {
+        const std::lock_guard<std::mutex> lock(m_callbackMutex);
+        callback = m_callback;
+    }
+    if (callback)
+        callback(type, message);
+} catch (...) {  // what a service throws must not end the clock
+}
+
+Player *PlayerOf(void *player) {
+    PlatformObject *object = ObjectOf(player, ObjectKind::Player);
+    return static_cast<Player *>(object);
+}
+
+Player *PlayerOfStream(void *stream) {
+    PlatformObject *object = ObjectOf(stream, ObjectKind::Stream);
+    return object == nullptr ? nullptr : &static_cast<Stream *>(object)->player;
+}
+
+void *CreatePlayer(const PlayerOptions &options) {
+    return static_cast<PlatformObject *>(std::make_unique<Player>(options).release());
+}
+
+void *StreamOf(void *player) {
+    Player *owner = PlayerOf(player);
+    return owner == nullptr ? nullptr : static_cast<PlatformObject *>(&owner->stream());
+}
+
+void SetPlayerCallback(void *player, PlayerCallback callback) {
+    if (Player *target = PlayerOf(player))
+        target->SetCallback(std::move(callback));
+}
+
+void DestroyPlayer(void *player) {
+    delete PlayerOf(player);
+}
+
+PlayerState GetPlayerState(void *player) {
+    Player *source = PlayerOf(player);
+    return source == nullptr ? PlayerState{} : source->engine().State();
+}
+
+std::vector<ChannelStretchInfo> GetChannelStretches(void *player) {
+    Player *source = PlayerOf(player);
+    return source == nullptr ? std::vector<ChannelStretchInfo>{} : source->engine().Stretches();
+}
+
+}  // namespace tvdesktop

@@ -1,0 +1,80 @@
+/// @file
+/// The player object behind tv_player_*, with the stream object behind tv_stream_*.
+#ifndef TVDESKTOP_PLAYER_PLAYER_H
+#define TVDESKTOP_PLAYER_PLAYER_H
+
+#include <TvDesktop.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "player/PlaybackEngine.h"
+#include "system/PlatformObject.h"
+
+namespace tvdesktop {
+
+class Player;
+
+/// The stream of a player: only another name for it.
+struct Stream : PlatformObject {
+    explicit Stream(Player &owner) : PlatformObject(ObjectKind::Stream), player(owner) {}
+    Player &player;
+};
+
+/// Drives a PlaybackEngine with the machine's monotonic clock, on a thread of its own that lives as
+/// long as the player. The user's callback runs on that thread, without a lock held.
+///
+/// Threads: thread-safe, except that the destructor must not run inside a callback.
+class Player : public PlatformObject {
+  public:
+    explicit Player(const PlayerOptions &options);
+    ~Player();
+    Player(const Player &) = delete;
+    Player &operator=(const Player &) = delete;
+
+    PlaybackEngine &engine() { return m_engine; }
+    Stream &stream() { return m_stream; }
+
+    void SetCallback(PlayerCallback callback);
+
+    /// Lets the clock thread see what a command has changed.
+    void Wake();
+
+  private:
+    void RunClock();
+    void Deliver(TVCallbackType type, const PlayerMessage &message);
+
+    const double m_clockFactor;
+    Stream m_stream;
+    PlaybackEngine m_engine;
+
+    std::mutex m_callbackMutex;
+    PlayerCallback m_callback;
+
+    std::mutex m_clockMutex;
+    std::condition_variable m_wake;
+    bool m_isEnding = false;
+    std::thread m_clock;  ///< last, so that it starts when all else is made
+};
+
+/// @return the player behind an opaque pointer, or null when it is none
+Player *PlayerOf(void *player);
+/// @return the player that a stream belongs to, or null when the pointer is no stream
+Player *PlayerOfStream(void *stream);
+
+/// Runs one operation on behalf of a C function, from which no exception may escape.
+template <typename Operation>
+int Control(Player *player, Operation operation) noexcept try {
+    if (player == nullptr)
+        return kPlayerNoObject;
+    const int result = operation(player->engine());
+    player->Wake();
+    return result;
+} catch (...) {
+    return kPlayerOutOfMemory;
+}
+
+}  // namespace tvdesktop
+
+#endif
