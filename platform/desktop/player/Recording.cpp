@@ -67,9 +67,7 @@ void Recording::Index(const std::uint8_t *packet, std::uint64_t offset) {
     if (!pcr)
         return;
     m_clock.Advance(*pcr);
-    const double time = static_cast<double>(m_clock.ticks()) * 1000.0 / ts::kPcrHz;
-    if (m_points.empty() || time > m_points.back().time)
-        m_points.push_back({time, offset});
+    m_points.push_back({static_cast<double>(m_clock.ticks()) * 1000.0 / ts::kPcrHz, offset});
 }
 
 void Recording::ReachStretch() {
@@ -125,12 +123,13 @@ double Recording::TimeAt(std::uint64_t offset) const {
     return before.time + share * (next->time - before.time);
 }
 
+/// A place before everything that has that time; the stream before the first PCR has its time too.
 std::uint64_t Recording::OffsetBefore(double time) const {
-    const auto next =
-        std::upper_bound(m_points.begin(), m_points.end(), time,
-                         [](double value, const Point &point) { return value < point.time; });
-    const bool isBeforeSecond = next == m_points.begin() || std::prev(next) == m_points.begin();
-    return isBeforeSecond ? 0 : std::prev(next)->offset;
+    const auto reached =
+        std::lower_bound(m_points.begin(), m_points.end(), time,
+                         [](const Point &point, double value) { return point.time < value; });
+    const bool isFirst = reached == m_points.begin() || std::prev(reached) == m_points.begin();
+    return isFirst ? 0 : std::prev(reached)->offset;
 }
 
 std::uint64_t Recording::OffsetBehind(double time) const {

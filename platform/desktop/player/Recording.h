@@ -76,7 +76,7 @@ class Recording {
     ts::PacketReader m_tail;    ///< reads on at the end of what is indexed
     ts::PacketReader m_search;  ///< jumps
     ts::StreamClock m_clock;
-    std::vector<Point> m_points;  ///< strictly rising in both
+    std::vector<Point> m_points;  ///< one a PCR; times may stand still, offsets rise
     std::uint64_t m_end = 0;      ///< end of the last packet that is indexed
 
     std::deque<ts::ChannelStretch> m_stretches;  ///< a deque never moves what it holds

@@ -1,0 +1,85 @@
+#include "PacketReader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "TsPacket.h"
+
+namespace tvdesktop::ts {
+
+namespace {
+
+constexpr std::size_t kBufferSize = 1024 * kPacketSize;
+
+}  // namespace
+
+bool PacketReader::Open(const std::string &path) {
+    Close();
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    char probe = 0;
+    if (!file.IsOpen() || ::pread(file.Get(), &probe, 1, 0) < 0)
+        return false;
+    m_file = std::move(file);
+    m_buffer.resize(kBufferSize);
+    Seek(0);
+    return true;
+}
+
+void PacketReader::Close() {
+    m_file.Close();
+}
+
+void PacketReader::Seek(std::uint64_t offset) {
+    m_framing.Reset();
+    m_bufferOffset = offset;
+    m_packetOffset = offset;
+    m_filled = 0;
+    m_position = 0;
+}
+
+const std::uint8_t *PacketReader::Next() {
+    bool atEnd = false;
+    while (IsOpen()) {
+        const auto place = m_framing.Find(m_buffer.data(), m_filled, m_position, atEnd);
+        m_position = place.offset;
+        if (place.found) {
+            m_packetOffset = Tell();
+            m_position += kPacketSize;
+            return m_buffer.data() + place.offset;
+        }
+        if (atEnd)
+            break;
+        atEnd = !ReadMore();
+    }
+    return nullptr;
+}
+
+/// Drops what was looked at and fills the buffer up. @return false when the file has no more now
+bool PacketReader::ReadMore() {
+    std::copy(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_position),
+              m_buffer.begin() + static_cast<std::ptrdiff_t>(m_filled), m_buffer.begin());
+    m_bufferOffset += m_position;
+    m_filled -= m_position;
+    m_position = 0;
+
+    ssize_t count = 0;
+    do {
+        count = ::pread(m_file.Get(), m_buffer.data() + m_filled, m_buffer.size() - m_filled,
+                        static_cast<off_t>(m_bufferOffset + m_filled));
+    } while (count < 0 && errno == EINTR);
+    if (count <= 0)
+        return false;
+    m_filled += static_cast<std::size_t>(count);
+    return true;
+}
+
+std::uint64_t PacketReader::Size() const {
+    struct stat status {};
+    return IsOpen() && ::fstat(m_file.Get(), &status) == 0
+               ? static_cast<std::uint64_t>(status.st_size)
+               : 0;
+}
+
+}  // namespace tvdesktop::ts

@@ -1,0 +1,123 @@
+/// @file
+/// Makes small transport streams for tests, packet by packet.
+#ifndef TESTS_DESKTOP_TSBUILDER_H
+#define TESTS_DESKTOP_TSBUILDER_H
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Every call appends whole packets to `data`; continuity counters run per PID.
+class TsBuilder {
+  public:
+    Bytes data;
+
+    /// PAT with (program_number, PMT PID) entries.
+    TsBuilder &Pat(const std::vector<std::pair<int, int>> &programs) {
+        Bytes body = {0x00, 0x01, 0xC1, 0, 0};
+        for (const auto &[number, pid] : programs)
+            Append(body, {number >> 8, number, 0xE0 | pid >> 8, pid});
+        return Section(0, 0x00, body);
+    }
+
+    /// PMT with (stream_type, PID) entries.
+    TsBuilder &Pmt(int pmtPid, int program, int pcrPid,
+                   const std::vector<std::pair<int, int>> &streams) {
+        Bytes body;
+        Append(body, {program >> 8, program, 0xC1, 0, 0, 0xE0 | pcrPid >> 8, pcrPid, 0xF0, 0});
+        for (const auto &[type, pid] : streams)
+            Append(body, {type, 0xE0 | pid >> 8, pid, 0xF0, 0});
+        return Section(pmtPid, 0x02, body);
+    }
+
+    /// A packet with an adaptation field that holds a PCR in 27 MHz ticks, and a payload.
+    TsBuilder &Pcr(int pid, std::int64_t ticks, bool unitStart = false) {
+        Bytes packet = Header(pid, unitStart, 0x30);
+        const std::int64_t base = ticks / 300 & 0x1FFFFFFFF;
+        const auto extension = static_cast<int>(ticks % 300);
+        Append(packet, {7, 0x10, static_cast<int>(base >> 25), static_cast<int>(base >> 17),
+                        static_cast<int>(base >> 9), static_cast<int>(base >> 1),
+                        static_cast<int>(base << 7 & 0x80) | 0x7E | extension >> 8, extension});
+        return Payload(packet, unitStart);
+    }
+
+    /// Packets without a PCR; `unitStart` lets the first begin a PES packet.
+    TsBuilder &Media(int pid, int count = 1, bool unitStart = false) {
+        for (int i = 0; i < count; ++i)
+            Payload(Header(pid, unitStart && i == 0, 0x10), unitStart && i == 0);
+        return *this;
+    }
+
+    /// Bytes that are no packet.
+    TsBuilder &Junk(std::size_t count, std::uint8_t value = 0x55) {
+        data.insert(data.end(), count, value);
+        return *this;
+    }
+
+    void WriteTo(const std::string &path) const {
+        if (std::FILE *file = std::fopen(path.c_str(), "wb")) {
+            std::fwrite(data.data(), 1, data.size(), file);
+            std::fclose(file);
+        }
+    }
+
+  private:
+    static void Append(Bytes &to, std::initializer_list<int> values) {
+        for (const int value : values)
+            to.push_back(static_cast<std::uint8_t>(value & 0xFF));
+    }
+
+    static std::uint32_t Crc32(const Bytes &bytes) {
+        std::uint32_t crc = 0xFFFFFFFF;
+        for (const std::uint8_t byte : bytes) {
+            crc ^= static_cast<std::uint32_t>(byte) << 24;
+            for (int bit = 0; bit < 8; ++bit)
+                crc = crc << 1 ^ ((crc & 0x80000000) != 0 ? 0x04C11DB7U : 0);
+        }
+        return crc;
+    }
+
+    Bytes Header(int pid, bool unitStart, int control) {
+        Bytes packet;
+        Append(packet, {0x47, (unitStart ? 0x40 : 0) | pid >> 8, pid,
+                        control | (m_counters[pid]++ & 0x0F)});
+        return packet;
+    }
+
+    TsBuilder &Section(int pid, int tableId, const Bytes &body) {
+        const auto length = static_cast<int>(body.size()) + 4;
+        Bytes section;
+        Append(section, {tableId, 0xB0 | length >> 8, length});
+        section.insert(section.end(), body.begin(), body.end());
+        const std::uint32_t crc = Crc32(section);
+        for (int shift = 24; shift >= 0; shift -= 8)
+            section.push_back(static_cast<std::uint8_t>(crc >> shift));
+        Bytes packet = Header(pid, true, 0x10);
+        packet.push_back(0);  // pointer_field
+        packet.insert(packet.end(), section.begin(), section.end());
+        packet.resize(188, 0xFF);
+        data.insert(data.end(), packet.begin(), packet.end());
+        return *this;
+    }
+
+    /// Fills a packet up; a serial number makes every packet different from all others.
+    TsBuilder &Payload(Bytes packet, bool unitStart) {
+        if (unitStart)
+            Append(packet, {0, 0, 1, 0xE0, 0, 0, 0x80, 0, 0});
+        const int serial = m_serial++;
+        Append(packet, {serial >> 16, serial >> 8, serial});
+        packet.resize(188, 0xAA);
+        data.insert(data.end(), packet.begin(), packet.end());
+        return *this;
+    }
+
+    std::map<int, int> m_counters;
+    int m_serial = 0;
+};
+
+#endif
