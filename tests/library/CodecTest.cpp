@@ -1,0 +1,144 @@
+// The request codec and the two dispatchers.
+#include "InstanceTest.h"
+
+namespace {
+
+TEST(Codec, DecodesPairsAndRefusesOtherLengths) {
+    struct Row {
+        std::string text;
+        int length, result, oldResult, decoded;
+        std::string bytes, oldBytes;
+    };
+    const Row rows[] = {{"01fF", 4, 0, 0, 2, "\x01\xFF", "\x01\xFF"},
+                        {"0A9c", 2, 0, 0, 1, "\x0A", "\x0A"},
+                        {"zz1g", 4, 0, 0, 2, {"\0\x10", 2}, {"\0\x01", 2}},
+                        {"123", 3, -1, 1, 0, "", ""},
+                        {"12", 1, -1, 1, 0, "", ""},
+                        {"12", 0, -1, 1, 0, "", ""},
+                        {"12", -3, -1, 1, 0, "", ""}};
+    for (const bool old : {false, true}) {
+        const auto decode = old ? parse_string_to_buf_old : parse_string_to_buf;
+        for (Row row : rows) {
+            SCOPED_TRACE(row.text);
+            char bytes[4] = {};
+            int length = 77;
+            EXPECT_EQ(decode(row.text.data(), row.length, bytes, &length),
+                      old ? row.oldResult : row.result);
+            EXPECT_EQ(length, row.decoded);
+            EXPECT_EQ(std::string(bytes, row.bytes.size()), old ? row.oldBytes : row.bytes);
+            EXPECT_EQ(decode(nullptr, 2, bytes, &length), old ? 1 : -1);
+            EXPECT_EQ(decode(row.text.data(), 2, nullptr, &length), old ? 1 : -1);
+        }
+        char text[] = "1234";
+        int length = 77;
+        EXPECT_EQ(decode(text, -4, text, &length), old ? 0 : -1);
+        EXPECT_EQ(length, old ? -2 : 0);
+    }
+}
+
+TEST(Codec, EncodesEveryByteInOrder) {
+    unsigned char bytes[256];
+    std::string expected;
+    for (int i = 0; i < 256; ++i) {
+        bytes[i] = static_cast<unsigned char>(i);
+        expected += Format("%02x", i);
+    }
+    char text[2 * 256 + 1] = {};
+    unsigned int length = 77;
+    EXPECT_EQ(build_buf_to_string(bytes, 256, text, &length), 0);
+    EXPECT_EQ(length, 512U);
+    EXPECT_EQ(text, expected);
+    for (const unsigned int count : {0U, 4U, 1U << 31, ~0U}) {
+        length = 77;
+        EXPECT_EQ(build_buf_to_string(count == 4 ? nullptr : bytes, count, text, &length), 1);
+        EXPECT_EQ(build_buf_to_string(bytes, count, nullptr, &length), 1);
+        EXPECT_EQ(length, 0U);
+    }
+    const std::string digits = "0123456789abcdefABCDEF";
+    for (int c = -128; c < 128; ++c) {
+        const auto at = digits.find(static_cast<char>(c));
+        EXPECT_EQ(hex_char_to_int(static_cast<char>(c)), at == std::string::npos ? 0
+                                                         : at < 16               ? at
+                                                                                 : at - 6)
+            << c;
+    }
+}
+
+template <typename Instance>
+class DispatchTest : public InstanceTest<Instance> {
+  protected:
+    /// Runs every command on an instance without platform objects. Each row: the operation, the
+    /// result, and "!" where a missing object is reported.
+    void CheckCommands(const std::vector<std::string> &rows, const char *missing) {
+        for (unsigned int number = 1; number <= rows.size(); ++number) {
+            std::string operation, result, failure;
+            std::istringstream(rows[number - 1]) >> operation >> result >> failure;
+            SCOPED_TRACE(operation);
+            EXPECT_EQ(std::to_string(this->Send(Request(number))), result);
+            const std::string journal = Fake().All();
+            const std::string place = ' ' + operation + FileOf(this->m_instance);
+            EXPECT_EQ(journal.find(place) == std::string::npos, operation == "GetTunerIndex");
+            const std::string line = "log 16" + place + "failed [" + missing + "]\\n\n";
+            EXPECT_EQ(journal.find(line) != std::string::npos, failure == "!");
+            EXPECT_EQ(journal.find("\ntv_player_"), std::string::npos);
+            EXPECT_EQ(journal.find("\ntv_recorder_"), std::string::npos);
+        }
+    }
+
+    /// Announces lengths of a text that holds command 1 and zeros, longer than the longest record;
+    /// runs an unknown command and one without the reply buffer that it needs.
+    void CheckRefusals(unsigned int unknown, const std::vector<unsigned int> &needReply,
+                       const char *refusal) {
+        std::string text = Request(1).text();
+        text.resize(16386, '0');
+        for (const unsigned int size : {0U, 1U, 7U, 16383U, 16385U, 16386U, 1U << 31, ~0U, ~1U}) {
+            EXPECT_EQ(this->Send(text.data(), size, this->m_buffer), 2U) << size;
+            EXPECT_EQ(Fake().All().find("handle ["), std::string::npos);
+        }
+        EXPECT_EQ(this->Send(nullptr, 8, this->m_buffer), 2U);
+        EXPECT_EQ(Fake().All(), "");
+        EXPECT_EQ(this->Send(text.data(), 16384, this->m_buffer), 0U);
+        EXPECT_EQ(this->Send(text.data(), 2, this->m_buffer), 0U);
+        for (const unsigned int command : needReply) {
+            std::string request = Request(command).text();
+            EXPECT_EQ(this->Send(request.data(), 8, nullptr), 1U);
+            EXPECT_EQ(Fake().Logs().find("GetProgress"), std::string::npos);
+        }
+        for (const unsigned int command : {0U, unknown, ~0U}) {
+            EXPECT_EQ(this->Send(Request(command)), 2U);
+            EXPECT_NE(Fake().All().find(Format("%s%s", FileOf(this->m_instance), refusal)),
+                      std::string::npos);
+        }
+    }
+};
+
+using RecorderDispatch = DispatchTest<CMOXPVRRecorder>;
+using PlaybackDispatch = DispatchTest<CMOXPVRPlayback>;
+
+TEST_F(RecorderDispatch, ReachesOneOperationPerCommand) {
+    CheckCommands({"SetHandle 0", "SetDemuxProperty 1 !", "SetSinkProperty 1 !",
+                   "SetChannelInfoProperty 1 !", "SetATVProperty 1 !", "Start 1 !", "Pause 1 !",
+                   "Resume 1 !", "Stop 1 !", "GetProgress 1 !", "SwapTS2Record 1 !", "UpdateSi 1 !",
+                   "GetTSDuration 1 !", "ClearDemuxInfo 1 !", "RecordInformPowerChange 2 !",
+                   "GetTunerIndex 0", "SetBackgroundAPID 1 !", "SetDuration 0", "PreStart 1 !"},
+                  "m_handle");
+    CheckRefusals(20, {10, 13}, "[FAT] CtrlRecorder | error command\n");
+    std::string upper = "0A000000";
+    EXPECT_EQ(Send(upper.data(), 8, m_buffer), 1U);
+    EXPECT_EQ(Fake().All(), Expand("CtrlRecorder", FileOf(m_instance), R"(
+4 CtrlRecorder | inSize[8] inData[0A000000]; 4 CtrlRecorder | cmd [10]
+@GetProgress; 4 GetProgress | this func is started; 16 failed [m_handle]\n)"));
+}
+
+TEST_F(PlaybackDispatch, ReachesOneOperationPerCommand) {
+    CheckCommands({"SetHandle 0", "SetProperty 1", "Start 0", "Pause 1 !", "Resume 1 !",
+                   "TrickPlay 1 !", "Skip 1 !", "Stop 1 !", "GetProgress 1 !", "StepFrame 1 !",
+                   "Ready 1 !", "Reset 1", "AllPidDescrambled 0"},
+                  "m_tv_player");
+    CheckRefusals(14, {9}, "[FAT] CMOXPVRPlayback | error command \n");
+    EXPECT_EQ(Send(Request(14)), 2U);
+    EXPECT_EQ(Fake().All(), Expand("CtrlPlayback", FileOf(m_instance), R"(
+4 CMOXPVRPlayback | play command [14]; 16 [FAT] CMOXPVRPlayback | error command )"));
+}
+
+}  // namespace

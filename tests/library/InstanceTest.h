@@ -1,0 +1,174 @@
+/// @file
+/// What the tests of both kinds of instance share: requests, and steps with the journal they leave.
+#ifndef TESTS_LIBRARY_INSTANCETEST_H
+#define TESTS_LIBRARY_INSTANCETEST_H
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+
+#include "FakePlatform.h"
+#include "MoxPvr.h"
+#include "MoxPvrPlayback/MoxPvrPlayback.h"
+#include "MoxPvrRecord/MoxPvrRecord.h"
+
+/// A control request, field by field in record order.
+class Request {
+  public:
+    explicit Request(unsigned int command) { U32(command); }
+    Request &U32(unsigned int value) { return Bytes(&value, sizeof value); }
+    Request &U64(unsigned long long value) { return Bytes(&value, sizeof value); }
+    Request &F64(double value) { return Bytes(&value, sizeof value); }
+    Request &Name(std::string name) {
+        name.resize(256);
+        return Bytes(name.data(), name.size());
+    }
+    Request &Bytes(const void *bytes, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i)
+            m_text += Format("%02x", static_cast<const unsigned char *>(bytes)[i]);
+        return *this;
+    }
+    const std::string &text() const { return m_text; }
+
+  private:
+    std::string m_text;
+};
+
+inline TvChannelInfo Channel(unsigned int video, int audio, unsigned int pcr,
+                             unsigned int videoType = VIDEO_ENCODE_MPEG2,
+                             unsigned int audioType = AUDIO_ENCODE_MPEG1) {
+    TvChannelInfo info{};
+    info.videoPid = static_cast<std::uint16_t>(video);
+    info.audioPid = audio;
+    info.pcrPid = static_cast<std::uint16_t>(pcr);
+    info.videoCodecType = static_cast<std::uint8_t>(videoType);
+    info.audioCodecType = static_cast<EAudioEncodeType>(audioType);
+    info.multiSoundMode = MULTI_SOUND_STEREO;
+    return info;
+}
+
+inline const char *FileOf(const IMOXPVRRecorder & /*instance*/) {
+    return "(MoxPvrRecord): ";
+}
+inline const char *FileOf(const IMOXPVRPlayback & /*instance*/) {
+    return "(MoxPvrPlayback): ";
+}
+
+inline unsigned int Control(IMOXPVRRecorder &instance, unsigned int size, unsigned char *text,
+                            unsigned int &replySize, unsigned char *reply) {
+    return instance.CtrlRecorder(size, text, replySize, reply);
+}
+inline unsigned int Control(IMOXPVRPlayback &instance, unsigned int size, unsigned char *text,
+                            unsigned int &replySize, unsigned char *reply) {
+    return instance.CtrlPlayback(size, text, replySize, reply);
+}
+
+/// Writes an expected journal out. Its entries stand on lines of their own or behind "; ". "4 text"
+/// stands for a log line of that priority and of the operation that the last "@Operation" named.
+inline std::string Expand(std::string operation, const std::string &file, std::string journal) {
+    for (auto at = journal.find("; "); at != std::string::npos; at = journal.find("; "))
+        journal.replace(at, 2, "\n");
+    std::istringstream entries(journal);
+    std::string expanded;
+    for (std::string entry; std::getline(entries, entry);) {
+        const auto text = entry.find(' ') + 1;
+        if (entry[0] == '@')
+            operation = entry.substr(1);
+        else if (entry[0] >= '0' && entry[0] <= '9')
+            expanded +=
+                "log " + entry.substr(0, text) + operation + file + entry.substr(text) + '\n';
+        else if (!entry.empty())
+            expanded += entry + '\n';
+    }
+    return expanded;
+}
+
+template <typename Instance>
+class InstanceTest : public testing::Test {
+  protected:
+    void SetUp() override { Fake().Reset(); }
+
+    /// Sends a request through the interface; the reply is kept, "none" when its length was not
+    /// set.
+    unsigned int Send(const Request &request) {
+        std::string text = request.text();
+        return Send(text.data(), static_cast<unsigned int>(text.size()), m_buffer);
+    }
+
+    unsigned int Send(char *text, unsigned int size, char *reply) {
+        unsigned int replySize = 777;
+        const unsigned int result =
+            Control(m_instance, size, reinterpret_cast<unsigned char *>(text), replySize,
+                    reinterpret_cast<unsigned char *>(reply));
+        m_reply = replySize == 777 ? "none" : std::string(m_buffer, std::strlen(m_buffer));
+        EXPECT_TRUE(replySize == 777 || reply == nullptr || replySize == m_reply.size());
+        return result;
+    }
+
+    /// Sends a request while the platform answers as said, and compares everything that comes of
+    /// it.
+    void Check(const char *operation, const Request &request, unsigned int result,
+               const std::map<std::string, int> &answers, const char *journal) {
+        SCOPED_TRACE(operation);
+        Fake().results = answers;
+        EXPECT_EQ(Send(request), result);
+        const std::string all = Fake().All();
+        EXPECT_EQ(all.substr(AfterDispatch(all)), Expand(operation, FileOf(m_instance), journal));
+    }
+
+    void Check(const char *operation, const Request &request, const char *journal) {
+        Check(operation, request, 0, {}, journal);
+    }
+
+    /// Where the lines of the dispatcher end.
+    static std::size_t AfterDispatch(const std::string &journal) {
+        std::size_t at = 0;
+        while (journal.compare(at, 10, "log 4 Ctrl") == 0)
+            at = journal.find('\n', at) + 1;
+        return at;
+    }
+
+    Instance m_instance;
+    char m_buffer[64] = {};
+    std::string m_reply;
+};
+
+/// A recorder (301, 7) with tuner index 2.
+class RecorderTest : public InstanceTest<CMOXPVRRecorder> {
+  protected:
+    void SetUp() override {
+        InstanceTest::SetUp();
+        m_instance.Initilize(MOXHandle{PROFILE_TYPE_RECORD, 7}, kRecorder, 2);
+        Fake().All();
+    }
+};
+
+/// A playback (1, 0) of a recording that has video 0x100, audio 0x101, PCR 0x102 throughout.
+class PlaybackTest : public InstanceTest<CMOXPVRPlayback> {
+  protected:
+    void SetUp() override {
+        InstanceTest::SetUp();
+        Fake().channels[0] = Channel(0x100, 0x101, 0x102);
+        m_instance.Initilize(MOXHandle{}, kPlayer, kStream);
+        Fake().All();
+    }
+
+    static Request Open(bool timeshift = false) {
+        return Request(2).Name("/pvr/a.srf").U32(0).U32(timeshift).U32(0);
+    }
+
+    /// Opens the recording, or a timeshift buffer, with other channel information.
+    void OpenAt(const TvChannelInfo &start, bool timeshift = false) {
+        Fake().channels[0] = start;
+        Send(Open(timeshift));
+        Fake().All();
+    }
+
+    void Callback(int type, int subEvent = 0, int timeCode = 0, int error = 0) {
+        IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property{subEvent, timeCode, error};
+        m_instance.DoTvpCallback(static_cast<TVCallbackType>(type), &property);
+    }
+};
+
+#endif

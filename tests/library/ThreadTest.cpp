@@ -1,0 +1,63 @@
+// Callbacks on one thread while commands run on another; built to run under a thread sanitizer.
+#include <atomic>
+#include <thread>
+
+#include "InstanceTest.h"
+
+namespace {
+
+constexpr int kRounds = 300;
+
+std::size_t CountLines(const std::string &text, const std::string &line) {
+    std::size_t count = 0;
+    for (auto at = text.find(line); at != std::string::npos; at = text.find(line, at + 1))
+        ++count;
+    return count;
+}
+
+TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
+    Fake().channels[20000] = Channel(0x200, 0x201, 0x202, VIDEO_ENCODE_H264);
+    Send(Open());
+    std::thread platform([this] {
+        for (int i = 0; i < kRounds; ++i) {
+            Callback(30, 3, i % 2 * 20000);
+            Callback(30, 0);
+            Callback(16);
+        }
+    });
+    for (int i = 0; i < kRounds; ++i) {
+        Send(Request(6).U32(0).F64(i % 3 - 1.0));
+        Send(Request(7).U32(static_cast<unsigned int>(i % 2 * 20000)).F64(2.0));
+        Send(Request(1).U32(5));
+        m_instance.SetPidProperty(0x100, 0x101, static_cast<unsigned int>(i));
+    }
+    platform.join();
+    const std::string events = Fake().Events();
+    EXPECT_EQ(CountLines(events, "010000 "), static_cast<std::size_t>(kRounds));
+    EXPECT_EQ(CountLines(events, "030000 "), static_cast<std::size_t>(kRounds));
+    Callback(16);  // ends a change that was left over
+    Fake().All();
+    EXPECT_EQ(Send(Request(6).U32(7).F64(1.0)), 0U);
+    EXPECT_NE(Fake().Calls().find("tv_player_set_play_speed(player, 7, 1)\n"), std::string::npos);
+}
+
+TEST_F(RecorderTest, TakesCallbacksWhileCommandsRun) {
+    Send(Request(1).U32(5));
+    Fake().All();
+    std::thread platform([] {
+        TvStreamAsmSoundCommand command{2};
+        for (int i = 0; i < kRounds; ++i)
+            Fake().callback(TV_PLAYER_CALLBACK_ASM_COMMAND, Fake().callbackUser, &command);
+    });
+    for (int i = 0; i < kRounds; ++i) {
+        Send(Request(6));
+        Send(Request(12).U32(1).U32(static_cast<unsigned int>(i)));
+        Send(Request(7));
+    }
+    platform.join();
+    const std::string events = Fake().Events();
+    EXPECT_EQ(CountLines(events, "event 31 059a0000 "), static_cast<std::size_t>(kRounds));
+    EXPECT_EQ(CountLines(events, "event 32769 "), static_cast<std::size_t>(kRounds));
+}
+
+}  // namespace
