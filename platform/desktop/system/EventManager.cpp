@@ -1,0 +1,106 @@
+#include <TIEventManager.h>
+
+#include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "TvDesktop.h"
+
+namespace tvdesktop {
+
+namespace {
+
+/// Who wants events. Never destroyed, so that late threads can still send.
+class Subscribers {
+  public:
+    static Subscribers &Instance() {
+        static Subscribers &subscribers = *new Subscribers;
+        return subscribers;
+    }
+
+    int Add(EventSubscriber subscriber) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_subscribers[++m_lastNumber] = std::make_shared<EventSubscriber>(std::move(subscriber));
+        return m_lastNumber;
+    }
+
+    void Remove(int number) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_subscribers.erase(number);
+    }
+
+    /// @return whether anybody took it
+    bool Deliver(const Event &event) {
+        bool taken = false;
+        for (const int number : Numbers()) {
+            // Asked again for each one: an earlier one may have unsubscribed it.
+            if (const auto subscriber = Find(number)) {
+                (*subscriber)(event);
+                taken = true;
+            }
+        }
+        return taken;
+    }
+
+  private:
+    std::vector<int> Numbers() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        std::vector<int> numbers;
+        for (const auto &entry : m_subscribers)
+            numbers.push_back(entry.first);
+        return numbers;
+    }
+
+    std::shared_ptr<EventSubscriber> Find(int number) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto found = m_subscribers.find(number);
+        return found != m_subscribers.end() ? found->second : nullptr;
+    }
+
+    std::mutex m_mutex;
+    std::map<int, std::shared_ptr<EventSubscriber>> m_subscribers;
+    int m_lastNumber = 0;
+};
+
+/// @return 1 when somebody took the event, 0 when nobody did or it could not be delivered
+int Post(int number, const MOXHandle *handle, const void *record) {
+    if (record == nullptr)
+        return 0;
+    Event event;
+    event.number = number;
+    if (handle != nullptr)
+        event.handle = *handle;
+    std::memcpy(event.record.data(), record, event.record.size());
+    try {
+        return Subscribers::Instance().Deliver(event) ? 1 : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+}  // namespace
+
+int Subscribe(EventSubscriber subscriber) {
+    return Subscribers::Instance().Add(std::move(subscriber));
+}
+
+void Unsubscribe(int subscription) {
+    Subscribers::Instance().Remove(subscription);
+}
+
+}  // namespace tvdesktop
+
+TIEventManager *TIEventManager::Instance() {
+    static TIEventManager manager;
+    return &manager;
+}
+
+int TIEventManager::Send(int event, void *data, int /*option*/) {
+    return tvdesktop::Post(event, nullptr, data);
+}
+
+int TIEventManager::Send(int event, const MOXHandle *handle, void *data, int /*option*/) {
+    return tvdesktop::Post(event, handle, data);
+}

@@ -1,0 +1,19 @@
+/// @file
+/// Text fields of DVB service information.
+#ifndef TVDESKTOP_TS_DVBTEXT_H
+#define TVDESKTOP_TS_DVBTEXT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace tvdesktop::ts {
+
+/// Turns a text field into UTF-8. The first byte may name the character table
+/// (ETSI EN 300 468, annex A); emphasis marks are dropped, line breaks become blanks. Reentrant.
+/// @return empty when the text cannot be read
+std::string DvbTextToUtf8(const std::uint8_t *text, std::size_t size);
+
+}  // namespace tvdesktop::ts
+
+#endif
