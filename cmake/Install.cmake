@@ -1,0 +1,18 @@
+# What a service needs to build against the library and to load it. The public headers name types of
+# the TV platform, so the platform's declarations come along.
+set(moxpvr_libraries moxpvr)
+if(MOXPVR_DESKTOP)
+  list(APPEND moxpvr_libraries tvplatform)
+  install(FILES platform/desktop/include/TvDesktop.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tvplatform)
+  set_target_properties(mox-pvr PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+endif()
+
+# The libraries find one another wherever they are installed.
+set_target_properties(${moxpvr_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(TARGETS ${moxpvr_libraries})
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/moxpvr)
+install(DIRECTORY platform/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tvplatform)
+
+configure_file(cmake/moxpvr.pc.in ${PROJECT_BINARY_DIR}/moxpvr.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/moxpvr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
