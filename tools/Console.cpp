@@ -1,3 +1,4 @@
+#include "RequestText.h"
 #include "Service.h"
 #include "Verbs.h"
 
@@ -9,14 +10,11 @@ void ShowRequests(PvrService &service, const Console &console) {
     service.ObserveRequests(
         [&terminal = console.terminal](const Request &request, const Reply &reply) {
             const char *side = request.target == Target::Recorder ? "recorder " : "playback ";
-            terminal.Line(std::string("request ") + side + std::to_string(request.command) + " " +
-                              CommandName(request.target, request.command) + "  " +
-                              HexText(request.record),
-                          Style::Faint);
-            const std::string record = HexText(reply.record);
-            terminal.Line("reply   result " + std::to_string(reply.result) +
-                              (record.empty() ? "" : "  " + record),
-                          Style::Faint);
+            terminal.Line("request " + (side + std::to_string(request.command)) + " " +
+                          RequestText(request));
+            terminal.Line("        " + HexText(request.record), Style::Faint);
+            terminal.Line("reply   result " + std::to_string(reply.result) + "  " +
+                          HexText(reply.record));
         });
 }
 

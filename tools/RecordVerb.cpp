@@ -35,7 +35,8 @@ void CheckOptions(const RecordOptions &options) {
     if (options.swapAfterMs && options.durationMs && *options.swapAfterMs >= *options.durationMs)
         throw WrongUse("--swap-after lies behind the end that --seconds sets.");
     std::error_code ignored;
-    if (fs::exists(options.input, ignored) && !fs::is_regular_file(options.input, ignored))
+    const bool isThere = options.input == "-" || fs::exists(options.input, ignored);
+    if (isThere && !fs::is_regular_file(options.input, ignored))
         throw WrongUse("'" + options.input +
                        "' is no file: the input is read twice, for its services and to record.");
     if (!options.swapTo.empty() && fs::absolute(options.swapTo) == fs::absolute(options.out))

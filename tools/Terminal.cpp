@@ -19,22 +19,28 @@ constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr int kFatalSignals[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 
 volatile std::sig_atomic_t g_stopRequested = 0;
+volatile std::sig_atomic_t g_readsKeys = 0;
 
 // The terminal's own mode, for the signal handlers: tcsetattr is async-signal-safe.
 termios g_ownMode;
 termios g_keyMode;
 
 void RestoreOwnMode() {
-    tcsetattr(STDIN_FILENO, TCSANOW, &g_ownMode);
-}
-
-void OnStop(int /*signal*/) {
-    g_stopRequested = 1;
+    if (g_readsKeys != 0)
+        tcsetattr(STDIN_FILENO, TCSANOW, &g_ownMode);
 }
 
 void OnFatal(int signal) {
     RestoreOwnMode();
-    std::raise(signal);  // SA_RESETHAND: the default action ends the program
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+/// The first asks, the second does not wait for an answer.
+void OnStop(int signal) {
+    if (g_stopRequested != 0)
+        OnFatal(signal);
+    g_stopRequested = 1;
 }
 
 void OnSuspend(int /*signal*/) {
@@ -46,10 +52,10 @@ void OnContinue(int /*signal*/) {
     tcsetattr(STDIN_FILENO, TCSANOW, &g_keyMode);
 }
 
-void Handle(int signal, void (*handler)(int), int flags = 0) {
+void Handle(int signal, void (*handler)(int)) {
     struct sigaction action = {};
     action.sa_handler = handler;
-    action.sa_flags = flags;
+    action.sa_flags = SA_NODEFER;  // a handler raises its own signal again
     sigaction(signal, &action, nullptr);
 }
 
@@ -136,8 +142,9 @@ Keyboard::Keyboard() {
     g_keyMode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
     g_keyMode.c_cc[VMIN] = 0;
     g_keyMode.c_cc[VTIME] = 0;
+    g_readsKeys = 1;
     for (const int signal : kFatalSignals)
-        Handle(signal, OnFatal, SA_RESETHAND | SA_NODEFER);
+        Handle(signal, OnFatal);
     Handle(SIGTSTP, OnSuspend);
     Handle(SIGCONT, OnContinue);
     m_isActive = tcsetattr(STDIN_FILENO, TCSANOW, &g_keyMode) == 0;
@@ -147,6 +154,7 @@ Keyboard::~Keyboard() {
     if (!m_isActive)
         return;
     RestoreOwnMode();
+    g_readsKeys = 0;
     for (const int signal : kFatalSignals)
         Handle(signal, SIG_DFL);
     Handle(SIGTSTP, SIG_DFL);

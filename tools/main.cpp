@@ -123,7 +123,8 @@ CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options) {
     CLI::App *verb = app.add_subcommand("demo",
                                         "Record, change service, play, rewind: the whole "
                                         "story with every request named");
-    verb->add_option("--input", options.input, "Transport stream")->type_name("FILE");
+    verb->add_option("--input", options.input, "Transport stream instead of the sample")
+        ->type_name("FILE");
     verb->add_option("--out", options.directory, "Keep the recordings in this directory")
         ->type_name("DIR");
     return verb;
@@ -146,7 +147,7 @@ int Run(int argc, char **argv) {
     std::string servicesInput;
     tool::RecordOptions record;
     tool::PlayOptions play;
-    tool::DemoOptions demo;
+    tool::DemoOptions demo{MOXPVR_SAMPLE, ""};
     AddGlobalOptions(app, global);
     const CLI::App *services = AddServices(app, servicesInput);
     const CLI::App *recordVerb = AddRecord(app, record);
