@@ -13,7 +13,7 @@ constexpr std::chrono::milliseconds kTick{20};
 }  // namespace
 
 Player::Player(const PlayerOptions &options)
-    : PlatformObject(ObjectKind::Player),
+    : PlatformObject(kKind),
       m_clockFactor(options.clockFactor > 0 ? options.clockFactor : 1.0),
       m_stream(*this),
       m_engine(
@@ -75,41 +75,31 @@ void Player::Deliver(TVCallbackType type, const PlayerMessage &message) try {
 } catch (...) {  // what a service throws must not end the clock
 }
 
-Player *PlayerOf(void *player) {
-    PlatformObject *object = ObjectOf(player, ObjectKind::Player);
-    return static_cast<Player *>(object);
-}
-
-Player *PlayerOfStream(void *stream) {
-    PlatformObject *object = ObjectOf(stream, ObjectKind::Stream);
-    return object == nullptr ? nullptr : &static_cast<Stream *>(object)->player;
-}
-
 void *CreatePlayer(const PlayerOptions &options) {
     return static_cast<PlatformObject *>(std::make_unique<Player>(options).release());
 }
 
 void *StreamOf(void *player) {
-    Player *owner = PlayerOf(player);
+    Player *owner = ObjectAs<Player>(player);
     return owner == nullptr ? nullptr : static_cast<PlatformObject *>(&owner->stream());
 }
 
 void SetPlayerCallback(void *player, PlayerCallback callback) {
-    if (Player *target = PlayerOf(player))
+    if (Player *target = ObjectAs<Player>(player))
         target->SetCallback(std::move(callback));
 }
 
 void DestroyPlayer(void *player) {
-    delete PlayerOf(player);
+    delete ObjectAs<Player>(player);
 }
 
 PlayerState GetPlayerState(void *player) {
-    Player *source = PlayerOf(player);
+    Player *source = ObjectAs<Player>(player);
     return source == nullptr ? PlayerState{} : source->engine().State();
 }
 
 std::vector<ChannelStretchInfo> GetChannelStretches(void *player) {
-    Player *source = PlayerOf(player);
+    Player *source = ObjectAs<Player>(player);
     return source == nullptr ? std::vector<ChannelStretchInfo>{} : source->engine().Stretches();
 }
 

@@ -18,7 +18,9 @@ class Player;
 
 /// The stream of a player: only another name for it.
 struct Stream : PlatformObject {
-    explicit Stream(Player &owner) : PlatformObject(ObjectKind::Stream), player(owner) {}
+    static constexpr Kind kKind = Kind::Stream;
+
+    explicit Stream(Player &owner) : PlatformObject(kKind), player(owner) {}
     Player &player;
 };
 
@@ -28,10 +30,10 @@ struct Stream : PlatformObject {
 /// Threads: thread-safe, except that the destructor must not run inside a callback.
 class Player : public PlatformObject {
   public:
+    static constexpr Kind kKind = Kind::Player;
+
     explicit Player(const PlayerOptions &options);
     ~Player();
-    Player(const Player &) = delete;
-    Player &operator=(const Player &) = delete;
 
     PlaybackEngine &engine() { return m_engine; }
     Stream &stream() { return m_stream; }
@@ -58,10 +60,11 @@ class Player : public PlatformObject {
     std::thread m_clock;  ///< last, so that it starts when all else is made
 };
 
-/// @return the player behind an opaque pointer, or null when it is none
-Player *PlayerOf(void *player);
 /// @return the player that a stream belongs to, or null when the pointer is no stream
-Player *PlayerOfStream(void *stream);
+inline Player *PlayerOfStream(void *stream) {
+    auto *object = ObjectAs<Stream>(stream);
+    return object == nullptr ? nullptr : &object->player;
+}
 
 /// Runs one operation on behalf of a C function, from which no exception may escape.
 template <typename Operation>

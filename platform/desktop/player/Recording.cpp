@@ -18,7 +18,7 @@ bool Recording::Open(const std::string &path) {
 bool Recording::Follow() {
     // The recorder writes the last packet of a stretch, then the side file's line, then the first
     // packet of the next stretch. With the size taken first, every border below it is known.
-    const std::uint64_t size = m_tail.size();
+    const std::uint64_t size = m_tail.Size();
     if (size < m_end)
         return false;
     LearnStretches(size);
@@ -26,8 +26,8 @@ bool Recording::Follow() {
         const std::uint8_t *packet = m_tail.Next();
         if (packet == nullptr)
             break;
-        Index(packet, m_tail.offset());
-        m_end = m_tail.offset() + ts::kPacketSize;
+        Index(packet, m_tail.Offset());
+        m_end = m_tail.Offset() + ts::kPacketSize;
     }
     return true;
 }
@@ -37,12 +37,8 @@ void Recording::LearnStretches(std::uint64_t size) {
         return;
     m_seenSize = size;
     const std::vector<ts::ChannelStretch> log = ts::ReadChannelLog(m_path);
-    for (; m_logged < log.size(); ++m_logged) {
-        const bool isReplaced =
-            m_logged + 1 < log.size() && log[m_logged + 1].offset == log[m_logged].offset;
-        if (!isReplaced)
-            m_stretches.push_back(log[m_logged]);
-    }
+    for (; m_logged < log.size(); ++m_logged)
+        m_stretches.push_back(log[m_logged]);
     if (m_stretches.empty() && size >= m_nextScan)
         AdoptServiceFromPmt(size);
 }
@@ -97,11 +93,11 @@ std::optional<double> Recording::FindUnit(UnitKind kind, int pid, std::size_t st
     m_search.Seek(std::max(begin, OffsetBefore(from)));
     const std::uint64_t last = std::min(end, OffsetBehind(to));
     while (const std::uint8_t *packet = m_search.Next()) {
-        if (m_search.offset() >= last)
+        if (m_search.Offset() >= last)
             break;
         if (ts::Pid(packet) != pid || !BeginsUnit(packet, kind))
             continue;
-        const double time = TimeAt(m_search.offset());
+        const double time = TimeAt(m_search.Offset());
         if (time >= from)
             return time <= to ? std::optional<double>(time) : std::nullopt;
     }

@@ -7,8 +7,10 @@
 namespace tvdesktop {
 namespace {
 
-/// Where a value goes; the member's type also tells the type of the argument.
-using Place = std::variant<int PlayerState::*, bool PlayerState::*, int PlaybackSource::*,
+/// Where a value goes; the member's type also tells the type of the argument. Nowhere: an int that
+/// no stream keeps.
+using Nowhere = std::monostate;
+using Place = std::variant<Nowhere, int PlayerState::*, bool PlayerState::*, int PlaybackSource::*,
                            bool PlaybackSource::*, std::string PlaybackSource::*>;
 
 struct Rule {
@@ -34,6 +36,7 @@ const Rule kRules[] = {
     {TV_PROPERTY_PVRSRC_START_POSITION, &PlaybackSource::startMs},
     {TV_PROPERTY_PVRSRC_MUTE, &PlayerState::sourceMuted},
     {TV_PROPERTY_AD_CODEC_TYPE, &PlayerState::adCodec},
+    {TV_PROPERTY_RECORD_DURATION, Nowhere{}},
 };
 
 const Rule *RuleOf(int id) {
@@ -48,6 +51,7 @@ struct Store {
     PlaybackSource &source;
     const std::variant<int, std::string> &value;
 
+    void operator()(Nowhere) const {}
     void operator()(int PlayerState::*member) const { state.*member = std::get<int>(value); }
     void operator()(bool PlayerState::*member) const { state.*member = std::get<int>(value) != 0; }
     void operator()(int PlaybackSource::*member) const { source.*member = std::get<int>(value); }

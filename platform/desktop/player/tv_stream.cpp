@@ -3,32 +3,42 @@
 #include <cstdarg>
 
 #include "player/Player.h"
-#include "recorder/Recorder.h"
 
 using tvdesktop::Control;
+using tvdesktop::PlatformObject;
 using tvdesktop::PlaybackEngine;
 using tvdesktop::PlayerOfStream;
 
 namespace {
 
 /// The one property that callers set on a recorder through the stream library, alone in its list.
-int SetRecorderProperty(tvdesktop::PlatformObject *recorder, int id, std::va_list values) {
-    if (id != TV_PROPERTY_RECORD_DURATION)
+int SetOnRecorder(PlatformObject *recorder, const tvdesktop::StreamPropertyList &list) {
+    if (list.size() != 1 || list.front().id != TV_PROPERTY_RECORD_DURATION)
         return tvdesktop::kPlayerUnknownProperty;
-    const int duration = va_arg(values, int);
-    if (va_arg(values, int) != 0)
-        return tvdesktop::kPlayerUnknownProperty;
+    const int duration = std::get<int>(list.front().value);
     return tvdesktop::SetRecordDuration(recorder, duration) ? tvdesktop::kPlayerOk
-                                                            : tvdesktop::kPlayerBadArgument;
+                                                            : tvdesktop::kPlayerNoObject;
 }
 
-int SetProperties(void *object, int id, std::va_list values) {
-    if (auto *recorder = tvdesktop::ObjectOf(object, tvdesktop::ObjectKind::Recorder))
-        return SetRecorderProperty(recorder, id, values);
-    return Control(PlayerOfStream(object), [&](PlaybackEngine &engine) {
-        const auto list = tvdesktop::ReadStreamProperties(id, values);
-        return list ? engine.SetProperties(*list) : tvdesktop::kPlayerUnknownProperty;
+int SetOnStream(void *stream, const tvdesktop::StreamPropertyList &list) {
+    return Control(PlayerOfStream(stream), [&](PlaybackEngine &engine) {
+        return tvdesktop::Sets(list, TV_PROPERTY_RECORD_DURATION)
+                   ? tvdesktop::kPlayerUnknownProperty
+                   : engine.SetProperties(list);
     });
+}
+
+int SetProperties(void *object, int id, std::va_list values) noexcept try {
+    auto *header = static_cast<PlatformObject *>(object);
+    if (header == nullptr)
+        return tvdesktop::kPlayerNoObject;
+    const auto list = tvdesktop::ReadStreamProperties(id, values);
+    if (!list)
+        return tvdesktop::kPlayerUnknownProperty;
+    return header->kind == PlatformObject::Kind::Recorder ? SetOnRecorder(header, *list)
+                                                          : SetOnStream(object, *list);
+} catch (...) {
+    return tvdesktop::kPlayerOutOfMemory;
 }
 
 }  // namespace
