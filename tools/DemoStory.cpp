@@ -176,8 +176,7 @@ void DemoStory::PlayAndTrick(Playing &playing) {
     const std::int64_t step = playing.GetProgress().positionMs - before;
     m_report.Expect(
         "One picture further", "paused, a little later",
-        PlayerText(playing.State(), first.id).substr(0, 6) + ", " + std::to_string(step) +
-            " ms later",
+        std::string(RunText(playing.State().run)) + ", " + std::to_string(step) + " ms later",
         playing.State().run == tvdesktop::PlayerState::Run::Paused && step > 0 && step < kNearMs);
     playing.Resume();
     playing.SetRate(1.0);

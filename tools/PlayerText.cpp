@@ -6,6 +6,16 @@ namespace tool {
 
 namespace {
 
+std::string Picture(const tvdesktop::PlayerState &state) {
+    if (state.hasVideo == 0)
+        return "radio";
+    if (state.videoMuted)
+        return "no picture";
+    return state.still || state.held ? "picture held" : "picture";
+}
+
+}  // namespace
+
 const char *RunText(tvdesktop::PlayerState::Run run) {
     switch (run) {
         case tvdesktop::PlayerState::Run::Stopped:
@@ -20,16 +30,6 @@ const char *RunText(tvdesktop::PlayerState::Run run) {
     return "?";
 }
 
-std::string Picture(const tvdesktop::PlayerState &state) {
-    if (state.hasVideo == 0)
-        return "radio";
-    if (state.videoMuted)
-        return "no picture";
-    return state.still || state.held ? "picture held" : "picture";
-}
-
-}  // namespace
-
 std::string SeenAndHeard(const tvdesktop::PlayerState &state) {
     if (state.sourceMuted || state.waitingForUnmute)
         return "muted";
@@ -37,12 +37,13 @@ std::string SeenAndHeard(const tvdesktop::PlayerState &state) {
 }
 
 std::string PlayerText(const tvdesktop::PlayerState &state, std::uint16_t program) {
-    std::string text = std::string(RunText(state.run)) + " " + RateText(state.rate) + "  program " +
-                       std::to_string(program) + "  video " + PidText(state.videoPid) + " audio " +
-                       PidText(state.audioPid) + " PCR " + PidText(state.pcrPid);
+    std::string text = std::string(RunText(state.run)) + " " + RateText(state.rate) + "  " +
+                       SeenAndHeard(state) + "  program " + std::to_string(program) + "  video " +
+                       PidText(state.videoPid) + " audio " + PidText(state.audioPid) + " PCR " +
+                       PidText(state.pcrPid);
     if (state.adEnabled)
         text += " description " + PidText(state.adPid);
-    return text + "  " + SeenAndHeard(state);
+    return text;
 }
 
 }  // namespace tool

@@ -10,10 +10,13 @@
 
 namespace tool {
 
+/// @return "playing", "paused", ...
+const char *RunText(tvdesktop::PlayerState::Run run);
+
 /// @return "picture and sound", "picture held, no sound", "muted", ...
 std::string SeenAndHeard(const tvdesktop::PlayerState &state);
 
-/// @return rate, transport state, program, PIDs and what comes of them, on one line
+/// @return transport state, rate, what comes of it, program and PIDs, on one line
 std::string PlayerText(const tvdesktop::PlayerState &state, std::uint16_t program);
 
 }  // namespace tool

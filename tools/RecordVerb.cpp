@@ -59,9 +59,10 @@ class RecordRun {
     }
 
     void Run() {
-        m_recording.Begin(m_broadcast, {m_options.out, m_options.isTimeshift});
+        m_recording.Begin(m_broadcast, {m_options.out, m_options.isTimeshift},
+                          m_options.durationMs);
         WriteInformationBeside(m_options.out);
-        while (!m_isEnded && m_failure.empty() && !StopRequested() && !IsLongEnough())
+        while (!m_isEnded && m_failure.empty() && !StopRequested())
             Follow();
         End();
     }
@@ -76,16 +77,14 @@ class RecordRun {
         m_terminal.Status(StatusText());
     }
 
-    /// How long to wait between two looks at the position, so that a fast recording is not
-    /// followed more coarsely than a slow one.
+    /// How long to wait between two looks at the position, so that the time of a swap is met as
+    /// well at any speed.
     milliseconds Patience() const {
-        constexpr double kInterval = 50;
-        const bool hasMark = m_options.durationMs || (m_options.swapAfterMs && !m_isSwapped);
-        if (!hasMark)
-            return milliseconds(50);
-        if (m_options.speed <= 0)
-            return milliseconds(1);
-        return milliseconds(static_cast<int>(std::clamp(kInterval / m_options.speed, 1.0, 50.0)));
+        constexpr double kUsual = 50;
+        if (!m_options.swapAfterMs || m_isSwapped)
+            return milliseconds(static_cast<int>(kUsual));
+        const double wait = m_options.speed > 0 ? kUsual / m_options.speed : 1;
+        return milliseconds(static_cast<int>(std::clamp(wait, 1.0, kUsual)));
     }
 
     void ShowEvents(milliseconds patience) {
@@ -95,10 +94,6 @@ class RecordRun {
                 m_failure = FailureText(event);
             m_isEnded = m_isEnded || IsDetail(event, kRecordingEnded);
         }
-    }
-
-    bool IsLongEnough() const {
-        return m_options.durationMs && m_progress.positionMs >= *m_options.durationMs;
     }
 
     void Swap() {

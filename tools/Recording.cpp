@@ -88,10 +88,13 @@ Recording::Recording(PvrService &service, const tvdesktop::RecorderOptions &opti
     m_service.TakeRecorder(tvdesktop::CreateRecorder(options));
 }
 
-void Recording::Begin(const tvdesktop::Service &broadcast, const Sink &sink) {
+void Recording::Begin(const tvdesktop::Service &broadcast, const Sink &sink,
+                      std::optional<std::int64_t> durationMs) {
     m_service.Do(recorder::SetHandle(kHandleNumber, broadcast.id));
     m_service.Do(recorder::SetSinkProperty(sink));
     ProgramStreams(broadcast);
+    if (durationMs)
+        m_service.Do(recorder::SetDuration(static_cast<std::int32_t>(*durationMs)));
     m_service.Do(recorder::PreStart());
     m_service.Do(recorder::Start());
 }

@@ -5,6 +5,7 @@
 
 #include <TvDesktop.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,7 +44,9 @@ class Recording {
     Recording &operator=(const Recording &) = delete;
 
     /// Programs the sink and the streams and starts.
-    void Begin(const tvdesktop::Service &broadcast, const Sink &sink);
+    /// @param durationMs  stream time after which the recording ends by itself
+    void Begin(const tvdesktop::Service &broadcast, const Sink &sink,
+               std::optional<std::int64_t> durationMs = std::nullopt);
     /// Follows a change to another service; the recording goes on.
     void ChangeTo(const tvdesktop::Service &broadcast);
     /// Turns the running timeshift buffer into a recording.

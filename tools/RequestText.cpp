@@ -30,6 +30,7 @@ constexpr Field kFields[] = {
     {Target::Recorder, 3, 260, "timeshift", Kind::Number},
     {Target::Recorder, 11, 4, "file", Kind::Text},
     {Target::Recorder, 12, 4, "PIDs", Kind::PidList},
+    {Target::Recorder, 18, 4, "duration", Kind::Time},
     {Target::Playback, 1, 4, "handle", Kind::Number},
     {Target::Playback, 2, 4, "file", Kind::Text},
     {Target::Playback, 2, 260, "from", Kind::Time},

@@ -73,6 +73,10 @@ Request ClearDemuxInfo() {
     return Bare(Target::Recorder, 14);
 }
 
+Request SetDuration(std::int32_t durationMs) {
+    return RequestBuilder(Target::Recorder, 18).I32(4, durationMs).Done();
+}
+
 Request PreStart() {
     return Bare(Target::Recorder, 19);
 }

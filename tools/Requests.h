@@ -43,6 +43,7 @@ Request GetProgress();
 Request SwapTS2Record(const Sink &sink);
 Request UpdateSi(const std::vector<std::uint32_t> &pids);
 Request ClearDemuxInfo();
+Request SetDuration(std::int32_t durationMs);
 Request PreStart();
 
 }  // namespace recorder

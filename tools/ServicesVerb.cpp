@@ -26,7 +26,7 @@ const char *KindText(tvdesktop::StreamKind kind) {
 std::string StreamText(const tvdesktop::ElementaryStream &stream) {
     std::ostringstream text;
     text << "    " << std::left << std::setw(18) << KindText(stream.kind) << std::setw(8)
-         << PidText(stream.pid) << std::setw(12) << stream.codec << stream.language;
+         << PidText(stream.pid) << std::setw(16) << stream.codec << stream.language;
     return text.str();
 }
 

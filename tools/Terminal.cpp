@@ -14,7 +14,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t kBarWidth = 24;
+constexpr std::size_t kBarWidth = 16;
 constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr int kFatalSignals[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 

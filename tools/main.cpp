@@ -30,7 +30,7 @@ const CLI::Validator kTime(
         text = std::to_string(*time);
         return "";
     },
-    "TIME");
+    "");
 
 const CLI::Validator kRecordSpeed(
     [](std::string &text) -> std::string {
@@ -40,7 +40,7 @@ const CLI::Validator kRecordSpeed(
             return "'" + text + "' is no speed; write 0.01 to 1000 or max";
         return "";
     },
-    "X|max");
+    "");
 
 const CLI::Validator kPlaySpeed(
     [](std::string &text) -> std::string {
@@ -50,7 +50,7 @@ const CLI::Validator kPlaySpeed(
             return "'" + text + "' is no speed; write 0.01 to 1000, with a minus for backwards";
         return "";
     },
-    "X");
+    "");
 
 void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
     app.set_version_flag("--version", std::string("mox-pvr " MOXPVR_VERSION));
@@ -69,25 +69,28 @@ void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
 
 CLI::App *AddServices(CLI::App &app, std::string &input) {
     CLI::App *verb = app.add_subcommand("services", "List the services of a transport stream");
-    verb->add_option("INPUT", input, "Transport stream")->required();
+    verb->add_option("INPUT", input, "Transport stream")->required()->type_name("");
     return verb;
 }
 
 CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
     CLI::App *verb = app.add_subcommand("record", "Record one service of a transport stream");
-    verb->add_option("INPUT", options.input, "Transport stream")->required();
+    verb->add_option("INPUT", options.input, "Transport stream")->required()->type_name("");
     verb->add_option("--service", options.serviceId, "Service id")->required()->type_name("ID");
     verb->add_option("--out", options.out, "Recording, or timeshift buffer with --timeshift")
         ->required()
         ->type_name("FILE");
     verb->add_option("--seconds", options.durationMs, "Stop after this much stream time")
-        ->transform(kTime);
+        ->transform(kTime)
+        ->type_name("TIME");
     verb->add_option("--speed", options.speed, "Times stream time; max: as fast as possible")
-        ->transform(kRecordSpeed);
+        ->transform(kRecordSpeed)
+        ->type_name("X|max");
     verb->add_flag("--timeshift", options.isTimeshift, "Write a timeshift buffer");
     verb->add_option("--swap-after", options.swapAfterMs,
                      "Stream time at which the buffer becomes a recording")
-        ->transform(kTime);
+        ->transform(kTime)
+        ->type_name("TIME");
     verb->add_option("--swap-to", options.swapTo, "That recording")->type_name("FILE");
     verb->add_flag("--force", options.force, "Replace existing files");
     return verb;
@@ -95,10 +98,13 @@ CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
 
 CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
     CLI::App *verb = app.add_subcommand("play", "Play a recording or a timeshift buffer");
-    verb->add_option("FILE", options.file, "Recording")->required();
-    verb->add_option("--from", options.fromMs, "Where to begin")->transform(kTime);
+    verb->add_option("FILE", options.file, "Recording")->required()->type_name("");
+    verb->add_option("--from", options.fromMs, "Where to begin")
+        ->transform(kTime)
+        ->type_name("TIME");
     verb->add_option("--speed", options.speed, "Times normal speed; negative: backwards")
-        ->check(kPlaySpeed);
+        ->check(kPlaySpeed)
+        ->type_name("X");
     verb->add_flag("--timeshift", options.isTimeshift, "The file is a timeshift buffer");
     verb->add_option("--video-pid", options.videoPid, "Program this video PID instead")
         ->check(CLI::Range(0, 0x1FFF))
