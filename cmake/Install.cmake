@@ -14,5 +14,8 @@ install(TARGETS ${moxpvr_libraries})
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/moxpvr)
 install(DIRECTORY platform/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tvplatform)
 
+# The prefix is written relative to the file's own place, so that it holds wherever it is installed.
+file(RELATIVE_PATH moxpvr_prefix_from_pc
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/moxpvr.pc.in ${PROJECT_BINARY_DIR}/moxpvr.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/moxpvr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
