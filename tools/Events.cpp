@@ -16,11 +16,11 @@ constexpr DetailWords kDetails[] = {
     {kUnmuted, "decoder unmuted", nullptr},
     {kPlaybackError1, "playback error 1", "The recording cannot be read (playback error 1)."},
     {kPlaybackError3, "playback error 3", "The recording cannot be played (playback error 3)."},
-    {kRecordingEnded, "end of the source", nullptr},
-    {kRecordingBegan, "first packet written", nullptr},
-    {kRecorderFailed, "recorder failed", "The recording cannot be written."},
-    {kSourceFailed, "source failed", "The source cannot be read."},
-    {kDiskFull, "disk full", "The disk is full: the recording stops where it is."},
+    {kRecordingBegan, "first packets written", nullptr},
+    {kRecordingEnded, "end of the recording", nullptr},
+    {kSourceFailed, "source failed", "The source cannot be read any further."},
+    {kSinkFailed, "sink failed", "The recording cannot be written any further."},
+    {kDiskFull, "disk full", "The disk is full: the recording ends here."},
     {kSoundCommand, "sound command", nullptr},
 };
 

@@ -71,10 +71,14 @@ class RecordRun {
     void Follow() {
         ShowEvents(Patience());
         m_progress = m_recording.GetProgress();
-        if (m_options.swapAfterMs && !m_isSwapped &&
-            m_progress.positionMs >= *m_options.swapAfterMs)
+        if (IsTimeToSwap())
             Swap();
         m_terminal.Status(StatusText());
+    }
+
+    bool IsTimeToSwap() const {
+        return m_options.swapAfterMs && !m_isSwapped && !m_isEnded &&
+               m_progress.positionMs >= *m_options.swapAfterMs;
     }
 
     /// How long to wait between two looks at the position, so that the time of a swap is met as
@@ -97,6 +101,9 @@ class RecordRun {
     }
 
     void Swap() {
+        std::error_code ignored;
+        if (fs::is_regular_file(m_options.swapTo, ignored))
+            fs::remove(m_options.swapTo, ignored);
         m_recording.SwapTo(m_options.swapTo);
         m_isSwapped = true;
         WriteInformationBeside(m_options.swapTo);
@@ -120,7 +127,8 @@ class RecordRun {
             throw Failure(m_failure);
         if (m_options.swapAfterMs && !m_isSwapped)
             throw Failure("The recording ended before " + TimeText(*m_options.swapAfterMs) +
-                          ": the timeshift buffer is still in " + m_options.out + ".");
+                          ": the timeshift buffer is still in " + m_options.out +
+                          "; a lower --speed leaves time to swap.");
         m_terminal.Line(SummaryText(), Style::Good);
     }
 

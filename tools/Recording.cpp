@@ -22,11 +22,9 @@ bool Contains(const std::vector<std::uint32_t> &pids, std::uint32_t pid) {
     return std::find(pids.begin(), pids.end(), pid) != pids.end();
 }
 
-/// What command 2 makes the recorder keep and command 14 makes it drop again. For a radio service
-/// the PCR PID is not looked at. The audio description is kept but never dropped: it is not listed
-/// here, so that command 12 names it too and it goes when the service changes.
+/// What command 2 makes the recorder keep: for a radio service the PCR PID is not looked at.
 std::vector<std::uint32_t> KeptBy(const DemuxPids &demux) {
-    std::vector<std::uint32_t> kept = {demux.audio, demux.video};
+    std::vector<std::uint32_t> kept = {demux.audio, demux.video, demux.audioDescription};
     if (demux.video != kNoPid)
         kept.push_back(demux.pcr);
     return kept;
@@ -112,7 +110,7 @@ void Recording::End() {
     const Reply stopped = m_service.Send(recorder::Stop());
     m_service.Send(recorder::ClearDemuxInfo());
     if (stopped.result != 0)
-        throw Failure("Stop failed with result " + std::to_string(stopped.result) + ".");
+        throw Failure(FailureOf(recorder::Stop(), stopped));
 }
 
 void Recording::ProgramStreams(const tvdesktop::Service &broadcast) {

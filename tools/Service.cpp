@@ -42,7 +42,46 @@ std::int32_t Word(const Reply &reply, std::size_t offset) {
     return static_cast<std::int32_t>(value);
 }
 
+struct ResultWords {
+    std::uint32_t result;
+    const char *words;
+};
+
+constexpr ResultWords kRecorderResults[] = {
+    {tvdesktop::kRecorderBadProperty, "the recorder does not take these values"},
+    {tvdesktop::kRecorderAlreadyRunning, "it runs already"},
+    {tvdesktop::kRecorderNotRunning, "it does not run"},
+    {tvdesktop::kRecorderNoSink, "there is no file to write to"},
+    {tvdesktop::kRecorderSourceFailed, "the source cannot be opened"},
+    {tvdesktop::kRecorderSinkFailed, "the recording cannot be opened for writing"},
+    {tvdesktop::kRecorderWriteFailed, "not everything could be written"},
+    {tvdesktop::kRecorderNotTimeshift, "the sink is no timeshift buffer in a file"},
+    {tvdesktop::kRecorderFileExists, "the file exists already"},
+};
+
+constexpr ResultWords kPlayerResults[] = {
+    {tvdesktop::kPlayerWrongState, "the player is not in the state for it"},
+    {tvdesktop::kPlayerNoSource, "the recording cannot be read"},
+    {tvdesktop::kPlayerNoStream, "there is nothing to decode"},
+    {tvdesktop::kPlayerNoChannelInfo, "nothing tells the channel of the recording"},
+};
+
+template <std::size_t Count>
+const char *WordsIn(const ResultWords (&table)[Count], std::uint32_t result) {
+    for (const ResultWords &row : table)
+        if (row.result == result)
+            return row.words;
+    return "the platform refused it";
+}
+
 }  // namespace
+
+std::string FailureOf(const Request &request, const Reply &reply) {
+    const char *words = request.target == Target::Recorder ? WordsIn(kRecorderResults, reply.result)
+                                                           : WordsIn(kPlayerResults, reply.result);
+    return std::string(CommandName(request.target, request.command)) + " failed: " + words +
+           " (result " + std::to_string(reply.result) + ").";
+}
 
 std::string HexText(const std::vector<std::uint8_t> &record) {
     return record.empty() ? "" : reinterpret_cast<const char *>(Encode(record).data());
@@ -127,8 +166,7 @@ Reply PvrService::Send(const Request &request) {
 Reply PvrService::Do(const Request &request) {
     Reply reply = Send(request);
     if (reply.result != 0)
-        throw Failure(std::string(CommandName(request.target, request.command)) +
-                      " failed with result " + std::to_string(reply.result) + ".");
+        throw Failure(FailureOf(request, reply));
     return reply;
 }
 

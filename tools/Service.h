@@ -34,6 +34,9 @@ struct Progress {
 /// @return the hexadecimal text that carries a record, empty for an empty one
 std::string HexText(const std::vector<std::uint8_t> &record);
 
+/// @return the sentence for a request that failed: its name, what is wrong and the result
+std::string FailureOf(const Request &request, const Reply &reply);
+
 /// Every request goes through mox_pvr_control_recording and mox_pvr_control_playback. Events and
 /// player callbacks arrive on the platform's threads; they wait in a queue until the service's own
 /// loop takes them, so that no callback reaches the library while a request is under way.
