@@ -1,0 +1,86 @@
+/// @file
+/// Control requests and bus messages as no careful service or platform would send them.
+#ifndef FUZZ_CONTROLINPUT_H
+#define FUZZ_CONTROLINPUT_H
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "Require.h"
+#include "ScriptedPlatform.h"
+
+struct _GstMessage;
+
+/// One request: a text in a block of exactly its size, so that one character too many is noticed,
+/// and the length that is announced for it. Announced are never more characters than the block
+/// holds, unless they are too many for any request.
+class ControlInput {
+  public:
+    static constexpr unsigned int kLongestText = 16384;
+
+    explicit ControlInput(FuzzedDataProvider &input);
+
+    unsigned char *text() { return m_hasText ? m_block.get() : nullptr; }
+    unsigned int announced() const { return m_announced; }
+
+    /// What a log may show of it: up to the NUL or the announced length.
+    std::string Shown() const;
+
+    /// @return whether no operation may see it
+    bool MustBeRefused(unsigned int lastCommand) const;
+
+  private:
+    enum class Shape {
+        Record,       ///< command and payload as digits, no NUL behind
+        Terminated,   ///< the same with its NUL
+        Free,         ///< any characters, no NUL behind
+        Longer,       ///< goes on behind the announced length
+        BeyondLimit,  ///< announced longer than any request, in fact short and with its NUL
+        AroundLimit,  ///< about as long as the longest request
+        Missing,      ///< no text at all
+        kMaxValue = Missing,
+    };
+
+    std::unique_ptr<unsigned char[]> m_block;
+    unsigned int m_announced = 0;
+    bool m_hasText = true;
+};
+
+/// Sends one request and checks what holds whatever it was.
+/// @param control    the instance's control operation as (size, text, reply size, reply)
+/// @param replySize  the longest reply with its NUL
+template <typename Control>
+void SendRequest(FuzzedDataProvider &input, unsigned int lastCommand, std::size_t replySize,
+                 Control &&control) {
+    constexpr unsigned int kUntouched = 0xFEEDBEEF;
+    ControlInput request(input);
+    const bool hasReply = !input.ConsumeBool();
+    const auto reply = std::make_unique<unsigned char[]>(replySize);
+    unsigned int length = kUntouched;
+    const unsigned int result = control(request, length, hasReply ? reply.get() : nullptr);
+    if (request.MustBeRefused(lastCommand))
+        Require(result == 2 && Platform().calls() == 0 && length == kUntouched,
+                "undecodable requests reach no operation");
+    Require(result <= 2 || Platform().hasFailed(), "other results are the platform's own");
+    const std::string text(reinterpret_cast<char *>(reply.get()));
+    Require(length == kUntouched || length == (hasReply ? text.size() : 0),
+            "a reply is as long as announced");
+}
+
+/// Frees a GstMessage.
+struct MessageDeleter {
+    void operator()(_GstMessage *message) const;
+};
+using MessagePointer = std::unique_ptr<_GstMessage, MessageDeleter>;
+
+/// @return an application, error or other bus message with or without what handlers look for; may
+///         be null. Owned by the caller
+MessagePointer TakeMessage(FuzzedDataProvider &input);
+
+/// Readies GStreamer and keeps its error output quiet. For LLVMFuzzerInitialize.
+void InitializeMessages();
+
+#endif

@@ -1,0 +1,171 @@
+// The stand-in's way into a transport stream: packets, services, stream time and the channel log of
+// a recording, all of which may be damaged or made up.
+#include <fuzzer/FuzzedDataProvider.h>
+#include <TvDesktop.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "player/Recording.h"
+#include "ScratchFiles.h"
+#include "ts/TsPacket.h"
+
+namespace {
+
+using tvdesktop::Recording;
+using tvdesktop::ts::ChannelStretch;
+using tvdesktop::ts::kPacketSize;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr int kMostParts = 64;
+
+/// CRC_32 of a section: ISO/IEC 13818-1, annex A.
+std::uint32_t Crc32(const Bytes &section) {
+    std::uint32_t crc = ~0U;
+    for (const std::uint8_t byte : section) {
+        crc ^= static_cast<std::uint32_t>(byte) << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc << 1 ^ ((crc & 0x80000000U) != 0 ? 0x04C11DB7U : 0U);
+    }
+    return crc;
+}
+
+/// A packet with a clock reference or any other header, its payload from the input.
+void AppendPacket(FuzzedDataProvider &input, Bytes &stream) {
+    Bytes packet = input.ConsumeBytes<std::uint8_t>(
+        input.ConsumeIntegralInRange<std::size_t>(0, kPacketSize - 1));
+    packet.insert(packet.begin(), tvdesktop::ts::kSyncByte);
+    packet.resize(kPacketSize, 0xFF);
+    stream.insert(stream.end(), packet.begin(), packet.end());
+}
+
+/// A section whose length and checksum are right, whatever else it says, in as many packets as it
+/// needs: the decoders behind the checksum see hostile tables too.
+void AppendSection(FuzzedDataProvider &input, Bytes &stream) {
+    constexpr std::uint16_t kPids[] = {0x0000, 0x0011, 0x0100, 0x1000};
+    const std::uint16_t pid = input.PickValueInArray(kPids);
+    Bytes section =
+        input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(8, 1020));
+    section.resize(std::max<std::size_t>(section.size(), 8));
+    const std::size_t length = section.size() + 4 - 3;
+    section[1] = static_cast<std::uint8_t>((section[1] & 0xF0) | length >> 8);
+    section[2] = static_cast<std::uint8_t>(length);
+    const std::uint32_t crc = Crc32(section);
+    for (int shift = 24; shift >= 0; shift -= 8)
+        section.push_back(static_cast<std::uint8_t>(crc >> shift));
+    section.insert(section.begin(), 0);  // pointer_field
+    for (std::size_t begin = 0; begin < section.size(); begin += kPacketSize - 4) {
+        const auto unitStart = static_cast<std::uint8_t>(begin == 0 ? 0x40 : 0);
+        const auto counter = static_cast<std::uint8_t>(stream.size() / kPacketSize & 0x0F);
+        Bytes packet = {0x47, static_cast<std::uint8_t>(unitStart | pid >> 8),
+                        static_cast<std::uint8_t>(pid), static_cast<std::uint8_t>(0x10 | counter)};
+        const std::size_t end = std::min(section.size(), begin + kPacketSize - 4);
+        packet.insert(packet.end(), section.begin() + static_cast<std::ptrdiff_t>(begin),
+                      section.begin() + static_cast<std::ptrdiff_t>(end));
+        packet.resize(kPacketSize, 0xFF);
+        stream.insert(stream.end(), packet.begin(), packet.end());
+    }
+}
+
+/// Bytes that are no packet.
+void AppendDamage(FuzzedDataProvider &input, Bytes &stream) {
+    const Bytes bytes =
+        input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(0, 400));
+    stream.insert(stream.end(), bytes.begin(), bytes.end());
+}
+
+void CheckPackets(const std::string &path, const Bytes &stream) {
+    tvdesktop::ts::PacketReader reader;
+    tvdesktop::ts::StreamClock clock;
+    std::uint64_t end = 0;
+    std::int64_t ticks = 0;
+    Require(reader.Open(path), "a regular file opens");
+    while (const std::uint8_t *packet = reader.Next()) {
+        Require(reader.Offset() >= end && reader.Offset() + kPacketSize <= stream.size() &&
+                    std::memcmp(packet, &stream[reader.Offset()], kPacketSize) == 0 &&
+                    packet[0] == tvdesktop::ts::kSyncByte,
+                "packets are whole, in order and those of the file");
+        end = reader.Offset() + kPacketSize;
+        if (const auto pcr = tvdesktop::ts::Pcr(packet))
+            clock.Advance(*pcr);
+        Require(clock.ticks() >= ticks, "stream time never runs back");
+        ticks = clock.ticks();
+    }
+}
+
+void CheckServices(const std::string &path) {
+    const tvdesktop::ScanResult scan = tvdesktop::ScanServices(path);
+    Require(scan.error.empty() != scan.services.empty(), "services, or what is wrong");
+    for (const tvdesktop::Service &service : scan.services) {
+        const TvChannelInfo info = tvdesktop::ChannelInfoOf(service);
+        Require(service.pcrPid < tvdesktop::ts::kPidCount && info.programNum == service.id &&
+                    info.audioPid < static_cast<int>(tvdesktop::ts::kPidCount),
+                "services have PIDs");
+    }
+}
+
+bool InOrder(const ChannelStretch &left, const ChannelStretch &right) {
+    return left.timeMs <= right.timeMs && left.offset < right.offset;
+}
+
+void CheckChannelLog(const std::string &path) {
+    const auto stretches = tvdesktop::ts::ReadChannelLog(path);
+    for (std::size_t i = 1; i < stretches.size(); ++i)
+        Require(InOrder(stretches[i - 1], stretches[i]), "stretches are in order");
+    if (stretches.empty() || stretches.back().offset == ~std::uint64_t{0})
+        return;
+    ChannelStretch next = stretches.back();
+    ++next.offset;
+    Require(tvdesktop::ts::AppendChannelLog(path, next), "a stretch can be added");
+    const auto longer = tvdesktop::ts::ReadChannelLog(path);
+    Require(longer.size() == stretches.size() + 1 && longer.back().offset == next.offset,
+            "a stretch that was added is read, also behind a damaged line");
+    Require(tvdesktop::ts::WriteChannelLog(path, stretches) &&
+                tvdesktop::ts::ReadChannelLog(path).size() == stretches.size(),
+            "a log that was written is read");
+}
+
+void CheckRecording(const std::string &path, FuzzedDataProvider &input) {
+    Recording recording;
+    Require(recording.Open(path) && recording.Follow() && recording.Follow(),
+            "a regular file can be followed");
+    for (std::size_t stretch = 1; stretch < recording.StretchCount(); ++stretch)
+        Require(recording.StretchBegin(stretch - 1) <= recording.StretchBegin(stretch),
+                "stretches begin in order");
+    const double from = input.ConsumeFloatingPointInRange(-1000.0, 1e9);
+    const double to = from + input.ConsumeFloatingPointInRange(0.0, 1e9);
+    TvChannelInfo *info = recording.InfoAt(from);
+    const std::size_t stretch = recording.StretchAt(from, input.ConsumeBool());
+    Require(recording.StretchCount() == 0 || stretch < recording.StretchCount(),
+            "a time belongs to a stretch that was reached");
+    for (const auto kind : {tvdesktop::UnitKind::Video, tvdesktop::UnitKind::Audio}) {
+        const auto time =
+            recording.FindUnit(kind, info != nullptr ? info->videoPid : 0x100, stretch, from, to);
+        Require(!time || (*time >= from && *time <= to), "a unit lies where it was looked for");
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    constexpr void (*kParts[])(FuzzedDataProvider &, Bytes &) = {AppendPacket, AppendSection,
+                                                                 AppendDamage};
+    static const ScratchFiles scratch;
+    FuzzedDataProvider input(data, size);
+    const std::string log = input.ConsumeRandomLengthString(4000);
+    const std::string times = input.ConsumeRandomLengthString(20);
+    Bytes stream;
+    for (int part = 0; part < kMostParts && input.remaining_bytes() > 0; ++part)
+        input.PickValueInArray(kParts)(input, stream);
+    scratch.Write("r.ts", stream.data(), stream.size());
+    scratch.Write("r.ts.chan", log.data(), log.size());
+
+    const std::string path = scratch.directory() + "/r.ts";
+    FuzzedDataProvider query(reinterpret_cast<const std::uint8_t *>(times.data()), times.size());
+    CheckPackets(path, stream);
+    CheckServices(path);
+    CheckRecording(path, query);
+    CheckChannelLog(path);
+    return 0;
+}
