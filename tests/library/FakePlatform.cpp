@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr int kFailure = 77;
+
 /// Leaves the list as it is, for another reading.
 std::string FormatList(const char *format, va_list arguments) {
     va_list copy;
@@ -31,6 +33,7 @@ void ReplaceAll(std::string &text, const std::string &what, const std::string &w
 }
 
 struct Arguments {
+    PlatformCall call;
     va_list list;
 };
 
@@ -96,6 +99,8 @@ FakePlatform &Fake() {
 void FakePlatform::Reset() {
     results.clear();
     channels.clear();
+    failing = 0;
+    failed.clear();
     hasEventManager = hasUserDataManager = true;
     position = duration = 0;
     timeshiftDuration = 0;
@@ -125,6 +130,10 @@ void FakePlatform::Write(const char *format, ...) {
 
 int FakePlatform::Result(const char *call, int usual) {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    if (failing > 0 && --failing == 0) {
+        failed = call;
+        return usual == 0 ? kFailure : 0;
+    }
     const auto result = results.find(call);
     return result == results.end() ? usual : result->second;
 }
@@ -151,6 +160,7 @@ std::string FakePlatform::Take(const char *firstLetters) {
 /// Defines a call that is written down with the object it is made on and the rest as `format` says.
 #define CALL(name, parameters, format, ...)                \
     int name parameters {                                  \
+        const PlatformCall call;                           \
         Fake().Write(#name "(%p" format ")", __VA_ARGS__); \
         return Fake().Result(#name);                       \
     }
@@ -165,6 +175,7 @@ std::string FakePlatform::Take(const char *firstLetters) {
     }
 #define POSITION_CALL(name)                                            \
     int name(void *object, long long *position, long long *duration) { \
+        const PlatformCall call;                                       \
         *position = Fake().position;                                   \
         *duration = Fake().duration;                                   \
         Fake().Write(#name "(%p)", object);                            \
@@ -209,6 +220,7 @@ PLAIN_CALL(tv_stream_is_audio_description_enabled)
 PLAIN_CALL(tv_stream_disable_audio_description)
 
 int tv_recorder_set_callback(void *recorder, tv_recorder_callback callback, void *user_data) {
+    const PlatformCall call;
     Fake().callback = callback;
     Fake().callbackUser = user_data;
     Fake().Write("%s(%p)", __func__, recorder);
@@ -229,6 +241,7 @@ CALL(tv_stream_set_kr3d_mode_format, (void *stream, int mode, int format), ", %d
 CALL(tv_stream_set_3d_mode, (void *stream, int mode, int pid), ", %d, 0x%x", stream, mode, pid)
 
 int tv_recorder_get_timeshift_duration(void *recorder, unsigned int size, unsigned int *duration) {
+    const PlatformCall call;
     if (Fake().timeshiftDuration != 0)
         *duration = Fake().timeshiftDuration;
     Fake().Write("%s(%p, %u)", __func__, recorder, size);
@@ -236,6 +249,7 @@ int tv_recorder_get_timeshift_duration(void *recorder, unsigned int size, unsign
 }
 
 int tv_stream_get_channel_info(void *stream, int time, TvChannelInfo **info) {
+    const PlatformCall call;
     Fake().Write("%s(%p, %d)", __func__, stream, time);
     const int result = Fake().Result(__func__);
     *info = result == 0 ? Fake().ChannelAt(time) : nullptr;
@@ -249,30 +263,36 @@ TIEventManager *TIEventManager::Instance() {
 }
 
 int TIEventManager::Send(int event, void *data, int option) {
+    const PlatformCall call;
     return SendEvent(event, "", data, option);
 }
 
 int TIEventManager::Send(int event, const MOXHandle *handle, void *data, int option) {
+    const PlatformCall call;
     return SendEvent(event, Format(" (%d, %d)", handle->profileId, handle->subId), data, option);
 }
 
 TIUserDataManager *TIUserDataManager::Instance(const MOXHandle &handle) {
+    const PlatformCall call;
     static TIUserDataManager manager;
     Fake().Write("TIUserDataManager(%d, %d)", handle.profileId, handle.subId);
     return Fake().hasUserDataManager ? &manager : nullptr;
 }
 
 int TIUserDataManager::Start(void *stream, int option) {
+    const PlatformCall call;
     Fake().Write("TIUserDataManager::Start(%p, %d)", stream, option);
     return Fake().Result("TIUserDataManager::Start");
 }
 
 int TIUserDataManager::Stop() {
+    const PlatformCall call;
     Fake().Write("TIUserDataManager::Stop()");
     return Fake().Result("TIUserDataManager::Stop");
 }
 
 int TCVConfProvider::GetDescrambleMode() {
+    const PlatformCall call;
     Fake().Write("TCVConfProvider::GetDescrambleMode()");
     return Fake().Result("GetDescrambleMode");
 }

@@ -38,6 +38,10 @@ class FakePlatform {
     long long position = 0;
     long long duration = 0;
     unsigned int timeshiftDuration = 0;
+    /// Which of the coming calls fails, 1 the next one; 0 none. Such a call answers 77, Send 0.
+    int failing = 0;
+    /// The call that did so.
+    std::string failed;
     /// What tv_recorder_set_callback received last.
     tv_recorder_callback callback = nullptr;
     void *callbackUser = nullptr;
@@ -52,6 +56,7 @@ class FakePlatform {
     std::string Logs() { return Take("lB"); }
     std::string Events() { return Take("e"); }
     std::string Calls() { return Take("tT"); }
+    std::string Effects() { return Take("tTe"); }  ///< calls and events
 
     void Write(const char *format, ...) __attribute__((format(printf, 2, 3)));
     int Result(const char *call, int usual = 0);
@@ -63,6 +68,18 @@ class FakePlatform {
     std::mutex m_mutex;
     std::vector<std::string> m_journal;
     std::map<std::string, std::string> m_names;
+};
+
+/// Above 0 while the platform itself runs on this thread, so that a test can tell the platform's
+/// allocations from the library's.
+inline thread_local int g_platformDepth = 0;
+
+/// Open from the begin of each platform call to its end.
+struct PlatformCall {
+    PlatformCall() { ++g_platformDepth; }
+    ~PlatformCall() { --g_platformDepth; }
+    PlatformCall(const PlatformCall &) = delete;
+    PlatformCall &operator=(const PlatformCall &) = delete;
 };
 
 /// The one platform of the process.

@@ -16,13 +16,17 @@ std::size_t CountLines(const std::string &text, const std::string &line) {
 }
 
 TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
+    Open(Channel(0x100, 0x101, 0x102));
     Fake().channels[20000] = Channel(0x200, 0x201, 0x202, VIDEO_ENCODE_H264);
-    Send(Open());
-    std::thread platform([this] {
+    const auto call = [this](TVCallbackType type, int subEvent, int time) {
+        IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property{subEvent, time, 0};
+        m_instance.DoTvpCallback(type, &property);
+    };
+    std::thread platform([call] {
         for (int i = 0; i < kRounds; ++i) {
-            Callback(30, 3, i % 2 * 20000);
-            Callback(30, 0);
-            Callback(16);
+            call(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, 3, i % 2 * 20000);
+            call(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, 0, 0);
+            call(TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE, 0, 0);
         }
     });
     for (int i = 0; i < kRounds; ++i) {
@@ -35,7 +39,7 @@ TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
     const std::string events = Fake().Events();
     EXPECT_EQ(CountLines(events, "010000 "), static_cast<std::size_t>(kRounds));
     EXPECT_EQ(CountLines(events, "030000 "), static_cast<std::size_t>(kRounds));
-    Callback(16);  // ends a change that was left over
+    call(TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE, 0, 0);  // ends a change that was left over
     Fake().All();
     EXPECT_EQ(Send(Request(6).U32(7).F64(1.0)), 0U);
     EXPECT_NE(Fake().Calls().find("tv_player_set_play_speed(player, 7, 1)\n"), std::string::npos);
