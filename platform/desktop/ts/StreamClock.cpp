@@ -20,7 +20,8 @@ void StreamClock::FollowPid(std::uint16_t pid) {
 
 void StreamClock::Advance(std::int64_t pcr) {
     if (m_last) {
-        const std::int64_t step = (pcr - *m_last + kWrap) % kWrap;
+        // A damaged extension (300 and more) may reach beyond the wrap.
+        const std::int64_t step = ((pcr - *m_last) % kWrap + kWrap) % kWrap;
         if (step <= kLongestStep)
             m_ticks += step;
     }
