@@ -93,12 +93,65 @@ TvChannelInfo ChannelInfoOf(const Service &service);
 
 // --- Recorder ------------------------------------------------------------------------------------
 
+/// What tv_recorder_* answers; 0 is success.
+enum RecorderCode : int {
+    kRecorderOk = 0,
+    kRecorderNoRecorder = 1,   ///< null, or an object of another kind
+    kRecorderBadProperty = 2,  ///< unknown id, null pointer, or no PID: nothing of the list applied
+    kRecorderAlreadyRunning = 3,   ///< started already; also: sink properties of a running recorder
+    kRecorderNotRunning = 4,       ///< not started, or over; paused twice, resumed without a pause
+    kRecorderNoSink = 5,           ///< started without a file name
+    kRecorderSourceFailed = 6,     ///< the source cannot be opened
+    kRecorderSinkFailed = 7,       ///< the sink or its side file cannot be opened, or is the source
+    kRecorderWriteFailed = 8,      ///< a stop or a swap could not write everything
+    kRecorderNotTimeshift = 9,     ///< swap of a sink that is no timeshift buffer in a file
+    kRecorderFileExists = 10,      ///< swap to a file that exists; it stays as it is
+    kRecorderRateUnknown = 11,     ///< too little recorded to tell a timeshift duration
+    kRecorderInsideCallback = 12,  ///< start, stop and swap are refused inside the callback
+    kRecorderOutOfResources = 13,  ///< no memory or no thread
+};
+
+/// app_type of the messages behind TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION.
+enum RecorderApplication : int {
+    kRecorderFirstPacket = 2,  ///< the first packets are in the sink; app_param 0
+    kRecorderEnd = 4,          ///< end of source, or the set duration is reached; app_param: stream
+                               ///< time written in milliseconds
+};
+
+/// Error codes of the messages behind TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR; their domain is the
+/// quark "tvdesktop-recorder-error".
+enum RecorderError : int {
+    kRecorderErrorSource = 0,   ///< the source failed, or is no transport stream
+    kRecorderErrorWrite = 2,    ///< the sink failed
+    kRecorderErrorNoSpace = 4,  ///< no space left for the sink
+};
+
 struct RecorderOptions {
     std::string source;  ///< transport stream: a file, a pipe, "-" for standard input
     double speed = 1.0;  ///< times stream time, paced by the PCR; 0: as fast as the disk allows
 };
 
-/// @return a recorder for tv_recorder_*; the source is opened by tv_recorder_start
+/// Makes a recorder for tv_recorder_*.
+///
+/// - tv_recorder_start opens the source and the sink. A regular file is emptied first, as a TV
+///   does, together with its side file; a program that wants to keep an earlier recording asks
+///   before. A FIFO needs a reader. What cannot be opened is answered with a code, what fails later
+///   arrives through the callback: it runs on the recorder's thread, without a lock held, after the
+///   recorder has ended by itself. A recorder that has ended keeps its position; tv_recorder_stop
+///   answers it with 0, and it may be started again.
+/// - Inside the callback every call is allowed but start, stop, swap and DestroyRecorder.
+/// - tv_recorder_pause stops the reading of the source; tv_recorder_resume goes on with the next
+///   packet. tv_recorder_stop returns when everything recorded is flushed and closed.
+/// - Packets whose transport_error_indicator is set are not recorded, nor are packets cut short.
+/// - Positions are milliseconds of stream time in the sink, counted by the PCRs that were recorded.
+/// - tv_recorder_get_timeshift_duration takes KiB and gives milliseconds, by the mean rate so far.
+/// - A swap (property 55) moves everything buffered into the new file, which then takes all that
+///   follows; the side file goes along. It makes a recording of the buffer whatever its flags say.
+/// - Stream property 1413 limits the recording to a stream time in milliseconds.
+/// - Property 60 is kept beside the recording, in the file with ".chan" appended, with the stream
+///   time and byte offset from which on it applies. Properties 34, 52 and 61 have no effect here.
+///
+/// @return null when there is no memory for it; the source is opened by tv_recorder_start
 void *CreateRecorder(const RecorderOptions &options);
 /// Stops it if it runs.
 void DestroyRecorder(void *recorder);
@@ -113,7 +166,7 @@ enum PlayerResult : int {
     kPlayerBadArgument = 203,      ///< a missing output, a rate that is 0 or no number
     kPlayerUnknownProperty = 204,  ///< an id or a value that cannot be read; nothing was applied
     kPlayerNoSource = 205,       ///< no source is set, or it is no readable file, or became shorter
-    kPlayerNoStream = 206,       ///< the source has no stream time, or no PID to decode is set
+    kPlayerNoStream = 206,       ///< no stream time, no PID to decode, or no picture to step to
     kPlayerNoChannelInfo = 207,  ///< neither side file nor PMT
     kPlayerOutOfMemory = 208,
 };
@@ -148,6 +201,7 @@ struct PlayerOptions {
 /// on from where tv_player_ready holds. Seeks and changes of speed play on; a change of speed never
 /// moves the position, whatever its position argument says. A seek onto a border belongs to the
 /// later stretch when it plays forward, to the earlier one when it plays back. A step pauses.
+/// @return null when there is no memory or no thread for it
 void *CreatePlayer(const PlayerOptions &options);
 /// @return the stream of a player for tv_stream_*; lives as long as the player
 void *StreamOf(void *player);

@@ -13,6 +13,7 @@ inline constexpr std::size_t kPacketSize = 188;
 inline constexpr std::uint8_t kSyncByte = 0x47;
 inline constexpr std::size_t kPidCount = 8192;
 inline constexpr std::uint16_t kPatPid = 0x0000;
+inline constexpr std::uint16_t kNullPid = 0x1FFF;
 inline constexpr std::int64_t kPcrHz = 27'000'000;
 
 /// All functions take a whole packet that begins with the sync byte. Reentrant.

@@ -1,0 +1,120 @@
+/// @file
+/// The recorder behind tv_recorder_*.
+#ifndef TVDESKTOP_RECORDER_RECORDER_H
+#define TVDESKTOP_RECORDER_RECORDER_H
+
+#include <tv_recorder.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "RecorderMessages.h"
+#include "RecordingSession.h"
+#include "StreamSelection.h"
+#include "system/PlatformObject.h"
+#include "TvDesktop.h"
+#include "Wakeup.h"
+
+namespace tvdesktop {
+
+/// What one property list asks for, in full before any of it is done.
+struct RecorderPropertyList {
+    std::vector<StreamSelection::PidProperty> pids;
+    std::vector<TvChannelInfo> channels;
+    std::optional<std::string> fileName;
+    std::optional<bool> isTimeshift;
+    std::optional<std::string> swapTo;
+
+    bool TouchesSink() const { return fileName || isTimeshift; }
+};
+
+/// Takes the calls of a program and lets a thread of its own record.
+///
+/// What a call changes while the recorder runs is left under the mutex; the thread takes it before
+/// its next packets, so that the session belongs to the thread alone. A swap is waited for, the
+/// rest is not.
+///
+/// Threads: calls from one thread at a time, callbacks from the recorder's thread.
+class Recorder : public PlatformObject {
+  public:
+    static constexpr Kind kKind = Kind::Recorder;
+
+    explicit Recorder(RecorderOptions options);
+    ~Recorder();
+    Recorder(const Recorder &) = delete;
+    Recorder &operator=(const Recorder &) = delete;
+
+    RecorderCode SetCallback(tv_recorder_callback callback, void *userData);
+    RecorderCode Prepare();
+    RecorderCode Start();
+    RecorderCode Pause();
+    RecorderCode Resume();
+    RecorderCode Stop();
+    RecorderCode Apply(const RecorderPropertyList &list);
+    RecorderCode SetDuration(int milliseconds);
+    void GetPosition(long long &position, long long &duration) const;
+    RecorderCode GetTimeshiftDuration(unsigned int sizeKiB, unsigned int &durationMs) const;
+
+  private:
+    enum class State { Idle, Recording, Paused, Ended };
+
+    /// Left by calls for the thread.
+    struct Changes {
+        bool selection = false;
+        bool limit = false;
+        bool pause = false;
+        std::vector<TvChannelInfo> channels;
+        std::optional<std::string> swapTo;
+    };
+
+    bool IsRunning() const { return m_state == State::Recording || m_state == State::Paused; }
+    bool IsOnThread() const;
+    RecorderCode ChangeState(State from, State to);
+    RecorderCode Swap(std::unique_lock<std::mutex> &lock, const std::string &path);
+    void Wake();
+
+    void Run(RecordingSession &session) noexcept;
+    RecordingSession::Next Record(RecordingSession &session);
+    bool TakeChanges(RecordingSession &session);
+    bool ApplyChanges(RecordingSession &session, const Changes &changes);
+    void WaitForNews(Wakeup::Timeout timeout, int file = -1);
+    bool WaitForRoom(int descriptor);
+    void PublishProgress(const RecordingSession &session);
+    void Finish(RecordingSession &session, RecordingSession::Next reason);
+    void ReportEnd(const RecordingSession &session, RecordingSession::Next reason);
+    void Report(TVCallbackType type, const MessagePtr &message);
+
+    const RecorderOptions m_options;
+    const RecorderMessages m_messages;
+    Wakeup m_wakeup;
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_swapped;
+    State m_state = State::Idle;
+    bool m_isStopping = false;
+    bool m_isChanged = false;
+    Changes m_changes;
+    StreamSelection m_selection;
+    std::optional<TvChannelInfo> m_channel;  ///< set last
+    std::string m_fileName;
+    bool m_isTimeshift = false;
+    int m_limitMs = 0;
+    std::optional<RecorderCode> m_swapResult;
+    RecorderCode m_stopResult = kRecorderOk;
+    tv_recorder_callback m_callback = nullptr;
+    void *m_userData = nullptr;
+
+    std::atomic<std::int64_t> m_positionMs{0};
+    std::atomic<std::uint64_t> m_size{0};
+    bool m_hasWritten = false;  ///< the thread's own
+    std::thread m_thread;
+};
+
+}  // namespace tvdesktop
+
+#endif

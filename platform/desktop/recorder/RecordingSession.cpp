@@ -1,0 +1,166 @@
+#include "RecordingSession.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace tvdesktop {
+
+namespace {
+
+constexpr std::size_t kBlockSize = (1 << 20) / ts::kPacketSize * ts::kPacketSize;
+constexpr std::uint64_t kLongestSearch = 4 * kBlockSize;
+constexpr std::int64_t kLongestUnflushed = ts::kPcrHz / 2;
+
+}  // namespace
+
+RecordingSession::RecordingSession(double speed, RecordingSink::WaitForRoom waitForRoom)
+    : m_speed(speed), m_waitForRoom(std::move(waitForRoom)), m_block(kBlockSize) {}
+
+RecorderCode RecordingSession::Open(const std::string &source, const std::string &sink) {
+    m_sourceName = source;
+    if (!m_source.Open(source))
+        return kRecorderSourceFailed;
+    return m_sink.Open(sink, m_source.Descriptor()) ? kRecorderOk : kRecorderSinkFailed;
+}
+
+void RecordingSession::Select(const StreamSelection &selection) {
+    m_keep = selection.Table();
+    // Between two services no clock is programmed: the last one goes on until the next is known.
+    if (const auto pid = selection.ClockPid()) {
+        m_recorded.FollowPid(*pid);
+        m_passed.FollowPid(*pid);
+    }
+}
+
+bool RecordingSession::AddStretch(const TvChannelInfo &info) {
+    if (m_sink.AddStretch(m_recorded.milliseconds(), info))
+        return true;
+    Fail(Next::SinkFailed, "cannot write " + ts::ChannelLogPath(m_sink.Path()), errno);
+    return false;
+}
+
+RecordingSession::Next RecordingSession::Fail(Next what, const std::string &text, int reason) {
+    m_errorText = text;
+    m_errorReason = reason;
+    return what;
+}
+
+RecordingSession::Next RecordingSession::Advance(Clock::time_point now) {
+    const Next next = Filter(now, m_sourceEnded);
+    if (next != Next::More)
+        return next;
+    if (IsNoTransportStream())
+        return Fail(Next::SourceFailed, m_sourceName + " is not a transport stream", 0);
+    if (!m_sourceEnded)
+        return ReadMore();
+    return Flush() ? Next::Ended : Next::SinkFailed;
+}
+
+bool RecordingSession::IsNoTransportStream() const {
+    return !m_hasPackets && (m_sourceEnded || m_bytesRead > kLongestSearch);
+}
+
+/// Goes through what was read: to its end, to a PCR that is not due yet, or to the limit.
+RecordingSession::Next RecordingSession::Filter(Clock::time_point now, bool atEnd) {
+    bool isDue = true;
+    const auto visit = [&](const std::uint8_t *packet, bool kept) {
+        isDue = m_limitReached || IsDue(packet, now);
+        if (m_limitReached || !isDue)
+            return false;
+        if (kept)
+            CountRecorded(packet);
+        return true;
+    };
+    m_done = m_filter.Run(m_block.data(), m_filled, m_done, m_keep, atEnd, visit);
+    m_hasPackets |= m_done.packets > 0;
+
+    if (m_limitReached)
+        return Flush() ? Next::Ended : Next::SinkFailed;
+    const bool mustFlush =
+        IsPaced() ? m_passed.ticks() - m_flushedTicks >= kLongestUnflushed : !HasRoom();
+    if (mustFlush && !Flush())
+        return Next::SinkFailed;
+    return isDue ? Next::More : Next::AtTime;
+}
+
+/// May be asked again for the same packet: a PCR that is counted twice adds no time.
+bool RecordingSession::IsDue(const std::uint8_t *packet, Clock::time_point now) {
+    if (!IsPaced())
+        return true;
+    const auto pcr = ts::Pcr(packet);
+    if (!pcr || ts::TransportError(packet))
+        return true;
+    if (m_passed.pid() == ts::kNullPid)
+        m_passed.FollowPid(ts::Pid(packet));
+    if (m_passed.pid() != ts::Pid(packet))
+        return true;
+
+    m_passed.Advance(*pcr);
+    if (!m_pacingStart)
+        m_pacingStart = {now, m_passed.ticks()};
+    const std::chrono::duration<double> passed(
+        static_cast<double>(m_passed.ticks() - m_pacingStart->ticks) /
+        static_cast<double>(ts::kPcrHz) / m_speed);
+    m_wakeTime = m_pacingStart->time + std::chrono::duration_cast<Clock::duration>(passed);
+    return m_wakeTime <= now;
+}
+
+void RecordingSession::CountRecorded(const std::uint8_t *packet) {
+    const auto pcr = ts::Pcr(packet);
+    if (!pcr)
+        return;
+    if (m_recorded.pid() == ts::kNullPid)
+        m_recorded.FollowPid(ts::Pid(packet));
+    if (m_recorded.pid() != ts::Pid(packet))
+        return;
+    m_recorded.Advance(*pcr);
+    m_limitReached = m_limitMs > 0 && m_recorded.milliseconds() >= m_limitMs;
+}
+
+RecordingSession::Next RecordingSession::ReadMore() {
+    if (!HasRoom()) {
+        if (!Flush())
+            return Next::SinkFailed;
+        std::memmove(m_block.data(), m_block.data() + m_done.consumed, m_filled - m_done.consumed);
+        m_filled -= m_done.consumed;
+        m_done.consumed = 0;
+    }
+    std::size_t count = 0;
+    switch (m_source.Read(m_block.data() + m_filled, m_block.size() - m_filled, count)) {
+        case BlockSource::Status::Data:
+            m_filled += count;
+            m_bytesRead += count;
+            break;
+        case BlockSource::Status::Wait:
+            return Flush() ? Next::AtSource : Next::SinkFailed;
+        case BlockSource::Status::End:
+            m_sourceEnded = true;
+            break;
+        case BlockSource::Status::Failed:
+            return Fail(Next::SourceFailed, "cannot read " + m_sourceName, errno);
+    }
+    return Next::More;
+}
+
+bool RecordingSession::Flush() {
+    m_flushedTicks = m_passed.ticks();
+    const std::size_t kept = std::exchange(m_done.kept, 0);
+    if (kept == 0 || m_sink.Write(m_block.data(), kept, m_waitForRoom))
+        return true;
+    Fail(Next::SinkFailed, "cannot write " + m_sink.Path(), errno);
+    return false;
+}
+
+bool RecordingSession::Finish() {
+    if (!IsPaced() && Filter(Clock::now(), true) == Next::SinkFailed)
+        return false;
+    if (!Flush())
+        return false;
+    if (m_sink.Close())
+        return true;
+    Fail(Next::SinkFailed, "cannot write " + m_sink.Path(), errno);
+    return false;
+}
+
+}  // namespace tvdesktop
