@@ -157,9 +157,30 @@ class Decoder {
         dvbpsi_packet_push(m_handle, copy);
     }
 
+    /// Looks at every PMT section before the attached decoder does. That one trusts
+    /// program_info_length (ISO/IEC 13818-1, 2.4.4.8) and reads on behind a section that is
+    /// shorter; such a section is dropped.
+    void GuardPmt() {
+        if (!dvbpsi_decoder_present(m_handle))
+            return;
+        m_gather = m_handle->p_decoder->pf_gather;
+        m_handle->p_sys = this;
+        m_handle->p_decoder->pf_gather = &Decoder::GatherPmt;
+    }
+
   private:
+    static void GatherPmt(dvbpsi_t *handle, dvbpsi_psi_section_t *section) {
+        const std::uint8_t *payload = section->p_payload_start;
+        const std::ptrdiff_t size = section->p_payload_end - payload;
+        if (size >= 4 && ((payload[2] & 0x0F) << 8 | payload[3]) <= size - 4)
+            static_cast<Decoder *>(handle->p_sys)->m_gather(handle, section);
+        else
+            dvbpsi_DeletePSISections(section);
+    }
+
     dvbpsi_t *m_handle;
     Detach m_detach;
+    dvbpsi_callback_gather_t m_gather = nullptr;
 };
 
 /// Collects the tables of one stream; packets go in, services come out.
@@ -232,6 +253,7 @@ class Scanner {
                 continue;
             auto decoder = std::make_unique<Decoder>(dvbpsi_pmt_detach);
             dvbpsi_pmt_attach(decoder->Get(), program->i_number, &Scanner::OnPmt, this);
+            decoder->GuardPmt();
             m_pmtPids[program->i_number] = program->i_pid;
             m_pmts.emplace(program->i_pid, std::move(decoder));
         }
