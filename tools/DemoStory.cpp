@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <set>
+#include <sstream>
 
 #include "Events.h"
 #include "Failure.h"
@@ -39,11 +41,13 @@ std::string YesNo(bool value) {
     return value ? "yes" : "no";
 }
 
+/// Hexadecimal, short enough for a column.
 std::string PidsText(const std::set<std::uint16_t> &pids) {
-    std::string text;
+    std::ostringstream text;
+    text << std::hex;
     for (const std::uint16_t pid : pids)
-        text += (text.empty() ? "" : " ") + (pid == 0 ? std::string("0x0") : PidText(pid));
-    return text;
+        text << (text.tellp() > 0 ? " " : "") << pid;
+    return text.str();
 }
 
 std::set<std::uint16_t> PidsOf(const std::vector<Service> &services) {
@@ -62,7 +66,7 @@ int PidIn(const Service &service, StreamKind kind) {
     return stream != nullptr ? stream->pid : -1;
 }
 
-/// What the decoders must be set to for a service.
+/// What the decoders must be set to for a service: PIDs, each with its codec number.
 std::string DecodersFor(const Service &service) {
     const tvdesktop::ElementaryStream *video = service.First(StreamKind::Video);
     const tvdesktop::ElementaryStream *audio = service.First(StreamKind::Audio);
@@ -374,7 +378,8 @@ void DemoStory::ExpectStart(const std::string &what, int recordType, const Servi
 }
 
 void DemoStory::ExpectPids(const std::string &path, const std::vector<Service> &recorded) {
-    m_report.Expect("PIDs in the recording", PidsText(PidsOf(recorded)), PidsText(PidsIn(path)));
+    m_report.Expect("PIDs in the recording (hex)", PidsText(PidsOf(recorded)),
+                    PidsText(PidsIn(path)));
 }
 
 void DemoStory::ExpectSourcePackets(const std::string &path) {
@@ -385,7 +390,10 @@ void DemoStory::ExpectSourcePackets(const std::string &path) {
 
 void DemoStory::ExpectProgrammed(const std::string &what, Playing &playing,
                                  const Service &broadcast) {
-    m_report.Expect(what, DecodersFor(broadcast), DecodersAre(playing.State()));
+    const tvdesktop::PlayerState state = playing.State();
+    m_console.terminal.Line("  state   " + TimeText(state.positionMs) + " " +
+                            PlayerText(state, playing.ProgramAt(state.positionMs)));
+    m_report.Expect(what, DecodersFor(broadcast), DecodersAre(state));
 }
 
 }  // namespace tool

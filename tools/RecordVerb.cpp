@@ -106,6 +106,8 @@ class RecordRun {
             fs::remove(m_options.swapTo, ignored);
         m_recording.SwapTo(m_options.swapTo);
         m_isSwapped = true;
+        if (!fs::exists(m_options.out, ignored) && !IsDevice(m_options.out))
+            fs::remove(InformationPath(m_options.out), ignored);  // it went with the buffer
         WriteInformationBeside(m_options.swapTo);
         m_terminal.Line("The timeshift buffer became " + m_options.swapTo + " at " +
                         TimeText(m_progress.positionMs) + ".");
