@@ -17,7 +17,6 @@
 namespace {
 
 using namespace tvdesktop;
-using Run = PlayerState::Run;
 
 constexpr int kFrameMs = 40;
 constexpr int kBorder = 499 * kFrameMs;  // another PCR PID goes on from where the last one stood
@@ -119,14 +118,14 @@ class PlayerTest : public testing::Test {
 TEST_F(PlayerTest, EveryRateCrossesABorderOnceAndComesBackToIt) {
     const struct {
         double rate;
-        int from, pidBefore, pidAfter;
+        int from, pidBefore, to, pidAfter;
         const char *heard;
-    } cases[] = {{1.0, 18000, 0x100, 0x200, "16 30/3@19960 16"},
-                 {4.0, 15000, 0x100, 0x200, "16 30/3@19960 16 16"},
-                 {0.5, 19000, 0x100, 0x200, "16 30/3@19960 16 16"},
-                 {-4.0, 25000, 0x200, 0x100, "16 30/3@19960 16 16"}};
+    } cases[] = {{1.0, 18000, 0x100, kBorder + 10 * 100, 0x200, "16 30/3@19960 16"},
+                 {4.0, 15000, 0x100, kBorder + 16 * 400, 0x200, "16 30/3@19960 16 16"},
+                 {0.5, 19000, 0x100, kBorder + 9 * 50, 0x200, "16 30/3@19960 16 16"},
+                 {-4.0, 25000, 0x200, kBorder - 16 * 400, 0x100, "16 30/3@19960 16 16"}};
     m_answers = true;
-    for (const auto &[rate, from, pidBefore, pidAfter, heard] : cases) {
+    for (const auto &[rate, from, pidBefore, to, pidAfter, heard] : cases) {
         SCOPED_TRACE(rate);
         m_rate = rate;
         Start(from, pidBefore);
@@ -135,7 +134,7 @@ TEST_F(PlayerTest, EveryRateCrossesABorderOnceAndComesBackToIt) {
         EXPECT_EQ(Heard(), heard);
         EXPECT_EQ(m_engine.State().videoPid, pidAfter);
         EXPECT_EQ(m_engine.State().rate, rate);
-        EXPECT_EQ(Position() > kBorder, rate > 0) << Position();
+        EXPECT_EQ(Position(), to) << "in whole ticks, after those of the change";
         m_engine.Stop();
     }
 }
@@ -192,7 +191,7 @@ TEST_F(PlayerTest, OnlyTheRightPidUnmutes) {
         SCOPED_TRACE(testing::Message() << videoPid << ' ' << audioPid << ' ' << hasVideo);
         Set({{801, m_path}, {104, videoPid}, {103, audioPid}, {307, hasVideo}});
         ASSERT_EQ(m_engine.Start(), kPlayerOk);
-        Play(18000);
+        Play(18500);
         EXPECT_EQ(Heard(), heard);
         EXPECT_EQ(m_engine.State().waitingForUnmute, *heard == '\0');
     }
@@ -243,9 +242,10 @@ TEST_F(PlayerTest, StepsGoFromPictureToPictureAndOverTheBorder) {
     Program(0x200);
     Play(1000);
     EXPECT_EQ(Heard(), "30/3@19960 16");
-    m_engine.Step();
+    EXPECT_EQ(m_engine.Step(), kPlayerOk);
+    Program(0x100);
+    EXPECT_EQ(m_engine.Step(), kPlayerNoStream);
     EXPECT_EQ(Position(), kBorder + kFrameMs);
-    EXPECT_EQ(m_engine.State().run, Run::Paused);
 }
 
 TEST_F(PlayerTest, FollowsAFileThatGrowsAndNoticesOneThatShrinks) {
@@ -254,9 +254,12 @@ TEST_F(PlayerTest, FollowsAFileThatGrowsAndNoticesOneThatShrinks) {
     Start(4000, 0x100);
     Play(3000);
     EXPECT_EQ(Heard(), "16 30/0@4960");
-    Write(m_first.substr(part) + m_second, std::ios::app);
+    Write(m_first.substr(part, 2000), std::ios::app);
+    Play(200);
+    EXPECT_EQ(Position(), 5080) << "the new end, which is no new arrival";
+    Write(m_first.substr(part + 2000) + m_second, std::ios::app);
     Play(1000);
-    EXPECT_EQ(Position(), 5960);
+    EXPECT_EQ(Position(), 6080);
     EXPECT_EQ(m_engine.State().durationMs, kEnd);
     m_engine.SetSpeed(4.0);
     Play(20000);
@@ -319,6 +322,10 @@ TEST(StreamPropertyTest, ListsAreKeptOrRefusedAsAWhole) {
     for (void *object : {static_cast<void *>(nullptr), player.get()})
         EXPECT_EQ(tv_stream_set_property(object, 1413, 60, 0), kPlayerNoObject);
     EXPECT_EQ(tv_player_pause(stream), kPlayerNoObject);
+    const std::unique_ptr<void, decltype(&DestroyRecorder)> recorder(CreateRecorder({}),
+                                                                     DestroyRecorder);
+    EXPECT_EQ(tv_stream_set_property(recorder.get(), 1413, 60, 0), kPlayerOk);
+    EXPECT_EQ(tv_stream_set_property(recorder.get(), 104, 1, 0), kPlayerUnknownProperty);
 
     ASSERT_EQ(tv_stream_set_property(stream, 103, 1, 104, 2, 109, 3, 134, 4, 302, 1, 307, 5, 314, 6,
                                      320, 7, 406, 1, 509, 8, 602, 1, 603, 1, 801, "/none", 805, 1,

@@ -190,8 +190,11 @@ int PlaybackEngine::Step() {
     if (!FollowFile())
         return kPlayerNoSource;
     m_state.run = Run::Paused;
+    const double last = std::min(StretchEnd(), m_position + kReadAhead);
     const auto unit = m_recording->FindUnit(decoded.kind, decoded.pid, m_stretch,
-                                            std::nextafter(m_position, kInfinity), StretchEnd());
+                                            std::nextafter(m_position, kInfinity), last);
+    if (!unit && last < StretchEnd())
+        return kPlayerNoStream;
     if (unit) {
         MoveTo(*unit);
     } else if (m_stretch + 1 < m_recording->StretchCount()) {

@@ -75,8 +75,10 @@ void Player::Deliver(TVCallbackType type, const PlayerMessage &message) try {
 } catch (...) {  // what a service throws must not end the clock
 }
 
-void *CreatePlayer(const PlayerOptions &options) {
+void *CreatePlayer(const PlayerOptions &options) try {
     return static_cast<PlatformObject *>(std::make_unique<Player>(options).release());
+} catch (...) {
+    return nullptr;
 }
 
 void *StreamOf(void *player) {
