@@ -364,13 +364,17 @@ TEST_F(PlayerTest, CallbacksMayCallEverything) {
         heard.push_back(type == 30 ? -message.subEventType : static_cast<int>(type));
         changed.notify_all();
     });
+    const auto waitFor = [&](int last) {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, std::chrono::minutes(1),
+                                [&] { return !heard.empty() && heard.back() == last; });
+    };
+    EXPECT_EQ(tv_stream_start(stream), kPlayerNoSource);
+    ASSERT_TRUE(waitFor(31));
     tv_stream_set_property(stream, 801, m_path.c_str(), 104, 0x100, 0);
     ASSERT_EQ(tv_stream_start(stream), kPlayerOk);
-    std::unique_lock<std::mutex> lock(mutex);
-    const auto endReached = [&] { return !heard.empty() && heard.back() == 0; };
-    ASSERT_TRUE(changed.wait_for(lock, std::chrono::minutes(1), endReached));
-    EXPECT_EQ(heard, (std::vector<int>{16, -3, 16, 0}));
-    lock.unlock();
+    ASSERT_TRUE(waitFor(0));
+    EXPECT_EQ(heard, (std::vector<int>{31, 16, -3, 16, 0}));
     EXPECT_EQ(tv_player_set_position(player.get(), kEnd - 1000, -1.0), kPlayerOk);
 }
 
