@@ -79,7 +79,8 @@ inline std::string Expand(std::string operation, const std::string &file, std::s
         if (entry[0] == '@')
             operation = entry.substr(1);
         else if (head == "2 " || head == "4 " || head == "16 ")
-            expanded += "log " + head + operation + file + rest + '\n';
+            expanded += Format("log %s%s%s%s\n", head.c_str(), operation.c_str(), file.c_str(),
+                               rest.c_str());
         else if (head == "set ")
             expanded += "tv_stream_set_property(stream, " + rest + ")\n";
         else if (head == "rec ")

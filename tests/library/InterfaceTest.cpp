@@ -18,7 +18,8 @@ TEST_F(RecorderTest, AnswersOtherServices) {
     EXPECT_EQ(m_instance.GetRecordProgress(position) + m_instance.GetMoxHandle(handle), 0);
     EXPECT_TRUE(position == -2 && handle == (MOXHandle{301, 7}));
     IMOXPVRRecorder::ePvrRecordState state = IMOXPVRRecorder::E_RECORD_STATE_PENDING;
-    EXPECT_EQ(fresh.GetState(state) + state, 0U);
+    EXPECT_EQ(fresh.GetState(state), 0);
+    EXPECT_EQ(state, IMOXPVRRecorder::E_RECORD_STATE_NONE);
     fresh.DoTvpCallback(TV_PLAYER_CALLBACK_ASM_COMMAND, nullptr, nullptr);
     Expect("GetFileName", R"(4 this func is started; 4 fileName[]
 @GetServiceId; 4 this func is started; 4 ullServiceId[0]; @GetMoxHandle; 4 this func is called

@@ -87,7 +87,7 @@ event 31 059a0000 00000000 ffffffff ffffffff; 4 AsmCB | send event out successfu
 
 TEST_F(RecorderCallbackTest, NumbersDetailsAndReportsRefusedEvents) {
     TvStreamAsmSoundCommand command{2};
-    const auto post = [this](int type, void *param) {
+    const auto post = [](int type, void *param) {
         Fake().callback(static_cast<TVCallbackType>(type), Fake().callbackUser, param);
         if (type != 34)
             gst_message_unref(static_cast<GstMessage *>(param));
