@@ -6,27 +6,20 @@
 
 #include "FakePlatform.h"
 
+thread_local AllocationFailure t_allocationFailure;
+
 namespace {
 
-thread_local int t_first = 0;  // 0: none is to fail
-thread_local Failing t_mode = Failing::Once;
-thread_local int t_seen = 0;
-thread_local int t_injected = 0;
-thread_local void *t_live[64] = {};
-
-bool IsWatched() {
-    return t_first > 0 && g_platformDepth == 0;
-}
-
 void *Allocate(std::size_t size, std::size_t alignment = alignof(std::max_align_t)) {
-    const bool watched = IsWatched();
-    if (watched && (++t_seen == t_first || (t_mode == Failing::FromThenOn && t_seen > t_first))) {
-        ++t_injected;
+    AllocationFailure &failure = t_allocationFailure;
+    const bool isWatched = failure.first > 0 && g_platformDepth == 0;
+    if (isWatched && ++failure.seen >= failure.first && failure.seen <= failure.last) {
+        ++failure.injected;
         return nullptr;
     }
     void *memory = std::aligned_alloc(alignment, (size / alignment + 1) * alignment);
-    if (watched)
-        *std::find(std::begin(t_live), std::end(t_live) - 1, nullptr) = memory;
+    if (isWatched)
+        *std::find(std::begin(failure.live), std::end(failure.live) - 1, nullptr) = memory;
     return memory;
 }
 
@@ -35,28 +28,14 @@ void *Checked(void *memory) {
 }
 
 void Release(void *memory) {
-    if (memory != nullptr)
-        std::replace(std::begin(t_live), std::end(t_live), memory, static_cast<void *>(nullptr));
+    if (memory == nullptr)
+        return;
+    for (void *&block : t_allocationFailure.live)
+        block = block == memory ? nullptr : block;
     std::free(memory);
 }
 
 }  // namespace
-
-AllocationFailure::AllocationFailure(int first, Failing mode) {
-    t_seen = t_injected = 0;
-    t_mode = mode;
-    t_first = first;
-}
-AllocationFailure::~AllocationFailure() {
-    t_first = 0;
-}
-int AllocationFailure::Injected() {
-    return t_injected;
-}
-long AllocationFailure::LiveBlocks() {
-    return std::end(t_live) - std::begin(t_live) -
-           std::count(std::begin(t_live), std::end(t_live), nullptr);
-}
 
 // All forms: a sanitizer brings those that are missing, on an allocator of its own.
 #define FORMS(parameter, alignment)                                                  \

@@ -3,17 +3,16 @@
 #ifndef TESTS_FAILURES_ALLOCATIONFAILURE_H
 #define TESTS_FAILURES_ALLOCATIONFAILURE_H
 
-enum class Failing { Once, FromThenOn };
-
-/// While it lives, an allocation of this thread fails (`first` is 1 for the next one), or all from
-/// that one on. What the fake platform allocates neither counts nor fails.
+/// Which allocations fail, each thread by itself. What the fake platform allocates neither counts
+/// nor fails.
 struct AllocationFailure {
-    AllocationFailure(int first, Failing mode);
-    ~AllocationFailure();
-    /// @return number of allocations that the latest one failed
-    static int Injected();
-    /// @return number of blocks that were allocated under one and are not freed yet
-    static long LiveBlocks();
+    int first = 0;  ///< the first one to fail, 1 the next one; 0: none
+    int last = 0;   ///< the last one
+    int seen = 0;
+    int injected = 0;  ///< number that failed
+    /// Blocks allocated while some were to fail, as long as they are not freed; null where none is.
+    void *live[64] = {};
 };
+extern thread_local AllocationFailure t_allocationFailure;
 
 #endif

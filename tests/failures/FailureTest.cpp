@@ -3,6 +3,7 @@
 #include <gst/gst.h>
 
 #include <fstream>
+#include <regex>
 
 #include "AllocationFailure.h"
 #include "InstanceTest.h"
@@ -17,18 +18,15 @@ const std::string kFile = "/recordings/too-long-for-a-small-string.srf";
 /// What operations answer besides their result.
 struct Output {
     char reply[64] = {};
-    long position = 0;
-    long duration = 0;
-    unsigned int video = 0;
-    unsigned int audio = 0;
-    unsigned int pcr = 0;
+    long times[2] = {};
+    unsigned int pids[3] = {};
     std::string name;
     MOXHandle handle;
     unsigned long long service = 0;
     IMOXPVRRecorder::ePvrRecordState recorder{};
     IMOXPVRPlayback::ePvrPlaybackState playback{};
     IMOXPVRPlayback::eRecordedFileType type{};
-    std::string uri = kFile;  // handed over by value, so not copied while memory runs out
+    std::string uri = kFile;  // handed over by value: no copy while memory runs out
 };
 Output g_out;
 
@@ -47,8 +45,14 @@ long DestroyAll() {
     return 0;
 }
 
-long CallRecorder(TVCallbackType type, void *message) {
-    Fake().callback(type, Fake().callbackUser, message);
+long CallRecorder(TVCallbackType type) {
+    static TvStreamAsmSoundCommand command{2};
+    static GstMessage *message =
+        (gst_init(nullptr, nullptr),
+         gst_message_new_application(nullptr,
+                                     gst_structure_new("pvr", "app_type", G_TYPE_INT, 4, nullptr)));
+    const bool isCommand = type == TV_PLAYER_CALLBACK_ASM_COMMAND;
+    Fake().callback(type, Fake().callbackUser, isCommand ? static_cast<void *>(&command) : message);
     return 0;
 }
 long CallPlayback(TVCallbackType type, int subEvent = 0, int timeCode = 0, int error = 0) {
@@ -57,19 +61,15 @@ long CallPlayback(TVCallbackType type, int subEvent = 0, int timeCode = 0, int e
     return 0;
 }
 
-GstMessage *RecorderMessage() {
-    gst_init(nullptr, nullptr);
-    return gst_message_new_application(
-        nullptr, gst_structure_new("pvr", "app_type", G_TYPE_INT, 4, nullptr));
-}
-
 TSAudio Audio(std::uint16_t pid) {
     TSAudio audio{};
     audio.pid = pid;
     return audio;
 }
 
-const TSVideo kVideo{{}, 0x100, VIDEO_ENCODE_MPEG2, 0x102, 0};
+constexpr IMOXPVRPlayback::MOXPVRPlaybackProperty kProperty{1, 2, 3, 4, 5};
+constexpr EAudioSelectionType kByUser = AUDIO_SELECTION_USER;
+constexpr TSVideo kVideo{{}, 0x100, VIDEO_ENCODE_MPEG2, 0x102, 0};
 const std::map<std::string, std::function<long()>> kCalls = {
     {"Gone", DestroyAll},
     {"NoChannels", [] { return Fake().channels.clear(), 0; }},
@@ -82,41 +82,30 @@ const std::map<std::string, std::function<long()>> kCalls = {
     {"DestroyRecorder", [] { return MoxPvrAPI::DestroyRecorder(kRecorderKey); }},
     {"DestroyPlayback", [] { return MoxPvrAPI::DestroyPlayback(kPlaybackKey); }},
     {"RecorderFileName", [] { return Recorder()->GetFileName(g_out.name); }},
-    {"RecordProgress", [] { return Recorder()->GetRecordProgress(g_out.position); }},
+    {"RecordProgress", [] { return Recorder()->GetRecordProgress(g_out.times[0]); }},
     {"RecorderHandle", [] { return Recorder()->GetMoxHandle(g_out.handle); }},
     {"RecorderHook", [] { return Recorder()->DoTvpCallback({}, nullptr, nullptr), 0; }},
     {"PlaybackHook", [] { return Playback()->DoTvpCallback({}, nullptr, nullptr), 0; }},
     {"ServiceId", [] { return Recorder()->GetServiceId(g_out.service); }},
     {"RecorderState", [] { return Recorder()->GetState(g_out.recorder); }},
-    {"SoundCommand",
-     [command = TvStreamAsmSoundCommand{2}]() mutable {
-         return CallRecorder(TV_PLAYER_CALLBACK_ASM_COMMAND, &command);
-     }},
-    {"RecorderMessage",
-     [message = RecorderMessage()] {
-         return CallRecorder(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, message);
-     }},
+    {"SoundCommand", [] { return CallRecorder(TV_PLAYER_CALLBACK_ASM_COMMAND); }},
+    {"Message", [] { return CallRecorder(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION); }},
     {"Pids", [] { return mox_pvr_set_playback_pid_property(nullptr, 0x200, 0x201, 0x202); }},
     {"Codecs", [] { return Playback()->SetPidProperty(0x200, 1, 0x201, 1, 0x202); }},
     {"FirstCodecs", [] { return Playback()->SetPidProperty(0x100, 0, 0x101, 0, 0x102); }},
     {"Streams", [] { return Playback()->SetPidProperty(kVideo, Audio(0x201)); }},
-    {"Chosen",
-     [] { return Playback()->SetPidProperty(kVideo, Audio(0x201), AUDIO_SELECTION_USER); }},
-    {"PlaybackProperty",
-     [] {
-         return Playback()->SetPlaybackProperty({1, 2, 3, 4, 5});
-     }},
+    {"Chosen", [] { return Playback()->SetPidProperty(kVideo, Audio(0x201), kByUser); }},
+    {"PlaybackProperty", [] { return Playback()->SetPlaybackProperty(kProperty); }},
     {"Description", [] { return Playback()->SetADProperty(Audio(0x110)); }},
     {"NoDescription", [] { return Playback()->DisableADProperty(); }},
-    {"ChannelPids", [] { return Playback()->GetPidProperty(g_out.video, g_out.audio, g_out.pcr); }},
+    {"ChannelPids", [p = g_out.pids] { return Playback()->GetPidProperty(p[0], p[1], p[2]); }},
     {"FilePids",
-     [] {
-         return Playback()->GetPidPropertyByUri(std::move(g_out.uri), g_out.video, g_out.audio,
-                                                g_out.pcr);
+     [p = g_out.pids] {
+         return Playback()->GetPidPropertyByUri(std::move(g_out.uri), p[0], p[1], p[2]);
      }},
     {"FileType", [] { return Playback()->GetFileType(g_out.type); }},
     {"PlaybackFileName", [] { return Playback()->GetFileName(g_out.name); }},
-    {"Progress", [] { return Playback()->GetPlaybackProgress(g_out.position, g_out.duration); }},
+    {"Progress", [] { return Playback()->GetPlaybackProgress(g_out.times[0], g_out.times[1]); }},
     {"PlaybackHandle", [] { return Playback()->GetMoxHandle(g_out.handle); }},
     {"PlaybackState", [] { return Playback()->GetState(g_out.playback); }},
     {"Unmute", [] { return CallPlayback(TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE); }},
@@ -126,7 +115,7 @@ const std::map<std::string, std::function<long()>> kCalls = {
     {"Error", [] { return CallPlayback(TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR, 0, 0, 1); }},
 };
 
-/// @return the parts between separators, without the blanks around them
+/// @return the parts between separators, without the blanks around them; no empty ones
 std::vector<std::string> Split(const std::string &text, char separator) {
     std::vector<std::string> parts;
     std::istringstream input(text);
@@ -139,7 +128,7 @@ std::vector<std::string> Split(const std::string &text, char separator) {
 }
 
 Request RequestOf(const std::vector<std::string> &words) {
-    Request request(static_cast<unsigned int>(std::stoul(words[1])));
+    Request request(static_cast<unsigned int>(std::stoul(words.at(1))));
     for (std::size_t i = 2; i < words.size(); ++i) {
         if (words[i] == "FILE")
             request.Name(kFile);
@@ -191,44 +180,39 @@ constexpr Question kPlaybackQuestions[] = {
 
 using State = std::map<std::string, std::string>;
 
+/// Asks for all that can be seen of one kind of instance. This changes the instance.
 template <typename Questions>
-void Ask(const Questions &questions, State &state) {
-    for (const Question &question : questions) {
-        const std::string marker = question.marker;
+void Ask(const Questions &questions, bool isThere, State &state) {
+    for (const auto &[subject, step, marker] : questions) {
+        std::string &value = state[subject];
+        if (!isThere)
+            continue;
         Fake().All();
-        Step(question.step)();
+        Step(step)();
         const std::string journal = Fake().All();
-        std::string &value = state[question.subject];
-        for (auto at = journal.find(marker); at != std::string::npos;
-             at = journal.find(marker, at + 1)) {
-            const auto begin = at + marker.size();
+        for (std::size_t at = 0; (at = journal.find(marker, at)) != std::string::npos;) {
+            at += std::strlen(marker);
             value += value.empty() ? "" : " ";
-            value += journal.substr(begin, journal.find_first_of(")]\n", begin) - begin);
+            value += journal.substr(at, journal.find_first_of(")]\n", at) - at);
         }
     }
 }
 
-/// Asks for all that can be seen. This changes the instances.
 State Observe() {
     State state{{"reply", g_out.reply}, {"name", g_out.name}};
-    state["out"] = Format("%ld %ld %u %u %u", g_out.position, g_out.duration, g_out.video,
-                          g_out.audio, g_out.pcr);
+    const auto &[times, pids] = std::tie(g_out.times, g_out.pids);
+    state["out"] = Format("%ld %ld %u %u %u", times[0], times[1], pids[0], pids[1], pids[2]);
     Fake().failing = 0;
-    if (Recorder() != nullptr)
-        Ask(kRecorderQuestions, state);
-    if (Playback() != nullptr)
-        Ask(kPlaybackQuestions, state);
+    Ask(kRecorderQuestions, Recorder() != nullptr, state);
+    Ask(kPlaybackQuestions, Playback() != nullptr, state);
     return state;
 }
 
 /// @return the subjects that differ, with what they have become: " subject=value subject=value"
-std::string Changes(const State &before, State after) {
+std::string Changes(const State &before, const State &after) {
     std::string changes;
-    for (const auto &[subject, value] : before)
-        after.emplace(subject, "");
     for (const auto &[subject, value] : after) {
-        const auto old = before.find(subject);
-        if (value != (old == before.end() ? "" : old->second))
+        if (value != before.at(subject))
             changes += ' ' + subject + '=' + (value == kFile ? "FILE" : value);
     }
     return changes;
@@ -236,33 +220,37 @@ std::string Changes(const State &before, State after) {
 
 // --- The tests -----------------------------------------------------------------------------------
 
+/// One line of the table.
 struct Operation {
-    std::string name;
-    std::vector<std::string> steps;
+    explicit Operation(const std::string &line)
+        : outcomes(Split(line, '|')), steps(Split(outcomes.at(1), ';')) {
+        outcomes.erase(outcomes.begin(), outcomes.begin() + 2);
+        for (; outcomes.back().rfind("partly", 0) == 0; outcomes.pop_back())
+            partial.push_back(outcomes.back().substr(6));
+        if (outcomes.back().rfind("memory", 0) == 0) {
+            starved = Split(outcomes.back().substr(6), ' ');
+            outcomes.pop_back();
+        }
+    }
+
+    std::string Starved(int first) const {
+        return starved.empty() ? "1/1" : starved.at(static_cast<std::size_t>(first) - 1);
+    }
+
     std::vector<std::string> outcomes;
+    std::vector<std::string> steps;
     std::vector<std::string> starved;
-    std::vector<std::string> partial;
+    std::vector<std::string> partial{""};
 };
 
-std::vector<Operation> Operations() {
-    std::vector<Operation> operations;
+void ForEachOperation(const std::function<void(const Operation &)> &test) {
     std::ifstream file(OPERATIONS);
     for (std::string line; std::getline(file, line);) {
-        const std::vector<std::string> columns = Split(line, '|');
-        if (columns.size() < 3 || line[0] == '#')
+        if (line.empty() || line[0] == '#')
             continue;
-        Operation operation{line, Split(columns[1], ';'), {}, {}, {}};
-        for (std::size_t i = 2; i < columns.size(); ++i) {
-            if (columns[i].rfind("memory ", 0) == 0)
-                operation.starved = Split(columns[i].substr(7), ' ');
-            else if (columns[i].rfind("step ", 0) == 0)
-                operation.partial.push_back(columns[i].substr(4));
-            else
-                operation.outcomes.push_back(columns[i]);
-        }
-        operations.push_back(operation);
+        SCOPED_TRACE(line);
+        test(Operation(line));
     }
-    return operations;
 }
 
 /// Both instances on a fresh platform, ready for an operation.
@@ -292,110 +280,78 @@ struct Session {
     std::function<long()> run;
 };
 
-/// What an operation comes to while one of its platform calls fails, 0 none.
-struct Outcome {
-    Outcome(const Operation &operation, int failing) {
-        State before;
-        {
-            const Session idle(operation);
-            before = Observe();
-        }
+State StateBefore(const Operation &operation) {
+    const Session session(operation);
+    return Observe();
+}
+
+/// Runs an operation with each of its platform calls failing in turn; first with none.
+std::vector<std::string> Outcomes(const Operation &operation) {
+    const State before = StateBefore(operation);
+    std::vector<std::string> outcomes;
+    std::string usual;
+    for (int failing = 0; true; ++failing) {
         Session session(operation);
         Fake().failing = failing;
-        result = session.run();
-        call = Fake().failed;
-        state = Observe();
-        changes = Changes(before, state);
-    }
-
-    /// As the table has it.
-    std::string Text(const Outcome &success) const {
-        const auto prefix = call.rfind("tv_", 0) == 0 ? call.find('_', 3) + 1 : 0;
-        const bool same = !call.empty() && !changes.empty() && changes == success.changes;
-        return (call.empty() ? "" : call.substr(prefix) + ' ') + std::to_string(result) +
-               (same ? " =" : changes);
-    }
-
-    long result;
-    std::string call;
-    State state;
-    std::string changes;
-};
-
-TEST(PlatformFailureTest, GivesTheStatedResultAndState) {
-    int failures = 0;
-    for (const Operation &operation : Operations()) {
-        SCOPED_TRACE(operation.name);
-        const Outcome success(operation, 0);
-        std::vector<std::string> outcomes{success.Text(success)};
-        for (int failing = 1;; ++failing) {
-            const Outcome outcome(operation, failing);
-            if (outcome.call.empty())
-                break;
-            outcomes.push_back(outcome.Text(success));
-            ++failures;
+        const std::string result = std::to_string(session.run());
+        const std::string call = Fake().failed;
+        const std::string changes = Changes(before, Observe());
+        if (failing == 0) {
+            outcomes.push_back(result + changes);
+            usual = changes.empty() ? "none" : changes;
+            continue;
         }
-        EXPECT_EQ(outcomes, operation.outcomes);
+        if (call.empty())
+            return outcomes;
+        const auto prefix = call.rfind("tv_", 0) == 0 ? call.find('_', 3) + 1 : 0;
+        outcomes.push_back(call.substr(prefix) + ' ' + result +
+                           (changes == usual ? " =" : changes));
     }
-    std::printf("%d platform calls failed\n", failures);
-    EXPECT_GT(failures, 0);
+}
+
+TEST(FailureTest, PlatformFailuresGiveTheStatedResultAndState) {
+    std::size_t failures = 0;
+    ForEachOperation([&](const Operation &operation) {
+        const std::vector<std::string> outcomes = Outcomes(operation);
+        EXPECT_EQ(outcomes, operation.outcomes);
+        failures += outcomes.size() - 1;
+    });
+    std::printf("%zu platform calls failed\n", failures);
+    EXPECT_GT(failures, 0U);
 }
 
 /// @return number of priority-16 lines that tell of an allocation
 long FailureLines(const std::string &logs) {
-    const std::vector<std::string> lines = Split(logs, '\n');
-    return std::count_if(lines.begin(), lines.end(), [](const std::string &line) {
-        return line.rfind("log 16 ", 0) == 0 &&
-               (line.find("out of memory") != std::string::npos ||
-                line.find("new(std::nothrow)") != std::string::npos ||
-                line.find("new CMOXPVRRecorder failed") != std::string::npos);
-    });
+    const std::regex line("log 16 .*(out of memory|new.*failed)");
+    return std::distance(std::sregex_iterator(logs.begin(), logs.end(), line), {});
 }
 
-/// Runs an operation while its allocation number `first` fails, and checks what that leaves.
-/// @return number of allocations that failed
-int Starve(const Operation &operation, int first, Failing mode) {
-    const Outcome success(operation, 0);
-    State before;
-    {
-        const Session idle(operation);
-        before = Observe();
+/// Runs an operation with some of its allocations failing. @return how many failed
+int Starve(const Operation &operation, int first, int last) {
+    const State before = StateBefore(operation);
+    Session session(operation);
+    t_allocationFailure = {first, last};
+    const long result = session.run();
+    t_allocationFailure.first = 0;
+    if (t_allocationFailure.injected > 0) {
+        EXPECT_EQ(Format("%ld/%ld", result, FailureLines(Fake().Logs())), operation.Starved(first));
+        EXPECT_THAT(operation.partial, testing::Contains(Changes(before, Observe())));
     }
-    for (const bool isRepeated : {false, true}) {
-        Session session(operation);
-        long result = 0;
-        {
-            const AllocationFailure failure(first, mode);
-            result = session.run();
-        }
-        if (AllocationFailure::Injected() == 0)
-            return 0;
-        const auto index = static_cast<std::size_t>(first) - 1;
-        EXPECT_EQ(Format("%ld/%ld", result, FailureLines(Fake().Logs())),
-                  operation.starved.empty() ? "1/1" : operation.starved.at(index));
-        if (isRepeated) {
-            EXPECT_EQ(session.run(), success.result);
-            EXPECT_EQ(Observe(), success.state);
-        } else {
-            std::vector<std::string> allowed = operation.partial;
-            allowed.insert(allowed.end(), {"", success.changes});
-            EXPECT_THAT(allowed, testing::Contains(Changes(before, Observe())));
-        }
-    }
-    EXPECT_EQ(AllocationFailure::LiveBlocks(), 0);
-    return AllocationFailure::Injected();
+    return t_allocationFailure.injected;
 }
 
-TEST(AllocationFailureTest, LeavesEveryOperationWithItsResultAndAWholeState) {
+TEST(FailureTest, LackOfMemoryLeavesEveryOperationWithItsResultAndAWholeState) {
     int failures = 0;
-    for (const Operation &operation : Operations()) {
-        SCOPED_TRACE(operation.name);
-        for (const Failing mode : {Failing::Once, Failing::FromThenOn}) {
+    ForEachOperation([&](const Operation &operation) {
+        for (const int count : {1, 1000}) {
             int failed = 0;
-            for (int first = 1; (failed = Starve(operation, first, mode)) > 0; ++first)
+            for (int first = 1; (failed = Starve(operation, first, first + count - 1)) > 0;
+                 ++first) {
+                EXPECT_THAT(t_allocationFailure.live, testing::Each(nullptr));
                 failures += failed;
+            }
         }
-    }
+    });
     std::printf("%d allocations failed\n", failures);
     EXPECT_GT(failures, 0);
 }
