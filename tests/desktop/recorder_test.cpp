@@ -1,0 +1,489 @@
+// The desktop recorder, the log and the events.
+#include <dlog.h>
+#include <fcntl.h>
+#include <gst/gst.h>
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <TIEventManager.h>
+#include <tv_recorder.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <thread>
+
+#include "recorder/RecordingSession.h"
+#include "recorder/StreamSelection.h"
+#include "system/PlatformObject.h"
+#include "ts/ChannelLog.h"
+#include "TsBuilder.h"
+#include "TvDesktop.h"
+
+namespace {
+
+using namespace tvdesktop;
+using std::chrono::milliseconds;
+
+constexpr std::int64_t kMs = ts::kPcrHz / 1000;
+
+Bytes ReadFile(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+Bytes Only(const Bytes &data, const std::set<int> &pids) {
+    Bytes kept;
+    for (std::size_t i = 0; i < data.size(); i += 188) {
+        const auto packet = data.begin() + static_cast<std::ptrdiff_t>(i);
+        if (pids.count(ts::Pid(&*packet)) != 0)
+            kept.insert(kept.end(), packet, packet + 188);
+    }
+    return kept;
+}
+
+/// A recorder on files of a directory of its own; keeps what its callback brings.
+class RecorderTest : public testing::Test {
+  protected:
+    struct Message {
+        TVCallbackType type;
+        int number;  ///< app_type or error code
+        int parameter;
+        bool operator==(const Message &other) const {
+            return type == other.type && number == other.number;
+        }
+    };
+
+    void SetUp() override {
+        const auto *test = testing::UnitTest::GetInstance()->current_test_info();
+        m_directory = testing::TempDir() + "recorder-" + test->name() + "/";
+        std::filesystem::remove_all(m_directory);
+        std::filesystem::create_directories(m_directory);
+    }
+
+    void TearDown() override {
+        DestroyRecorder(m_recorder);
+        std::filesystem::remove_all(m_directory);
+    }
+
+    std::string Path(const std::string &name) const { return m_directory + name; }
+
+    void Create(const std::string &source, double speed = 0) {
+        DestroyRecorder(m_recorder);
+        m_messages.clear();
+        m_recorder = CreateRecorder({source, speed});
+        ASSERT_EQ(tv_recorder_set_callback(m_recorder, &RecorderTest::OnMessage, this), 0);
+    }
+
+    void CreateOn(const TsBuilder &stream, double speed = 0) {
+        stream.WriteTo(Path("source.ts"));
+        Create(Path("source.ts"), speed);
+    }
+
+    /// A recorder that reads what the test writes into the returned descriptor.
+    int CreateOnPipe() {
+        EXPECT_EQ(::mkfifo(Path("pipe").c_str(), 0600), 0);
+        Create(Path("pipe"));
+        return ::open(Path("pipe").c_str(), O_RDWR | O_CLOEXEC);
+    }
+
+    int Sink(const std::string &name, int timeshift = 0) {
+        return tv_recorder_set_property(m_recorder, 56, Path(name).c_str(), 53, timeshift, 61, 0,
+                                        0);
+    }
+
+    int Swap(const std::string &name) {
+        std::string path = Path(name);
+        TvRecorderSwap swap{path.data(), 0, 0};
+        return tv_recorder_set_property(m_recorder, 55, &swap, 0);
+    }
+
+    Message WaitFor(TVCallbackType type, int number) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        const Message wanted{type, number, 0};
+        std::vector<Message>::iterator found;
+        const bool came = m_arrived.wait_for(lock, std::chrono::seconds(30), [&] {
+            found = std::find(m_messages.begin(), m_messages.end(), wanted);
+            return found != m_messages.end();
+        });
+        EXPECT_TRUE(came) << "no message " << type << '/' << number;
+        return came ? *found : Message{};
+    }
+
+    Message WaitForEnd() {
+        return WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, kRecorderEnd);
+    }
+    void WaitForFirstPacket() {
+        WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, kRecorderFirstPacket);
+    }
+
+    static void OnMessage(TVCallbackType type, void *self, void *parameter) {
+        auto *test = static_cast<RecorderTest *>(self);
+        auto *message = static_cast<GstMessage *>(parameter);
+        Message result{type, -1, -1};
+        if (type == TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR) {
+            GError *error = nullptr;
+            gchar *debug = nullptr;
+            gst_message_parse_error(message, &error, &debug);
+            result.number = debug != nullptr ? error->code : -1;
+            g_clear_error(&error);
+            g_free(debug);
+        } else {
+            gst_structure_get_int(gst_message_get_structure(message), "app_type", &result.number);
+            gst_structure_get_int(gst_message_get_structure(message), "app_param",
+                                  &result.parameter);
+        }
+        EXPECT_EQ(tv_recorder_stop(test->m_recorder), kRecorderInsideCallback);
+        const std::lock_guard<std::mutex> lock(test->m_mutex);
+        test->m_messages.push_back(result);
+        test->m_arrived.notify_all();
+    }
+
+    std::string m_directory;
+    void *m_recorder = nullptr;
+    std::mutex m_mutex;
+    std::condition_variable m_arrived;
+    std::vector<Message> m_messages;
+};
+
+std::set<int> Kept(const StreamSelection &selection) {
+    std::set<int> pids;
+    for (int pid = 0; pid < static_cast<int>(ts::kPidCount); ++pid) {
+        if (selection.Table()[static_cast<std::size_t>(pid)])
+            pids.insert(pid);
+    }
+    return pids;
+}
+
+TEST(StreamSelection, KeepsWhatTheListsOfARecordingProgram) {
+    using List = std::vector<StreamSelection::PidProperty>;
+    const List video = {{29, 0x101}, {25, 0x101}, {24, 0x102}, {49, 0x103}};
+    const List video3d = {{29, 0x301}, {25, 0x301}, {24, 0x302}, {49, 0x303}, {48, 0x304}};
+    const List clear = {{28, 0x101}, {28, 0x101}, {28, 0x102}, {28, 0}, {28, 0x1000}};
+    struct Case {
+        const char *what;
+        std::vector<List> lists;
+        std::set<int> kept;
+        int clock;
+    };
+    const Case cases[] = {
+        {"nothing", {}, {}, -1},
+        {"service", {video, {{49, 0}}, {{49, 0x1000}}}, {0, 0x101, 0x102, 0x103, 0x1000}, 0x101},
+        {"cleared", {video, {{49, 0}}, {{49, 0x1000}}, clear}, {}, -1},
+        {"change", {video, clear, video3d}, {0x301, 0x302, 0x303, 0x304}, 0x301},
+        {"change uncleared", {video, video3d}, {0x301, 0x302, 0x303, 0x304}, 0x301},
+        {"to radio", {video, clear, {{24, 0x201}}}, {0x201}, 0x201},
+        {"radio with AD, to radio",
+         {{{24, 0x201}, {49, 0x203}}, {{24, 0x202}}, {{28, 0x201}, {28, 0x201}}, {{24, 0x205}}},
+         {0x205},
+         0x205},
+        {"background audio keeps AD", {video, {{24, 0x109}}}, {0x101, 0x103, 0x109}, 0x101},
+        {"added twice, removed once",
+         {video, {{49, 0x103}, {49, 0x55}}, {{28, 0x55}, {28, 0x103}}},
+         {0x101, 0x102},
+         0x101},
+        {"no PCR, no video", {{{29, 0x1FFF}, {25, -1}, {24, 0x102}}}, {0x102}, 0x102},
+        {"order within a list", {{{49, 5}, {28, 5}, {49, 6}}}, {6}, -1},
+    };
+    for (const Case &c : cases) {
+        StreamSelection selection;
+        for (const List &list : c.lists)
+            selection.Apply(list);
+        EXPECT_EQ(Kept(selection), c.kept) << c.what;
+        EXPECT_EQ(selection.ClockPid() ? *selection.ClockPid() : -1, c.clock) << c.what;
+    }
+}
+
+TEST_F(RecorderTest, RecordsExactlyTheProgrammedPids) {
+    TsBuilder stream;
+    for (int i = 0; i < 8000; ++i)  // more than one block
+        stream.Pcr(0x100, i * kMs).Media(0x101 + i % 5).Media(0x1FFF);
+    CreateOn(stream);
+    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderNoSink);
+    ASSERT_EQ(Sink("out.ts"), 0);
+    unsigned int durationMs = 0;
+    EXPECT_EQ(tv_recorder_get_timeshift_duration(m_recorder, 1, &durationMs), kRecorderRateUnknown);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 29, 0x100, 25, 0x100, 24, 0x102, 49, 0x104, 0),
+              0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    EXPECT_EQ(WaitForEnd().parameter, 7999);
+    EXPECT_EQ(m_messages.front().number, kRecorderFirstPacket);
+    const Bytes recorded = ReadFile(Path("out.ts"));
+    EXPECT_EQ(recorded, Only(stream.data, {0x100, 0x102, 0x104}));
+
+    long long position = 0;
+    long long duration = 0;
+    EXPECT_EQ(tv_recorder_get_position(m_recorder, &position, &duration), 0);
+    EXPECT_EQ(position, 7999);
+    EXPECT_EQ(duration, 7999);
+    EXPECT_EQ(tv_recorder_get_timeshift_duration(m_recorder, 1024, &durationMs), 0);
+    EXPECT_EQ(durationMs, (1U << 20) * 7999ULL / recorded.size());
+    EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
+    EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderNotRunning);
+}
+
+TEST_F(RecorderTest, RefusesWhatItCannotDo) {
+    CreateOn(TsBuilder().Media(0x100, 30));
+    TvChannelInfo info{};
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 999, 1, 0), kRecorderBadProperty);
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 49, 0x2000, 0), kRecorderBadProperty);
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 60, nullptr, 0), kRecorderBadProperty);
+    EXPECT_EQ(tv_recorder_set_property(&info, 49, 1, 0), kRecorderNoRecorder);
+    EXPECT_EQ(tv_recorder_start(nullptr), kRecorderNoRecorder);
+    EXPECT_FALSE(SetRecordDuration(nullptr, 1000));
+    EXPECT_EQ(tv_recorder_pause(m_recorder), kRecorderNotRunning);
+    EXPECT_EQ(Swap("swapped.ts"), kRecorderNotRunning);
+
+    ASSERT_EQ(Sink("source.ts"), 0);
+    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSinkFailed);
+    EXPECT_EQ(ReadFile(Path("source.ts")).size(), 30U * 188) << "recorded onto itself";
+    ASSERT_EQ(Sink("no/such/place"), 0);
+    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSinkFailed);
+    ASSERT_EQ(Sink("out.ts"), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    WaitForEnd();
+    EXPECT_TRUE(ReadFile(Path("out.ts")).empty()) << "a refused list programs nothing";
+
+    for (const char *source : {"missing.ts", "."}) {
+        Create(Path(source));
+        ASSERT_EQ(Sink("out.ts"), 0);
+        EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSourceFailed) << source;
+    }
+}
+
+TEST_F(RecorderTest, ReportsFailuresThroughTheCallback) {
+    struct Case {
+        TsBuilder stream;
+        std::string sink;
+        int code;
+    };
+    const Case cases[] = {
+        {TsBuilder().Junk(5000), "out.ts", kRecorderErrorSource},
+        {TsBuilder(), "out.ts", kRecorderErrorSource},
+        {TsBuilder().Media(0x100, 100), "../../../../../../../../dev/full", kRecorderErrorNoSpace},
+    };
+    for (const Case &c : cases) {
+        CreateOn(c.stream);
+        ASSERT_EQ(Sink(c.sink), 0);
+        ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
+        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+        WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, c.code);
+        EXPECT_EQ(tv_recorder_stop(m_recorder), 0) << c.sink;
+    }
+}
+
+TEST_F(RecorderTest, EndsAtTheSetDuration) {
+    TsBuilder stream;
+    for (int i = 0; i < 50; ++i)
+        stream.Pcr(0x100, i * 100 * kMs).Media(0x100, 3);
+    CreateOn(stream);
+    ASSERT_EQ(Sink("out.ts"), 0);
+    ASSERT_TRUE(SetRecordDuration(static_cast<PlatformObject *>(m_recorder), 950));
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    EXPECT_EQ(WaitForEnd().parameter, 1000);
+    stream.data.resize((10 * 4 + 1) * 188);
+    EXPECT_EQ(ReadFile(Path("out.ts")), stream.data);
+}
+
+TEST_F(RecorderTest, SwapsWhilePacketsFlow) {
+    TsBuilder stream;
+    for (int i = 0; i < 20'000; ++i)
+        stream.Pcr(0x100, i * 10 * kMs).Media(0x1FFF);
+    FileDescriptor pipe(CreateOnPipe());
+    TvChannelInfo channel{};
+    channel.programNum = 1;
+    channel.pcrPid = 0x100;
+    ASSERT_EQ(Sink("buffer", 1), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 25, 0x100, 0), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderAlreadyRunning);
+    EXPECT_EQ(Sink("other"), kRecorderAlreadyRunning);
+    std::ofstream(Path("precious")) << "kept";
+
+    std::thread feeder([&] {
+        WriteAll(pipe.Get(), stream.data.data(), stream.data.size());
+        pipe.Close();
+    });
+    WaitForFirstPacket();
+    EXPECT_EQ(Swap("precious"), kRecorderFileExists);
+    EXPECT_EQ(Swap("no/such/place"), kRecorderWriteFailed);
+    EXPECT_EQ(Swap("recording"), 0);
+    EXPECT_EQ(Swap("again"), kRecorderNotTimeshift);
+    feeder.join();
+    WaitForEnd();
+    EXPECT_EQ(ReadFile(Path("recording")), Only(stream.data, {0x100}));
+    EXPECT_EQ(ts::ReadChannelLog(Path("recording")).size(), 1U);
+    EXPECT_EQ(ReadFile(Path("precious")).size(), 4U);
+    for (const char *gone : {"buffer", "buffer.chan", "again", "precious.chan"})
+        EXPECT_FALSE(std::filesystem::exists(Path(gone))) << gone;
+}
+
+TEST_F(RecorderTest, ChangesTheServiceWhilePaused) {
+    // Both parts fit into a pipe's atomic write, so the recorder sees each as a whole.
+    TsBuilder stream;
+    for (int i = 0; i < 10; ++i)
+        stream.Pcr(0x100, i * 10 * kMs).Media(0x102);
+    stream.Media(0x1FFF);
+    const std::size_t change = stream.data.size();
+    stream.Pcr(0x200, 900 * kMs).Media(0x100, 5).Pcr(0x200, 930 * kMs).Media(0x102, 3);
+
+    FileDescriptor pipe(CreateOnPipe());
+    ASSERT_EQ(Sink("buffer", 1), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 29, 0x100, 25, 0x100, 49, 0x102, 0), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), change));
+    WaitForFirstPacket();
+
+    ASSERT_EQ(tv_recorder_pause(m_recorder), 0);
+    EXPECT_EQ(tv_recorder_pause(m_recorder), kRecorderNotRunning);
+    TvChannelInfo channel{};
+    channel.programNum = 2;
+    channel.pcrPid = 0x200;
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 28, 0x100, 0), 0);
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 0), 0);
+    ASSERT_EQ(Swap("recording"), 0);  // answers when the recorder has taken all of this
+    ASSERT_TRUE(WriteAll(pipe.Get(), &stream.data[change], stream.data.size() - change));
+    int unread = 0;
+    ASSERT_EQ(::ioctl(pipe.Get(), FIONREAD, &unread), 0);
+    EXPECT_EQ(static_cast<std::size_t>(unread), stream.data.size() - change);
+
+    ASSERT_EQ(tv_recorder_resume(m_recorder), 0);
+    EXPECT_EQ(tv_recorder_resume(m_recorder), kRecorderNotRunning);
+    pipe.Close();
+    EXPECT_EQ(WaitForEnd().parameter, 90 + 30);
+    Bytes expected(stream.data.begin(), stream.data.begin() + 20 * 188);
+    const std::size_t recordedBefore = expected.size();
+    const Bytes second = Only(stream.data, {0x200});
+    expected.insert(expected.end(), second.begin(), second.end());
+    EXPECT_EQ(ReadFile(Path("recording")), expected);
+
+    const auto stretches = ts::ReadChannelLog(Path("recording"));
+    ASSERT_EQ(stretches.size(), 1U);
+    EXPECT_EQ(stretches[0].offset, recordedBefore);
+    EXPECT_EQ(stretches[0].timeMs, 90);
+    EXPECT_EQ(stretches[0].info.programNum, 2);
+}
+
+TEST_F(RecorderTest, WritesIntoAPipeAsLongAsSomebodyReads) {
+    const TsBuilder stream = TsBuilder().Media(0x100, 100);
+    ASSERT_EQ(::mkfifo(Path("sink").c_str(), 0600), 0);
+    CreateOn(stream);
+    ASSERT_EQ(Sink("sink", 1), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
+    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSinkFailed);
+
+    FileDescriptor reader(::open(Path("sink").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    WaitForEnd();
+    Bytes received(stream.data.size() + 1);
+    received.resize(
+        static_cast<std::size_t>(::read(reader.Get(), received.data(), received.size())));
+    EXPECT_EQ(received, stream.data);
+
+    const FileDescriptor source(CreateOnPipe());
+    ASSERT_EQ(Sink("sink"), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    reader.Close();
+    ASSERT_TRUE(WriteAll(source.Get(), stream.data.data(), stream.data.size()));
+    WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorWrite);
+    EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
+}
+
+TEST_F(RecorderTest, PacesByThePcrAndLosesNothingAtAStop) {
+    TsBuilder stream;
+    for (int i = 0; i < 20; ++i)
+        stream.Pcr(0x100, i * 100 * kMs).Media(0x101);
+    stream.WriteTo(Path("source.ts"));
+    StreamSelection selection;
+    selection.Apply({{29, 0x100}, {24, 0x101}});
+    RecordingSession session(2.0, nullptr);
+    ASSERT_EQ(session.Open(Path("source.ts"), Path("out.ts")), kRecorderOk);
+    session.Select(selection);
+
+    const RecordingSession::Clock::time_point start{};
+    const auto advanceTo = [&](milliseconds now) {
+        auto next = session.Advance(start + now);
+        while (next == RecordingSession::Next::More)
+            next = session.Advance(start + now);
+        return next;
+    };
+    EXPECT_EQ(advanceTo(milliseconds(0)), RecordingSession::Next::AtTime);
+    EXPECT_EQ(session.WakeTime() - start, milliseconds(50));
+    EXPECT_EQ(session.Size(), 0U) << "not worth a write yet";
+    EXPECT_EQ(advanceTo(milliseconds(255)), RecordingSession::Next::AtTime);
+    EXPECT_EQ(session.WakeTime() - start, milliseconds(300));
+    EXPECT_EQ(session.PositionMs(), 500);
+    EXPECT_EQ(session.Size(), 12U * 188) << "half a second is worth one";
+
+    session.RestartPacing();  // as after a pause
+    EXPECT_EQ(advanceTo(milliseconds(10'000)), RecordingSession::Next::AtTime);
+    EXPECT_EQ(session.WakeTime() - start, milliseconds(10'050));
+    EXPECT_TRUE(session.Finish());
+    stream.data.resize(14 * 188);
+    EXPECT_EQ(ReadFile(Path("out.ts")), stream.data);
+}
+
+TEST(Platform, LogsWholeLinesFromAnyThread) {
+    const std::string path = testing::TempDir() + "platform.log";
+    std::filesystem::remove(path);
+    EXPECT_FALSE(SetLogFile("/no/such/place"));
+    ASSERT_TRUE(SetLogFile(path));
+    SetLogMinimumPriority(4);
+    const std::string text(5000, 'x');
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int line = 0; line < 50; ++line) {
+                __dlog_print(DLOG_ID_MAIN, 16, "TAG", "%s %d\n", text.c_str(), line);
+                __dlog_print(DLOG_ID_MAIN, 2, "TAG", "dropped");
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    SetLogMinimumPriority(0);
+    ASSERT_TRUE(SetLogFile(""));
+
+    std::ifstream file(path);
+    int count = 0;
+    for (std::string line; std::getline(file, line); ++count) {
+        std::istringstream fields(line);
+        std::string date, time, priority, tag, words;
+        fields >> date >> time >> priority >> tag >> words;
+        EXPECT_EQ(priority + tag + words, "16TAG" + text);
+    }
+    EXPECT_EQ(count, 200);
+}
+
+TEST(Platform, DeliversEventsToWhoeverSubscribed) {
+    std::uint8_t record[16] = {1, 2, 3};
+    const MOXHandle handle{PROFILE_TYPE_RECORD, 7};
+    auto *manager = TIEventManager::Instance();
+    EXPECT_EQ(manager->Send(31, record, 0), 0) << "nobody there";
+
+    std::vector<Event> events;
+    int second = 0;
+    const int first = Subscribe([&](const Event &event) {
+        events.push_back(event);
+        Unsubscribe(second);
+    });
+    second = Subscribe([](const Event &) { FAIL() << "unsubscribed before its turn"; });
+    EXPECT_NE(manager->Send(31, &handle, record, 0), 0);
+    record[0] = 9;
+    EXPECT_NE(manager->Send(32, record, 0), 0);
+    Unsubscribe(first);
+    EXPECT_EQ(manager->Send(33, record, 0), 0);
+
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[0].number, 31);
+    EXPECT_TRUE(events[0].handle == handle);
+    EXPECT_EQ(events[0].record[0], 1);
+    EXPECT_FALSE(events[1].handle.has_value());
+}
+
+}  // namespace
