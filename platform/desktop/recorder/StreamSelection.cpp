@@ -72,6 +72,8 @@ void StreamSelection::Apply(const std::vector<PidProperty> &list) {
                 break;
         }
     }
+    if (hasMain && (m_pcr || m_audio))
+        m_clock = m_pcr ? m_pcr : m_audio;
 }
 
 void StreamSelection::SetMain(std::optional<Pid> &role, int value) {
@@ -82,7 +84,7 @@ void StreamSelection::SetMain(std::optional<Pid> &role, int value) {
 
 void StreamSelection::TakePcrPidOf(int channelPcrPid) {
     if (const auto pid = StreamPid(channelPcrPid))
-        m_pcr = pid;
+        m_clock = m_pcr = pid;
 }
 
 void StreamSelection::Remove(Pid pid) {
@@ -107,10 +109,6 @@ ts::PidTable StreamSelection::Table() const {
             table.set(pid);
     }
     return table;
-}
-
-std::optional<std::uint16_t> StreamSelection::ClockPid() const {
-    return m_pcr ? m_pcr : m_audio;
 }
 
 }  // namespace tvdesktop

@@ -46,8 +46,10 @@ class StreamSelection {
     /// @return the table of PIDs to keep
     ts::PidTable Table() const;
 
-    /// @return the PID whose PCRs are the recording's clock, if one is known
-    std::optional<std::uint16_t> ClockPid() const;
+    /// @return the PID whose PCRs are the recording's clock, if one is known. It outlives a
+    /// removal:
+    ///         the PIDs of a service go one by one, and meanwhile the audio PID is no clock
+    std::optional<std::uint16_t> ClockPid() const { return m_clock; }
 
   private:
     using Pid = std::uint16_t;
@@ -58,6 +60,7 @@ class StreamSelection {
     std::optional<Pid> m_video;
     std::optional<Pid> m_audio;
     std::optional<Pid> m_pcr;
+    std::optional<Pid> m_clock;
     std::set<Pid> m_mains;  ///< every main PID of the service, replaced ones included
     std::set<Pid> m_companions;
     std::set<Pid> m_added;
