@@ -33,7 +33,7 @@ constexpr std::int64_t kSwapMs = 4'000;
 constexpr std::int64_t kShortMs = 8'000;
 constexpr std::int64_t kNearMs = 1'500;  ///< as far as a busy machine lets a clock run on
 constexpr milliseconds kTick(20);
-constexpr std::chrono::seconds kPatience(10);
+constexpr std::chrono::seconds kPatience(20);
 
 enum RecordType : int { kRecordingType = 1, kTimeshiftType = 3 };
 
