@@ -29,7 +29,7 @@ void RecordingSession::Select(const StreamSelection &selection) {
     // Between two services no clock is programmed: the last one goes on until the next is known.
     if (const auto pid = selection.ClockPid()) {
         m_recorded.FollowPid(*pid);
-        m_passed.FollowPid(*pid);
+        m_pacingPid = *pid;
     }
 }
 
@@ -91,9 +91,10 @@ bool RecordingSession::IsDue(const std::uint8_t *packet, Clock::time_point now) 
     const auto pcr = ts::Pcr(packet);
     if (!pcr || ts::TransportError(packet))
         return true;
-    if (m_passed.pid() == ts::kNullPid)
-        m_passed.FollowPid(ts::Pid(packet));
-    if (m_passed.pid() != ts::Pid(packet))
+    const std::uint16_t pid = ts::Pid(packet);
+    if (pid == m_pacingPid || m_passed.pid() == ts::kNullPid)
+        m_passed.FollowPid(pid);
+    if (m_passed.pid() != pid)
         return true;
 
     m_passed.Advance(*pcr);

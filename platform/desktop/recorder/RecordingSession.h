@@ -100,6 +100,9 @@ class RecordingSession {
     bool m_limitReached = false;
 
     ts::StreamClock m_passed;  ///< time of the source, recorded or not; paces
+    /// Paces from its first PCR on; until then the earlier PID does, so that the source never runs
+    /// away between two services.
+    std::uint16_t m_pacingPid = ts::kNullPid;
     struct PacingStart {
         Clock::time_point time;
         std::int64_t ticks;
