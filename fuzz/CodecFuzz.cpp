@@ -21,19 +21,21 @@ std::unique_ptr<char[]> ExactCopy(const void *bytes, std::size_t count) {
 
 void RoundTrip(const std::uint8_t *data, std::size_t size) {
     const auto bytes = ExactCopy(data, size);
-    const auto text = std::make_unique<char[]>(2 * size + 1);
+    std::vector<char> text(2 * size + 1, 'x');
     unsigned int length = 1;
     const int built =
-        build_buf_to_string(bytes.get(), static_cast<unsigned int>(size), text.get(), &length);
+        build_buf_to_string(bytes.get(), static_cast<unsigned int>(size), text.data(), &length);
     Require(built == (size == 0 ? 1 : 0) && length == 2 * size, "bytes become text");
-    Require(strspn(text.get(), "0123456789abcdef") == length, "text is lower-case digits");
+    if (size == 0)
+        return;
+    Require(text[length] == '\0', "text ends with its NUL");
+    Require(strspn(text.data(), "0123456789abcdef") == length, "text is lower-case digits");
     for (const Decoder decode : kDecoders) {
         std::vector<std::uint8_t> back(size);
         int count = 0;
-        if (size > 0)
-            Require(decode(text.get(), static_cast<int>(length), back.data(), &count) == 0 &&
-                        std::memcmp(back.data(), data, size) == 0,
-                    "text becomes the same bytes");
+        Require(decode(text.data(), static_cast<int>(length), back.data(), &count) == 0 &&
+                    std::memcmp(back.data(), data, size) == 0,
+                "text becomes the same bytes");
     }
 }
 

@@ -59,15 +59,15 @@ std::string ControlInput::Shown() const {
     return {text, strnlen(text, std::min(m_announced, kLongestText))};
 }
 
-bool ControlInput::MustBeRefused(unsigned int lastCommand) const {
+unsigned int ControlInput::Command() const {
     if (!m_hasText || m_announced == 0 || m_announced % 2 != 0 || m_announced > kLongestText)
-        return true;
+        return 0;
     unsigned int command = 0;
     for (unsigned int i = std::min(m_announced, 8U); i > 0; i -= 2)
         command = command << 8 | static_cast<unsigned int>(
                                      hex_char_to_int(static_cast<char>(m_block[i - 2])) * 16 +
                                      hex_char_to_int(static_cast<char>(m_block[i - 1])));
-    return command < 1 || command > lastCommand;
+    return command;
 }
 
 void MessageDeleter::operator()(GstMessage *message) const {

@@ -6,8 +6,10 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Require.h"
 #include "ScriptedPlatform.h"
@@ -29,8 +31,8 @@ class ControlInput {
     /// What a log may show of it: up to the NUL or the announced length.
     std::string Shown() const;
 
-    /// @return whether no operation may see it
-    bool MustBeRefused(unsigned int lastCommand) const;
+    /// @return the command number, 0 when the text cannot be decoded
+    unsigned int Command() const;
 
   private:
     enum class Shape {
@@ -49,24 +51,34 @@ class ControlInput {
     bool m_hasText = true;
 };
 
+/// What a kind of instance answers to.
+struct ControlCommands {
+    unsigned int last;                           ///< commands are 1 to this
+    std::initializer_list<unsigned int> asking;  ///< refused with 1 when there is no reply buffer
+    std::size_t replySize;                       ///< the longest reply with its NUL
+};
+
 /// Sends one request and checks what holds whatever it was.
-/// @param control    the instance's control operation as (size, text, reply size, reply)
-/// @param replySize  the longest reply with its NUL
+/// @param control  the instance's control operation as (request, reply size, reply)
 template <typename Control>
-void SendRequest(FuzzedDataProvider &input, unsigned int lastCommand, std::size_t replySize,
-                 Control &&control) {
+void SendRequest(FuzzedDataProvider &input, const ControlCommands &commands, Control &&control) {
     constexpr unsigned int kUntouched = 0xFEEDBEEF;
     ControlInput request(input);
+    const unsigned int command = request.Command();
     const bool hasReply = !input.ConsumeBool();
-    const auto reply = std::make_unique<unsigned char[]>(replySize);
+    std::vector<unsigned char> reply(commands.replySize, 'x');
     unsigned int length = kUntouched;
-    const unsigned int result = control(request, length, hasReply ? reply.get() : nullptr);
-    if (request.MustBeRefused(lastCommand))
-        Require(result == 2 && Platform().calls() == 0 && length == kUntouched,
-                "undecodable requests reach no operation");
+    const unsigned int result = control(request, length, hasReply ? reply.data() : nullptr);
+    const bool isUntouched = Platform().calls() == 0 && length == kUntouched;
+    const bool isAsking =
+        std::find(commands.asking.begin(), commands.asking.end(), command) != commands.asking.end();
+    if (command < 1 || command > commands.last)
+        Require(result == 2 && isUntouched, "undecodable requests reach no operation");
+    else if (isAsking && !hasReply)
+        Require(result == 1 && isUntouched, "a question without a reply buffer is refused");
     Require(result <= 2 || Platform().hasFailed(), "other results are the platform's own");
-    const std::string text(reinterpret_cast<char *>(reply.get()));
-    Require(length == kUntouched || length == (hasReply ? text.size() : 0),
+    Require(length == kUntouched ||
+                (hasReply ? length < reply.size() && reply[length] == '\0' : length == 0),
             "a reply is as long as announced");
 }
 

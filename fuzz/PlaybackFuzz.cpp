@@ -14,7 +14,7 @@ void CheckResult(unsigned int result) {
 }
 
 void Request(Playback &playback, FuzzedDataProvider &input) {
-    SendRequest(input, 13, sizeof "0123456789abcdef01234567",
+    SendRequest(input, {13, {9}, sizeof "0123456789abcdef01234567"},
                 [&](ControlInput &request, unsigned int &length, unsigned char *reply) {
                     return playback.CtrlPlayback(request.announced(), request.text(), length,
                                                  reply);

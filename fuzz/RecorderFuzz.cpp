@@ -8,7 +8,7 @@ namespace {
 constexpr int kMostSteps = 32;  // the list of PIDs grows with every step and is logged each time
 
 void Request(CMOXPVRRecorder &recorder, FuzzedDataProvider &input) {
-    SendRequest(input, 19, sizeof "0123456789abcdef",
+    SendRequest(input, {19, {10, 13}, sizeof "0123456789abcdef"},
                 [&](ControlInput &request, unsigned int &length, unsigned char *reply) {
                     const unsigned int result =
                         recorder.CtrlRecorder(request.announced(), request.text(), length, reply);
