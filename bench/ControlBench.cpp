@@ -11,7 +11,7 @@ namespace {
 void Decode(benchmark::State &state) {
     std::string text(static_cast<std::size_t>(state.range(0)), '7');
     std::vector<unsigned char> record(text.size() / 2);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         int length = 0;
         parse_string_to_buf(text.data(), static_cast<int>(text.size()), record.data(), &length);
         benchmark::DoNotOptimize(record.data());
@@ -23,7 +23,7 @@ BENCHMARK(Decode)->Arg(8)->Arg(536)->Arg(16384);
 void Encode(benchmark::State &state) {
     std::vector<unsigned char> record(static_cast<std::size_t>(state.range(0)), 0x7F);
     std::vector<char> text(2 * record.size() + 1);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         unsigned int length = 0;
         build_buf_to_string(record.data(), static_cast<unsigned int>(record.size()), text.data(),
                             &length);
@@ -41,7 +41,7 @@ void RequestAndReply(benchmark::State &state) {
     unsigned char request[] = "10000000";
     unsigned char reply[16];
     unsigned int replySize = 0;
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(mox_pvr_control_recording(8, request, replySize, reply));
     tvdesktop::DestroyRecorder(recorder);
 }
