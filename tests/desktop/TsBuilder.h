@@ -61,7 +61,8 @@ class TsBuilder {
 
     void WriteTo(const std::string &path) const {
         if (std::FILE *file = std::fopen(path.c_str(), "wb")) {
-            std::fwrite(data.data(), 1, data.size(), file);
+            if (!data.empty())
+                std::fwrite(data.data(), 1, data.size(), file);
             std::fclose(file);
         }
     }

@@ -53,9 +53,6 @@ class RecorderTest : public testing::Test {
         TVCallbackType type;
         int number;  ///< app_type or error code
         int parameter;
-        bool operator==(const Message &other) const {
-            return type == other.type && number == other.number;
-        }
     };
 
     void SetUp() override {
@@ -102,21 +99,21 @@ class RecorderTest : public testing::Test {
         return tv_recorder_set_property(m_recorder, 55, &swap, 0);
     }
 
-    Message WaitFor(TVCallbackType type, int number) {
+    /// @return the parameter of the message
+    int WaitFor(TVCallbackType type, int number) {
         std::unique_lock<std::mutex> lock(m_mutex);
-        const Message wanted{type, number, 0};
         std::vector<Message>::iterator found;
         const bool came = m_arrived.wait_for(lock, std::chrono::seconds(30), [&] {
-            found = std::find(m_messages.begin(), m_messages.end(), wanted);
+            found = std::find_if(m_messages.begin(), m_messages.end(), [&](const Message &message) {
+                return message.type == type && message.number == number;
+            });
             return found != m_messages.end();
         });
         EXPECT_TRUE(came) << "no message " << type << '/' << number;
-        return came ? *found : Message{};
+        return came ? found->parameter : -1;
     }
 
-    Message WaitForEnd() {
-        return WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, kRecorderEnd);
-    }
+    int WaitForEnd() { return WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, kRecorderEnd); }
     void WaitForFirstPacket() {
         WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, kRecorderFirstPacket);
     }
@@ -173,7 +170,7 @@ TEST(StreamSelection, KeepsWhatTheListsOfARecordingProgram) {
     const Case cases[] = {
         {"nothing", {}, {}, -1},
         {"service", {video, {{49, 0}}, {{49, 0x1000}}}, {0, 0x101, 0x102, 0x103, 0x1000}, 0x101},
-        {"cleared", {video, {{49, 0}}, {{49, 0x1000}}, clear}, {}, -1},
+        {"cleared", {video, {{49, 0}}, {{49, 0x1000}}, clear}, {}, 0x101},
         {"change", {video, clear, video3d}, {0x301, 0x302, 0x303, 0x304}, 0x301},
         {"change uncleared", {video, video3d}, {0x301, 0x302, 0x303, 0x304}, 0x301},
         {"to radio", {video, clear, {{24, 0x201}}}, {0x201}, 0x201},
@@ -210,7 +207,7 @@ TEST_F(RecorderTest, RecordsExactlyTheProgrammedPids) {
     ASSERT_EQ(tv_recorder_set_property(m_recorder, 29, 0x100, 25, 0x100, 24, 0x102, 49, 0x104, 0),
               0);
     ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-    EXPECT_EQ(WaitForEnd().parameter, 7999);
+    EXPECT_EQ(WaitForEnd(), 7999);
     EXPECT_EQ(m_messages.front().number, kRecorderFirstPacket);
     const Bytes recorded = ReadFile(Path("out.ts"));
     EXPECT_EQ(recorded, Only(stream.data, {0x100, 0x102, 0x104}));
@@ -285,7 +282,7 @@ TEST_F(RecorderTest, EndsAtTheSetDuration) {
     ASSERT_TRUE(SetRecordDuration(static_cast<PlatformObject *>(m_recorder), 950));
     ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
     ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-    EXPECT_EQ(WaitForEnd().parameter, 1000);
+    EXPECT_EQ(WaitForEnd(), 1000);
     stream.data.resize((10 * 4 + 1) * 188);
     EXPECT_EQ(ReadFile(Path("out.ts")), stream.data);
 }
@@ -355,7 +352,7 @@ TEST_F(RecorderTest, ChangesTheServiceWhilePaused) {
     ASSERT_EQ(tv_recorder_resume(m_recorder), 0);
     EXPECT_EQ(tv_recorder_resume(m_recorder), kRecorderNotRunning);
     pipe.Close();
-    EXPECT_EQ(WaitForEnd().parameter, 90 + 30);
+    EXPECT_EQ(WaitForEnd(), 90 + 30);
     Bytes expected(stream.data.begin(), stream.data.begin() + 20 * 188);
     const std::size_t recordedBefore = expected.size();
     const Bytes second = Only(stream.data, {0x200});

@@ -46,9 +46,9 @@ class StreamSelection {
     /// @return the table of PIDs to keep
     ts::PidTable Table() const;
 
-    /// @return the PID whose PCRs are the recording's clock, if one is known. It outlives a
-    /// removal:
-    ///         the PIDs of a service go one by one, and meanwhile the audio PID is no clock
+    /// The PIDs of a service are removed one by one, and meanwhile the audio PID is no clock: the
+    /// clock stays until another main or channel PCR PID is programmed.
+    /// @return the PID whose PCRs are the recording's clock, if one is known
     std::optional<std::uint16_t> ClockPid() const { return m_clock; }
 
   private:
