@@ -48,6 +48,9 @@ struct PlayOptions {
 };
 void RunPlay(const PlayOptions &options, const Console &console);
 
+/// Rebuilds the side file of a recording that was cut off, unless it has a good one.
+void RunRepair(const std::string &recording, const Console &console);
+
 struct DemoOptions {
     std::string input;
     std::string directory;  ///< for the recordings; a temporary one when empty

@@ -125,6 +125,13 @@ CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
     return verb;
 }
 
+CLI::App *AddRepair(CLI::App &app, std::string &recording) {
+    CLI::App *verb = app.add_subcommand(
+        "repair", "Rebuild what is known of a recording's channels (FILE.chan) from its packets");
+    verb->add_option("FILE", recording, "Recording")->required()->type_name("");
+    return verb;
+}
+
 CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options) {
     CLI::App *verb = app.add_subcommand("demo",
                                         "Record, change service, play, rewind: the whole "
@@ -153,11 +160,13 @@ int Run(int argc, char **argv) {
     std::string servicesInput;
     tool::RecordOptions record;
     tool::PlayOptions play;
+    std::string damaged;
     tool::DemoOptions demo{MOXPVR_SAMPLE, ""};
     AddGlobalOptions(app, global);
     const CLI::App *services = AddServices(app, servicesInput);
     const CLI::App *recordVerb = AddRecord(app, record);
     const CLI::App *playVerb = AddPlay(app, play);
+    const CLI::App *repairVerb = AddRepair(app, damaged);
     AddDemo(app, demo);
     try {
         app.parse(argc, argv);
@@ -175,6 +184,8 @@ int Run(int argc, char **argv) {
         tool::RunRecord(record, console);
     else if (*playVerb)
         tool::RunPlay(play, console);
+    else if (*repairVerb)
+        tool::RunRepair(damaged, console);
     else
         tool::RunDemo(demo, console);
     return tool::kExitDone;

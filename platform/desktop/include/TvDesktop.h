@@ -11,6 +11,7 @@
 #include <TVTypes.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -155,6 +156,30 @@ struct RecorderOptions {
 void *CreateRecorder(const RecorderOptions &options);
 /// Stops it if it runs.
 void DestroyRecorder(void *recorder);
+
+// --- Repair --------------------------------------------------------------------------------------
+
+struct RepairResult {
+    enum class Outcome {
+        Kept,     ///< the side file agrees with the recording and lacks nothing; it was not touched
+        Rebuilt,  ///< a side file was written
+        Nothing,  ///< neither side file nor recording tells of a channel; nothing was touched
+    };
+    std::string error;  ///< empty on success; else one sentence for the user, and nothing changed
+    Outcome outcome = Outcome::Nothing;
+    std::size_t stretches = 0;  ///< in the side file now
+};
+
+/// Rebuilds the side file (".chan") of a recording from its packets, and never makes it worse:
+/// every stretch of the old one that agrees with the recording stays as it is, those that the
+/// packets show beyond them are added, and only what contradicts the recording goes.
+///
+/// A stretch agrees when it begins with a packet or at the recording's end, at the stream time
+/// there, and when its PIDs belong to the service whose packets follow.
+///
+/// A change to another service and back within half a second looks like two services that are
+/// mixed, so the packets do not show it. A recording that grows meanwhile is refused. Reentrant.
+RepairResult RepairChannelLog(const std::string &recording);
 
 // --- Player --------------------------------------------------------------------------------------
 

@@ -1,3 +1,5 @@
+#include "ServiceScan.h"
+
 // libdvbpsi's headers need the standard types and one another, in this order.
 #include <sys/types.h>
 
@@ -310,22 +312,26 @@ const ElementaryStream *Service::First(StreamKind kind) const {
     return found != streams.end() ? &*found : nullptr;
 }
 
+std::vector<Service> ts::ScanTables(PacketReader &reader, std::uint64_t limit) {
+    Scanner scanner;
+    while (!scanner.IsComplete() && reader.Tell() < limit) {
+        const std::uint8_t *packet = reader.Next();
+        if (packet == nullptr)
+            break;
+        scanner.Push(packet);
+    }
+    return scanner.TakeServices();
+}
+
 ScanResult ScanServices(const std::string &path) {
     ts::PacketReader reader;
     if (!reader.Open(path))
         return {"cannot read " + path + ": " + std::strerror(errno), {}};
 
-    Scanner scanner;
-    bool hasPackets = false;
-    while (!scanner.IsComplete() && reader.Tell() < kScanLimit) {
-        const std::uint8_t *packet = reader.Next();
-        if (packet == nullptr)
-            break;
-        hasPackets = true;
-        scanner.Push(packet);
-    }
+    const bool hasPackets = reader.Next() != nullptr;
+    reader.Seek(0);
     ScanResult result;
-    result.services = scanner.TakeServices();
+    result.services = ts::ScanTables(reader, kScanLimit);
     if (!hasPackets)
         result.error = path + " is not a transport stream";
     else if (result.services.empty())

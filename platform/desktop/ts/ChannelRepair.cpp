@@ -1,0 +1,227 @@
+// The repair of side files: what the old one says is checked against the packets, then completed.
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "ChannelLog.h"
+#include "ChannelTable.h"
+#include "PacketReader.h"
+#include "ServiceScan.h"
+#include "StreamClock.h"
+#include "StretchFinder.h"
+#include "TsPacket.h"
+#include "TvDesktop.h"
+
+namespace tvdesktop {
+
+namespace {
+
+using ts::ChannelStretch;
+using ts::FoundStretch;
+
+template <typename Visitor>
+void ForEachPacket(ts::PacketReader &reader, Visitor &&visit) {
+    reader.Seek(0);
+    while (const std::uint8_t *packet = reader.Next())
+        visit(packet, reader.Offset());
+}
+
+/// Stream time along the PCR PIDs of a list of stretches.
+class StretchClock {
+  public:
+    explicit StretchClock(std::vector<ChannelStretch> stretches)
+        : m_stretches(std::move(stretches)) {}
+
+    /// @return stream time in milliseconds in front of a byte
+    std::int64_t TimeBefore(std::uint64_t offset) {
+        while (m_next < m_stretches.size() && (m_next == 0 || m_stretches[m_next].offset <= offset))
+            m_clock.FollowPid(m_stretches[m_next++].info.pcrPid);
+        return m_clock.milliseconds();
+    }
+
+    void Pass(const std::uint8_t *packet) {
+        const auto pcr = ts::Pcr(packet);
+        if (pcr && ts::Pid(packet) == m_clock.pid() && !ts::TransportError(packet))
+            m_clock.Advance(*pcr);
+    }
+
+  private:
+    std::vector<ChannelStretch> m_stretches;
+    std::size_t m_next = 0;
+    ts::StreamClock m_clock;
+};
+
+/// Compares the stretches of a side file with the packets, passed in order. Their times may be
+/// those along the side file itself, as a player counts, or, when lines of it were lost, along what
+/// was found.
+class Judge {
+  public:
+    Judge(const std::vector<ChannelStretch> &old, const std::vector<FoundStretch> &found,
+          const ts::ChannelTable &channels)
+        : m_found(found), m_channels(channels), m_ownClock(old), m_foundClock(Stretches(found)) {
+        for (const ChannelStretch &stretch : old)
+            m_judged.push_back({stretch, false, std::nullopt});
+    }
+
+    void Pass(const std::uint8_t *packet, std::uint64_t offset) {
+        Compare(offset);
+        if (!ts::TransportError(packet) && !m_channels.OwnersOf(ts::Pid(packet)).empty())
+            NotePart(offset);
+        m_ownClock.Pass(packet);
+        m_foundClock.Pass(packet);
+    }
+
+    /// @param end  behind the last packet
+    void Finish(std::uint64_t end) { Compare(end); }
+
+    /// @return those that agree, and in `covered` which of the found stretches they speak of from
+    ///         the begin on
+    std::vector<ChannelStretch> Agreeing(std::vector<bool> &covered) const {
+        std::vector<ChannelStretch> agreeing;
+        covered.assign(m_found.size(), false);
+        for (const Judged &judged : m_judged) {
+            if (!Agrees(judged))
+                continue;
+            agreeing.push_back(judged.stretch);
+            const auto part = judged.part;
+            if (part && (*part == 0 || judged.stretch.offset <= m_found[*part].stretch.offset))
+                covered[*part] = true;
+        }
+        return agreeing;
+    }
+
+  private:
+    struct Judged {
+        ChannelStretch stretch;
+        bool hasPlace;                    ///< begins with a packet, at the time there
+        std::optional<std::size_t> part;  ///< found stretch of its first packet
+    };
+
+    static std::vector<ChannelStretch> Stretches(const std::vector<FoundStretch> &found) {
+        std::vector<ChannelStretch> stretches;
+        for (const FoundStretch &entry : found)
+            stretches.push_back(entry.stretch);
+        return stretches;
+    }
+
+    bool Agrees(const Judged &judged) const {
+        return judged.hasPlace &&
+               (!judged.part ||
+                m_channels.Describes(judged.stretch.info, m_found[*judged.part].channel));
+    }
+
+    void Compare(std::uint64_t offset) {
+        const std::int64_t own = m_ownClock.TimeBefore(offset);
+        const std::int64_t found = m_foundClock.TimeBefore(offset);
+        for (; m_next < m_judged.size() && m_judged[m_next].stretch.offset <= offset; ++m_next) {
+            Judged &judged = m_judged[m_next];
+            const std::int64_t time = judged.stretch.timeMs;
+            judged.hasPlace = judged.stretch.offset == offset && (time == own || time == found);
+        }
+    }
+
+    /// A packet of a channel: it decides what the stretches that began before it must speak of.
+    void NotePart(std::uint64_t offset) {
+        while (m_part + 1 < m_found.size() && m_found[m_part + 1].stretch.offset <= offset)
+            ++m_part;
+        for (; m_undecided < m_next; ++m_undecided)
+            m_judged[m_undecided].part = m_part;
+    }
+
+    const std::vector<FoundStretch> &m_found;
+    const ts::ChannelTable &m_channels;
+    StretchClock m_ownClock;
+    StretchClock m_foundClock;
+    std::vector<Judged> m_judged;
+    std::size_t m_next = 0;       ///< first stretch that is not compared yet
+    std::size_t m_undecided = 0;  ///< first stretch without a packet of a channel yet
+    std::size_t m_part = 0;
+};
+
+ts::ChannelTable ReadChannels(ts::PacketReader &reader, const std::vector<ChannelStretch> &old) {
+    reader.Seek(0);
+    ts::ChannelTable channels(ts::ScanTables(reader, std::numeric_limits<std::uint64_t>::max()));
+    const bool isComplete = std::all_of(old.begin(), old.end(), [&](const ChannelStretch &stretch) {
+        return channels.Unknown(stretch.info).none();
+    });
+    if (isComplete)
+        return channels;
+    ts::PidTable present;
+    ForEachPacket(reader, [&](const std::uint8_t *packet, std::uint64_t) {
+        if (!ts::TransportError(packet))
+            present.set(ts::Pid(packet));
+    });
+    for (const ChannelStretch &stretch : old)
+        channels.Learn(stretch.info, present);
+    return channels;
+}
+
+/// The old stretches that agree with the recording, and the found ones that they do not speak of.
+std::vector<ChannelStretch> Merge(ts::PacketReader &reader, const std::vector<ChannelStretch> &old,
+                                  const std::vector<FoundStretch> &found,
+                                  const ts::ChannelTable &channels) {
+    Judge judge(old, found, channels);
+    ForEachPacket(reader, [&](const std::uint8_t *packet, std::uint64_t offset) {
+        judge.Pass(packet, offset);
+    });
+    judge.Finish(reader.Tell());
+
+    std::vector<bool> covered;
+    std::vector<ChannelStretch> merged = judge.Agreeing(covered);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (!covered[i])
+            merged.push_back(found[i].stretch);
+    }
+    std::stable_sort(merged.begin(), merged.end(),
+                     [](const ChannelStretch &left, const ChannelStretch &right) {
+                         return left.offset < right.offset;
+                     });
+    return merged;
+}
+
+bool IsSame(const std::vector<ChannelStretch> &left, const std::vector<ChannelStretch> &right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](const ChannelStretch &one, const ChannelStretch &other) {
+                          return one.timeMs == other.timeMs && one.offset == other.offset &&
+                                 std::memcmp(&one.info, &other.info, sizeof one.info) == 0;
+                      });
+}
+
+RepairResult Failed(const std::string &what) {
+    RepairResult result;
+    result.error = what + ": " + std::strerror(errno);
+    return result;
+}
+
+}  // namespace
+
+RepairResult RepairChannelLog(const std::string &recording) {
+    using Outcome = RepairResult::Outcome;
+    ts::PacketReader reader;
+    if (!reader.Open(recording))
+        return Failed("cannot read " + recording);
+    const std::uint64_t size = reader.Size();
+    const std::vector<ChannelStretch> old = ts::ReadChannelLog(recording);
+    const ts::ChannelTable channels = ReadChannels(reader, old);
+    ts::StretchFinder finder(channels);
+    ForEachPacket(reader, [&](const std::uint8_t *packet, std::uint64_t offset) {
+        finder.Pass(packet, offset);
+    });
+    const std::vector<ChannelStretch> merged = Merge(reader, old, finder.Finish(), channels);
+
+    if (reader.Size() != size)
+        return {recording + " is still being recorded", Outcome::Nothing, 0};
+    if (merged.empty())
+        return {};
+    if (IsSame(merged, old))
+        return {"", Outcome::Kept, old.size()};
+    if (!ts::WriteChannelLog(recording, merged))
+        return Failed("cannot write " + ts::ChannelLogPath(recording));
+    return {"", Outcome::Rebuilt, merged.size()};
+}
+
+}  // namespace tvdesktop

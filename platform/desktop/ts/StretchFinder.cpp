@@ -1,0 +1,84 @@
+#include "StretchFinder.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "TsPacket.h"
+
+namespace tvdesktop::ts {
+
+namespace {
+
+constexpr std::int64_t kSettledMs = 500;
+
+ChannelTable::Numbers Common(const ChannelTable::Numbers &left,
+                             const ChannelTable::Numbers &right) {
+    ChannelTable::Numbers common;
+    std::set_intersection(left.begin(), left.end(), right.begin(), right.end(),
+                          std::back_inserter(common));
+    return common;
+}
+
+}  // namespace
+
+void StretchFinder::Pass(const std::uint8_t *packet, std::uint64_t offset) {
+    const std::uint16_t pid = Pid(packet);
+    const Numbers &owners = m_channels.OwnersOf(pid);
+    if (owners.empty() || TransportError(packet))
+        return;
+    if (!ContinueWith(owners))
+        Begin(offset, owners);
+    StreamClock &clock = m_stretches.back().clock;
+    const auto pcr = Pcr(packet);
+    if (pcr && pid == clock.pid())
+        clock.Advance(*pcr);
+}
+
+/// Goes back to an earlier stretch when what followed it is too short to have been a change.
+/// @return false when the packet belongs to none of the stretches that may still go on
+bool StretchFinder::ContinueWith(const Numbers &owners) {
+    for (std::size_t i = m_stretches.size(); i-- > 0;) {
+        const Numbers common = Common(m_stretches[i].channels, owners);
+        if (common.empty() && IsSettled(m_stretches[i]))
+            return false;
+        if (common.empty())
+            continue;
+        for (; m_stretches.size() > i + 1; m_stretches.pop_back())
+            m_mixed.insert(m_stretches.back().channels.front());
+        Narrow(m_stretches[i], common);
+        return true;
+    }
+    return false;
+}
+
+void StretchFinder::Begin(std::uint64_t offset, const Numbers &owners) {
+    const bool isFirst = m_stretches.empty();
+    const StreamClock clock = isFirst ? StreamClock() : m_stretches.back().clock;
+    m_stretches.push_back({isFirst ? 0 : offset, clock.milliseconds(), {}, clock});
+    Narrow(m_stretches.back(), owners);
+}
+
+void StretchFinder::Narrow(Stretch &stretch, const Numbers &channels) {
+    stretch.channels = channels;
+    stretch.clock.FollowPid(m_channels.InfoOf(channels.front()).pcrPid);
+}
+
+bool StretchFinder::IsSettled(const Stretch &stretch) {
+    return stretch.clock.milliseconds() - stretch.timeMs >= kSettledMs;
+}
+
+/// At the end nothing tells any more whether a channel came to stay; one that was mixed into others
+/// before did not.
+std::vector<FoundStretch> StretchFinder::Finish() {
+    while (m_stretches.size() > 1 && !IsSettled(m_stretches.back()) &&
+           m_mixed.count(m_stretches.back().channels.front()) != 0)
+        m_stretches.pop_back();
+    std::vector<FoundStretch> found;
+    for (const Stretch &stretch : m_stretches) {
+        const std::size_t channel = stretch.channels.front();
+        found.push_back({{stretch.timeMs, stretch.offset, m_channels.InfoOf(channel)}, channel});
+    }
+    return found;
+}
+
+}  // namespace tvdesktop::ts
