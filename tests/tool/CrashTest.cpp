@@ -1,0 +1,217 @@
+// Recordings that are cut off at any moment, and the repair of their side files.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <tv_stream.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <thread>
+
+#include "Recording.h"
+#include "ts/ChannelLog.h"
+#include "ts/TsPacket.h"
+
+namespace tool {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace tvdesktop::ts;
+using Log = std::vector<ChannelStretch>;
+using Bytes = std::vector<std::uint8_t>;
+using Outcome = tvdesktop::RepairResult::Outcome;
+
+constexpr std::size_t kRounds = 10;  ///< of the sample, one behind the other
+
+Bytes ReadFile(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+class CrashTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string pattern = testing::TempDir() + "crash-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        m_directory = pattern;
+        m_path = m_directory + "/a.srf";
+        std::ofstream source(m_directory + "/source.ts", std::ios::binary);
+        for (std::size_t i = 0; i < kRounds; ++i)
+            source << std::string(m_source.begin(), m_source.end());
+    }
+    void TearDown() override { fs::remove_all(m_directory); }
+
+    /// Records a service after the other, for three seconds each.
+    void Record(double speed, std::size_t changes, int started) const {
+        tvdesktop::SetLogMinimumPriority(17);
+        PvrService service;
+        Recording recording(service, {m_directory + "/source.ts", speed});
+        recording.Begin(m_services[0], {m_path, false});
+        EXPECT_EQ(::write(started, "", 1), 1);
+        for (std::size_t next = 1;; ++next) {
+            const std::int64_t begin = recording.GetProgress().positionMs;
+            while (recording.GetProgress().positionMs < begin + 3000)
+                service.Take(std::chrono::milliseconds(1));
+            if (next > changes)
+                return recording.End();
+            recording.ChangeTo(m_services[next % m_services.size()]);
+        }
+    }
+
+    void RecordAndKill(double speed, std::chrono::microseconds after) const {
+        int started[2];
+        ASSERT_EQ(::pipe(started), 0);
+        const pid_t child = ::fork();
+        if (child == 0)
+            [&]() noexcept { Record(speed, SIZE_MAX, started[1]); }();
+        ::close(started[1]);
+        char byte = 0;
+        EXPECT_EQ(::read(started[0], &byte, 1), 1);
+        std::this_thread::sleep_for(after);  // nothing depends on what happens meanwhile
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+        ::close(started[0]);
+    }
+
+    /// Whole packets of the source in its order, each of the service that the side file names. From
+    /// the last service's PMT on, when all its PIDs are programmed, none is missing.
+    void ExpectPackets(const Bytes &recorded, const Log &log) const {
+        std::size_t stretch = 0, source = 0;
+        bool isComplete = false;
+        for (std::size_t at = 0; at + kPacketSize <= recorded.size(); at += kPacketSize) {
+            while (stretch + 1 < log.size() && log[stretch + 1].offset <= at)
+                ASSERT_EQ(log[++stretch].offset % kPacketSize, 0U);
+            const auto &service = m_services[log[stretch].info.programNum - 1U];
+            const auto isOfService = [&](const std::uint8_t *packet) {
+                const int pid = Pid(packet);
+                return pid == kPatPid || pid == service.pmtPid ||
+                       std::any_of(service.streams.begin(), service.streams.end(),
+                                   [pid](const auto &stream) { return stream.pid == pid; });
+            };
+            ASSERT_TRUE(isOfService(&recorded[at]));
+            const std::uint8_t *original = &m_source[source % m_source.size()];
+            while (!std::equal(original, original + kPacketSize, &recorded[at])) {
+                ASSERT_FALSE(isComplete && isOfService(original)) << "a packet is missing";
+                source += kPacketSize;
+                ASSERT_LT(source, kRounds * m_source.size()) << "not of the source, in its order";
+                original = &m_source[source % m_source.size()];
+            }
+            source += kPacketSize;
+            isComplete |= stretch + 1 == log.size() && Pid(original) == service.pmtPid;
+        }
+        ASSERT_LE(log.back().offset, recorded.size());
+    }
+
+    void ExpectPlayable(const Log &log) const {
+        void *player = tvdesktop::CreatePlayer({});
+        EXPECT_EQ(tv_stream_set_property(tvdesktop::StreamOf(player), 801, m_path.c_str(), 0), 0);
+        const auto played = tvdesktop::GetChannelStretches(player);
+        tvdesktop::DestroyPlayer(player);
+        EXPECT_GE(played.size() + 1, log.size());  // the last may have no packet yet
+        for (std::size_t i = 0; i < std::min(played.size(), log.size()); ++i)
+            EXPECT_EQ(played[i].timeMs, log[i].timeMs);
+    }
+
+    /// From packets alone the last service may be unknown. A PAT between two services may belong to
+    /// either.
+    static void ExpectSame(const Log &rebuilt, const Log &log, const Bytes &recorded) {
+        ASSERT_TRUE(rebuilt.size() == log.size() || rebuilt.size() + 1 == log.size());
+        for (std::size_t i = 0; i < rebuilt.size(); ++i) {
+            EXPECT_EQ(rebuilt[i].timeMs, log[i].timeMs);
+            EXPECT_EQ(rebuilt[i].info.programNum, log[i].info.programNum);
+            for (std::size_t at = log[i].offset; at != rebuilt[i].offset; at += kPacketSize)
+                ASSERT_TRUE(at < recorded.size() && Pid(&recorded[at]) == kPatPid);
+        }
+    }
+
+    Log Repair(Outcome outcome) const {
+        const tvdesktop::RepairResult result = tvdesktop::RepairChannelLog(m_path);
+        Log log = ReadChannelLog(m_path);
+        EXPECT_EQ(result.error, "");
+        EXPECT_EQ(result.outcome, outcome);
+        EXPECT_EQ(result.stretches, log.size());
+        return log;
+    }
+
+    std::string m_directory;
+    std::string m_path;
+    Bytes m_source = ReadFile(MOXPVR_SAMPLE);
+    std::vector<tvdesktop::Service> m_services = ServicesOf(MOXPVR_SAMPLE);
+};
+
+TEST_F(CrashTest, LeavesWholePacketsAndASideFileThatAgrees) {
+    constexpr unsigned int kSeed = 20, kKills = 50;
+    std::mt19937 random(kSeed);
+    std::size_t bytes = 0, torn = 0, stretches = 0;
+    for (unsigned int i = 0; i < kKills && !HasFailure(); ++i) {
+        const bool isPaced = i % 2 == 0;
+        const std::chrono::microseconds after(random() % (isPaced ? 300'000 : 30'000));
+        SCOPED_TRACE("kill " + std::to_string(i) + ", " + std::to_string(after.count()) + " us");
+        RecordAndKill(isPaced ? 60 : 0, after);
+        const Bytes recorded = ReadFile(m_path);
+        const Log log = Repair(Outcome::Kept);
+        ASSERT_FALSE(log.empty());
+        ExpectPackets(recorded, log);
+        ExpectPlayable(log);
+        fs::remove(ChannelLogPath(m_path));
+        const bool hasTables = tvdesktop::ScanServices(m_path).error.empty();
+        ExpectSame(Repair(hasTables ? Outcome::Rebuilt : Outcome::Nothing), log, recorded);
+        bytes += recorded.size();
+        torn += recorded.size() % kPacketSize != 0 ? 1 : 0;
+        stretches += log.size();
+    }
+    EXPECT_GT(stretches, kKills) << "no recording got as far as a change of service";
+    std::cout << kKills << " kills with seed " << kSeed << ": " << bytes / 1024 << " KiB in "
+              << stretches << " stretches, " << torn << " torn last packets\n";
+}
+
+TEST_F(CrashTest, RepairKeepsWhatAgreesAndAddsWhatIsMissing) {
+    Record(60, 2, ::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    const Bytes recorded = ReadFile(m_path);
+    Log good = ReadChannelLog(m_path);
+    for (ChannelStretch &stretch : good)
+        stretch.info.major = 7;  // cannot be known from packets
+    const struct {
+        const char *what;
+        std::function<void(Log &)> damage;
+        std::ptrdiff_t kept;
+    } rows[] = {
+        {"as recorded", [](Log &) {}, 3},
+        {"no side file", [](Log &log) { log.clear(); }, 0},
+        {"second lost", [](Log &log) { log.erase(log.begin() + 1); }, 2},
+        {"last lost", [](Log &log) { log.pop_back(); }, 2},
+        {"wrong time", [](Log &log) { ++log[1].timeMs; }, 2},
+        {"inside a packet", [](Log &log) { ++log[1].offset; }, 2},
+        {"behind the end", [](Log &log) { log[2].offset *= 2; }, 2},
+        {"other service", [](Log &log) { log[1].info = log[0].info; }, 2},
+        {"unknown PID", [](Log &log) { log[1].info.audioPid = 0x777; }, 2},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        Log log = good;
+        row.damage(log);
+        ASSERT_TRUE(WriteChannelLog(m_path, log));
+        log = Repair(row.kept == 3 ? Outcome::Kept : Outcome::Rebuilt);
+        EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                                [](const auto &stretch) { return stretch.info.major == 7; }),
+                  row.kept);
+        EXPECT_EQ(log.size(), good.size());
+        ExpectSame(log, good, recorded);
+        Repair(Outcome::Kept);
+    }
+}
+
+TEST_F(CrashTest, RepairClaimsNoMoreThanPacketsTell) {
+    fs::copy_file(MOXPVR_SAMPLE, m_path);
+    EXPECT_EQ(Repair(Outcome::Rebuilt).size(), 1U) << "services in turn are no changes";
+    std::ofstream(m_path) << "no packet";
+    fs::remove(ChannelLogPath(m_path));
+    Repair(Outcome::Nothing);
+    EXPECT_NE(tvdesktop::RepairChannelLog(m_directory).error, "");
+}
+
+}  // namespace
+}  // namespace tool
