@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <fstream>
 #include <mutex>
-#include <sstream>
 #include <thread>
 
 #include "recorder/RecordingSession.h"
@@ -215,8 +214,7 @@ TEST_F(RecorderTest, RecordsExactlyTheProgrammedPids) {
     long long position = 0;
     long long duration = 0;
     EXPECT_EQ(tv_recorder_get_position(m_recorder, &position, &duration), 0);
-    EXPECT_EQ(position, 7999);
-    EXPECT_EQ(duration, 7999);
+    EXPECT_TRUE(position == 7999 && duration == 7999);
     EXPECT_EQ(tv_recorder_get_timeshift_duration(m_recorder, 1024, &durationMs), 0);
     EXPECT_EQ(durationMs, (1U << 20) * 7999ULL / recorded.size());
     EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
@@ -343,8 +341,10 @@ TEST_F(RecorderTest, ChangesTheServiceWhilePaused) {
     channel.pcrPid = 0x200;
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 28, 0x100, 0), 0);
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 0), 0);
-    ASSERT_EQ(Swap("recording"), 0);  // answers when the recorder has taken all of this
     ASSERT_TRUE(WriteAll(pipe.Get(), &stream.data[change], stream.data.size() - change));
+    for (int i = 0; i < 20; ++i)  // each answered by the recorder's thread, which must not read on
+        ASSERT_EQ(Swap("recording/"), kRecorderWriteFailed);
+    ASSERT_EQ(Swap("recording"), 0);
     int unread = 0;
     ASSERT_EQ(::ioctl(pipe.Get(), FIONREAD, &unread), 0);
     EXPECT_EQ(static_cast<std::size_t>(unread), stream.data.size() - change);
@@ -418,11 +418,21 @@ TEST_F(RecorderTest, PacesByThePcrAndLosesNothingAtAStop) {
     EXPECT_EQ(session.PositionMs(), 500);
     EXPECT_EQ(session.Size(), 12U * 188) << "half a second is worth one";
 
+    TvChannelInfo info{};
     session.RestartPacing();  // as after a pause
     EXPECT_EQ(advanceTo(milliseconds(10'000)), RecordingSession::Next::AtTime);
     EXPECT_EQ(session.WakeTime() - start, milliseconds(10'050));
+    ASSERT_TRUE(session.AddStretch(info));
+    EXPECT_EQ(ts::ReadChannelLog(Path("out.ts")).at(0).offset, 14U * 188);
+    EXPECT_EQ(advanceTo(milliseconds(10'050)), RecordingSession::Next::AtTime);
     EXPECT_TRUE(session.Finish());
-    stream.data.resize(14 * 188);
+    EXPECT_EQ(ReadFile(Path("out.ts")), Bytes(stream.data.begin(), stream.data.begin() + 16 * 188));
+
+    RecordingSession unpaced(0, nullptr);
+    ASSERT_EQ(unpaced.Open(Path("source.ts"), Path("out.ts")), kRecorderOk);
+    unpaced.Select(selection);
+    EXPECT_EQ(unpaced.Advance(start), RecordingSession::Next::More);
+    EXPECT_TRUE(unpaced.Finish());
     EXPECT_EQ(ReadFile(Path("out.ts")), stream.data);
 }
 
@@ -448,12 +458,9 @@ TEST(Platform, LogsWholeLinesFromAnyThread) {
 
     std::ifstream file(path);
     int count = 0;
-    for (std::string line; std::getline(file, line); ++count) {
-        std::istringstream fields(line);
-        std::string date, time, priority, tag, words;
-        fields >> date >> time >> priority >> tag >> words;
-        EXPECT_EQ(priority + tag + words, "16TAG" + text);
-    }
+    const std::string prefix = " 16 TAG " + text + ' ';
+    for (std::string line; std::getline(file, line); ++count)
+        EXPECT_EQ(line.find(prefix), std::string("2000-01-01 00:00:00.000").size());
     EXPECT_EQ(count, 200);
 }
 

@@ -248,23 +248,23 @@ bool Recorder::TakeChanges(RecordingSession &session) {
     }
 }
 
-/// What was kept until now belongs to the time before the changes, so it is written first.
+/// @return false when a write failed, which ends the recording
 bool Recorder::ApplyChanges(RecordingSession &session, const Changes &changes) {
-    if (!session.Flush())
-        return false;
-    PublishProgress(session);
-    if (changes.pause)
+    if (changes.pause) {
+        session.Flush();
         session.RestartPacing();
-    for (const TvChannelInfo &channel : changes.channels) {
-        if (!session.AddStretch(channel))
-            return false;
     }
+    for (const TvChannelInfo &channel : changes.channels)
+        session.AddStretch(channel);
     if (changes.swapTo) {
         const RecorderCode result = session.SwapTo(*changes.swapTo);
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_swapResult = result;
         m_swapped.notify_all();
     }
+    if (!session.ErrorText().empty())
+        return false;
+    PublishProgress(session);
     return true;
 }
 

@@ -34,10 +34,16 @@ void RecordingSession::Select(const StreamSelection &selection) {
 }
 
 bool RecordingSession::AddStretch(const TvChannelInfo &info) {
+    if (!Flush())
+        return false;
     if (m_sink.AddStretch(m_recorded.milliseconds(), info))
         return true;
     Fail(Next::SinkFailed, "cannot write " + ts::ChannelLogPath(m_sink.Path()), errno);
     return false;
+}
+
+RecorderCode RecordingSession::SwapTo(const std::string &path) {
+    return Flush() ? m_sink.SwapTo(path) : kRecorderWriteFailed;
 }
 
 RecordingSession::Next RecordingSession::Fail(Next what, const std::string &text, int reason) {

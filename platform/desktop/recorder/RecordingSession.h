@@ -44,13 +44,13 @@ class RecordingSession {
 
     /// Programs what to keep from the next packet on.
     void Select(const StreamSelection &selection);
-    /// Notes channel information from the next packet on; flushed before.
+    /// Notes channel information from the next packet on; what is kept so far is written first.
     /// @return false when writing failed
     bool AddStretch(const TvChannelInfo &info);
     /// @param milliseconds  stream time after which the recording ends; 0 or less: none
     void LimitTo(int milliseconds) { m_limitMs = milliseconds; }
-    /// The buffer goes on as a recording of another name; flushed before.
-    RecorderCode SwapTo(const std::string &path) { return m_sink.SwapTo(path); }
+    /// The buffer goes on as a recording of another name; what is kept so far is written first.
+    RecorderCode SwapTo(const std::string &path);
 
     /// Records the next piece.
     Next Advance(Clock::time_point now);
