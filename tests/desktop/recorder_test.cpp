@@ -443,9 +443,9 @@ TEST(Platform, LogsWholeLinesFromAnyThread) {
     ASSERT_TRUE(SetLogFile(path));
     SetLogMinimumPriority(4);
     const std::string text(5000, 'x');
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
+    std::thread threads[4];
+    for (std::thread &thread : threads)
+        thread = std::thread([&] {
             for (int line = 0; line < 50; ++line) {
                 __dlog_print(DLOG_ID_MAIN, 16, "TAG", "%s %d\n", text.c_str(), line);
                 __dlog_print(DLOG_ID_MAIN, 2, "TAG", "dropped");

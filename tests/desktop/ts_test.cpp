@@ -23,7 +23,7 @@ constexpr std::int64_t kWrap = (std::int64_t{1} << 33) * 300;
 
 std::string TempPath(const std::string &name) {
     const auto *test = testing::UnitTest::GetInstance()->current_test_info();
-    const std::string path = testing::TempDir() + test->name() + "-" + name;
+    std::string path = testing::TempDir() + test->name() + "-" + name;
     std::filesystem::remove(path);
     return path;
 }
@@ -114,7 +114,7 @@ TEST(Packets, SurviveDamageAroundThem) {
         }
         TsBuilder stream;
         stream.data = Damaged(packets, damage);
-        for (const std::size_t chunk : {1, 187, 188, 189, 1000, 100'000})
+        for (const std::size_t chunk : {1U, 187U, 188U, 189U, 1000U, 100'000U})
             EXPECT_EQ(Filtered(stream.data, ts::PidTable().set(0x100), chunk), expected)
                 << damage.what << ", " << chunk << " bytes at a time";
 
@@ -144,7 +144,7 @@ TEST(PacketReader, FollowsAGrowingFileAndSeeksIntoPackets) {
     EXPECT_EQ(reader.Next(), nullptr);
 
     stream.Media(0x100, 4).WriteTo(path);
-    for (const std::uint64_t offset : {3 * 188, 4 * 188, 5 * 188, 6 * 188}) {
+    for (const std::uint64_t offset : {3U * 188, 4U * 188, 5U * 188, 6U * 188}) {
         ASSERT_NE(reader.Next(), nullptr);
         EXPECT_EQ(reader.Offset(), offset);
     }
