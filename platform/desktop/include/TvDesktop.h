@@ -174,8 +174,9 @@ struct RepairResult {
 /// every stretch of the old one that agrees with the recording stays as it is, those that the
 /// packets show beyond them are added, and only what contradicts the recording goes.
 ///
-/// A stretch agrees when it begins with a packet or at the recording's end, at the stream time
-/// there, and when its PIDs belong to the service whose packets follow.
+/// A stretch agrees when it begins with a packet or at the recording's end, at the stream time that
+/// the services found before it make up, and when its PIDs belong to the service whose packets
+/// follow.
 ///
 /// A change to another service and back within half a second looks like two services that are
 /// mixed, so the packets do not show it. A recording that grows meanwhile is refused. Reentrant.

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <limits>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include "ChannelLog.h"
@@ -30,49 +29,27 @@ void ForEachPacket(ts::PacketReader &reader, Visitor &&visit) {
         visit(packet, reader.Offset());
 }
 
-/// Stream time along the PCR PIDs of a list of stretches.
-class StretchClock {
-  public:
-    explicit StretchClock(std::vector<ChannelStretch> stretches)
-        : m_stretches(std::move(stretches)) {}
-
-    /// @return stream time in milliseconds in front of a byte
-    std::int64_t TimeBefore(std::uint64_t offset) {
-        while (m_next < m_stretches.size() && (m_next == 0 || m_stretches[m_next].offset <= offset))
-            m_clock.FollowPid(m_stretches[m_next++].info.pcrPid);
-        return m_clock.milliseconds();
-    }
-
-    void Pass(const std::uint8_t *packet) {
-        const auto pcr = ts::Pcr(packet);
-        if (pcr && ts::Pid(packet) == m_clock.pid() && !ts::TransportError(packet))
-            m_clock.Advance(*pcr);
-    }
-
-  private:
-    std::vector<ChannelStretch> m_stretches;
-    std::size_t m_next = 0;
-    ts::StreamClock m_clock;
-};
-
-/// Compares the stretches of a side file with the packets, passed in order. Their times may be
-/// those along the side file itself, as a player counts, or, when lines of it were lost, along what
-/// was found.
+/// Compares the stretches of a side file with the packets, passed in order. Time is counted along
+/// what was found, so that a line that was lost makes no line behind it wrong.
 class Judge {
   public:
     Judge(const std::vector<ChannelStretch> &old, const std::vector<FoundStretch> &found,
           const ts::ChannelTable &channels)
-        : m_found(found), m_channels(channels), m_ownClock(old), m_foundClock(Stretches(found)) {
+        : m_found(found), m_channels(channels) {
         for (const ChannelStretch &stretch : old)
             m_judged.push_back({stretch, false, std::nullopt});
     }
 
     void Pass(const std::uint8_t *packet, std::uint64_t offset) {
         Compare(offset);
-        if (!ts::TransportError(packet) && !m_channels.OwnersOf(ts::Pid(packet)).empty())
-            NotePart(offset);
-        m_ownClock.Pass(packet);
-        m_foundClock.Pass(packet);
+        if (ts::TransportError(packet))
+            return;
+        const std::uint16_t pid = ts::Pid(packet);
+        if (!m_channels.OwnersOf(pid).empty())
+            Decide();
+        const auto pcr = ts::Pcr(packet);
+        if (pcr && pid == m_clock.pid())
+            m_clock.Advance(*pcr);
     }
 
     /// @param end  behind the last packet
@@ -101,13 +78,6 @@ class Judge {
         std::optional<std::size_t> part;  ///< found stretch of its first packet
     };
 
-    static std::vector<ChannelStretch> Stretches(const std::vector<FoundStretch> &found) {
-        std::vector<ChannelStretch> stretches;
-        for (const FoundStretch &entry : found)
-            stretches.push_back(entry.stretch);
-        return stretches;
-    }
-
     bool Agrees(const Judged &judged) const {
         return judged.hasPlace &&
                (!judged.part ||
@@ -115,31 +85,29 @@ class Judge {
     }
 
     void Compare(std::uint64_t offset) {
-        const std::int64_t own = m_ownClock.TimeBefore(offset);
-        const std::int64_t found = m_foundClock.TimeBefore(offset);
+        for (; m_entered < m_found.size() && m_found[m_entered].stretch.offset <= offset;
+             ++m_entered)
+            m_clock.FollowPid(m_found[m_entered].stretch.info.pcrPid);
         for (; m_next < m_judged.size() && m_judged[m_next].stretch.offset <= offset; ++m_next) {
             Judged &judged = m_judged[m_next];
-            const std::int64_t time = judged.stretch.timeMs;
-            judged.hasPlace = judged.stretch.offset == offset && (time == own || time == found);
+            judged.hasPlace =
+                judged.stretch.offset == offset && judged.stretch.timeMs == m_clock.milliseconds();
         }
     }
 
-    /// A packet of a channel: it decides what the stretches that began before it must speak of.
-    void NotePart(std::uint64_t offset) {
-        while (m_part + 1 < m_found.size() && m_found[m_part + 1].stretch.offset <= offset)
-            ++m_part;
+    /// A packet of a channel tells what the stretches that began before it must speak of.
+    void Decide() {
         for (; m_undecided < m_next; ++m_undecided)
-            m_judged[m_undecided].part = m_part;
+            m_judged[m_undecided].part = m_entered - 1;
     }
 
     const std::vector<FoundStretch> &m_found;
     const ts::ChannelTable &m_channels;
-    StretchClock m_ownClock;
-    StretchClock m_foundClock;
+    ts::StreamClock m_clock;
+    std::size_t m_entered = 0;  ///< found stretches that have begun
     std::vector<Judged> m_judged;
     std::size_t m_next = 0;       ///< first stretch that is not compared yet
     std::size_t m_undecided = 0;  ///< first stretch without a packet of a channel yet
-    std::size_t m_part = 0;
 };
 
 ts::ChannelTable ReadChannels(ts::PacketReader &reader, const std::vector<ChannelStretch> &old) {
