@@ -44,12 +44,9 @@ class Judge {
         Compare(offset);
         if (ts::TransportError(packet))
             return;
-        const std::uint16_t pid = ts::Pid(packet);
-        if (!m_channels.OwnersOf(pid).empty())
+        if (!m_channels.OwnersOf(ts::Pid(packet)).empty())
             Decide();
-        const auto pcr = ts::Pcr(packet);
-        if (pcr && pid == m_clock.pid())
-            m_clock.Advance(*pcr);
+        ts::CountPcr(packet, m_clock);
     }
 
     /// @param end  behind the last packet

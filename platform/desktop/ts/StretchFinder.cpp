@@ -21,17 +21,26 @@ ChannelTable::Numbers Common(const ChannelTable::Numbers &left,
 
 }  // namespace
 
-void StretchFinder::Pass(const std::uint8_t *packet, std::uint64_t offset) {
-    const std::uint16_t pid = Pid(packet);
-    const Numbers &owners = m_channels.OwnersOf(pid);
-    if (owners.empty() || TransportError(packet))
-        return;
-    if (!ContinueWith(owners))
-        Begin(offset, owners);
-    StreamClock &clock = m_stretches.back().clock;
+void CountPcr(const std::uint8_t *packet, StreamClock &clock) {
     const auto pcr = Pcr(packet);
-    if (pcr && pid == clock.pid())
+    if (!pcr)
+        return;
+    if (clock.pid() == kNullPid)
+        clock.FollowPid(Pid(packet));
+    if (clock.pid() == Pid(packet))
         clock.Advance(*pcr);
+}
+
+void StretchFinder::Pass(const std::uint8_t *packet, std::uint64_t offset) {
+    if (TransportError(packet))
+        return;
+    const Numbers &owners = m_channels.OwnersOf(Pid(packet));
+    if (!owners.empty() && !ContinueWith(owners))
+        Begin(offset, owners);
+    if (m_stretches.empty())
+        CountPcr(packet, m_unknown);
+    else if (!owners.empty())
+        CountPcr(packet, m_stretches.back().clock);
 }
 
 /// Goes back to an earlier stretch when what followed it is too short to have been a change.
@@ -52,9 +61,9 @@ bool StretchFinder::ContinueWith(const Numbers &owners) {
 }
 
 void StretchFinder::Begin(std::uint64_t offset, const Numbers &owners) {
-    const bool isFirst = m_stretches.empty();
-    const StreamClock clock = isFirst ? StreamClock() : m_stretches.back().clock;
-    m_stretches.push_back({isFirst ? 0 : offset, clock.milliseconds(), {}, clock});
+    const StreamClock clock = m_stretches.empty() ? m_unknown : m_stretches.back().clock;
+    const bool isAtStart = m_stretches.empty() && clock.milliseconds() == 0;
+    m_stretches.push_back({isAtStart ? 0 : offset, clock.milliseconds(), {}, clock});
     Narrow(m_stretches.back(), owners);
 }
 

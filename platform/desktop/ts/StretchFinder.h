@@ -20,9 +20,14 @@ struct FoundStretch {
     std::size_t channel = 0;  ///< number in the ChannelTable
 };
 
+/// Counts the PCR of a packet, if it has one, as the recorder does: along the PID that the clock
+/// follows, and before it follows any along the first PID that has one.
+void CountPcr(const std::uint8_t *packet, StreamClock &clock);
+
 /// Takes the packets of a recording in order and notes where a channel begins: with the first
-/// packet that cannot belong to the one before; the first channel has what comes before it too.
-/// Stream time is counted as the recorder does, along the PCR PID of the channel.
+/// packet that cannot belong to the one before; the first channel has what comes before it too,
+/// unless stream time passed there. Stream time is counted as the recorder does, along the PCR PID
+/// of the channel.
 ///
 /// A channel that comes back within half a second was never left: the recording holds two channels
 /// at once, and the one that was there first counts. Packets that could belong to several channels
@@ -55,6 +60,7 @@ class StretchFinder {
     static bool IsSettled(const Stretch &stretch);
 
     const ChannelTable &m_channels;
+    StreamClock m_unknown;  ///< until the first stretch begins
     std::vector<Stretch> m_stretches;
     std::set<std::size_t> m_mixed;  ///< channels that were found inside another's stretch
 };
