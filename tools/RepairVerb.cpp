@@ -21,8 +21,8 @@ void RunRepair(const std::string &recording, const Console &console) {
     const std::string sideFile = recording + ".chan";
     switch (result.outcome) {
         case Outcome::Kept:
-            console.terminal.Line("Kept " + sideFile + ": " + StretchesText(result.stretches) +
-                                      " agree with the recording.",
+            console.terminal.Line("Kept " + sideFile + ": it agrees with the recording (" +
+                                      StretchesText(result.stretches) + ").",
                                   Style::Good);
             return;
         case Outcome::Rebuilt:
