@@ -51,7 +51,7 @@ class MOXPVR_EXPORT IMOXPVRPlayback {
     /// What a platform callback carries.
     struct MOXPVRPlaybackCallbackProperty {
         int SubEventType;  ///< 0 and 1 are forwarded; 3: another channel's stretch begins
-        int timeCode;      ///< milliseconds of stream time; rewritten when rewinding over 3
+        int timeCode;      ///< in the player's time unit; rewritten when rewinding over 3
         int errCode;       ///< 1 and 3 are forwarded
     };
 
@@ -73,10 +73,10 @@ class MOXPVR_EXPORT IMOXPVRPlayback {
                                         unsigned int pcrPid) = 0;
 
     /// Remembers video and PCR without sending them; applies a changed audio PID or codec at once.
-    /// 0xFFFE keeps a PID.
+    /// 0xFFFE keeps a PID; an audio PID of 0xFFFE with another codec is sent as it is.
     virtual unsigned int SetPidProperty(TSVideo video, TSAudio audio) = 0;
 
-    /// The same, also for a timeshift buffer.
+    /// The same, also for a timeshift buffer; an audio PID of 0xFFFE changes no audio at all.
     virtual unsigned int SetPidProperty(TSVideo video, TSAudio audio,
                                         EAudioSelectionType selection) = 0;
 
@@ -115,7 +115,8 @@ class MOXPVR_EXPORT IMOXPVRPlayback {
     /// @param handle  out: the registry key of this instance
     virtual unsigned int GetMoxHandle(MOXHandle &handle) = 0;
 
-    /// Milliseconds of stream time. A failed platform call leaves both 0 and is not reported.
+    /// In the player's time unit. A failed platform call is not reported: the outputs hold what it
+    /// left, 0 when it wrote nothing.
     /// @return 0, or 1 without a player (outputs untouched)
     virtual unsigned int GetPlaybackProgress(long &position, long &duration) = 0;
 

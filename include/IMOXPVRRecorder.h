@@ -30,9 +30,9 @@ class MOXPVR_EXPORT IMOXPVRRecorder {
     /// Carries out one control request (the recorder commands of docs/protocol.md).
     ///
     /// @param inSize   characters of request text
-    /// @param inData   request text: two hexadecimal digits per byte of a little-endian record
-    /// whose
-    ///                 first 32-bit word is the command number, 1 to 19; NUL-terminated
+    /// @param inData   request text: two hexadecimal digits per byte of a little-endian record; its
+    ///                 first 32-bit word is the command number, 1 to 19. No more than `inSize`
+    ///                 characters are read or logged
     /// @param outSize  out: characters of reply text; untouched when the command gives no reply
     /// @param outData  reply buffer, at least twice the reply's bytes plus one; may be null for
     ///                 commands without a reply
@@ -59,7 +59,7 @@ class MOXPVR_EXPORT IMOXPVRRecorder {
     virtual int GetMoxHandle(MOXHandle &handle) = 0;
 
     /// @param position  out: the low 32 bits, signed, of the platform's recording position; not
-    ///                  written when the result is 1
+    ///                  written without a platform recorder
     /// @return 0; 1 no platform recorder; else the platform's result
     virtual int GetRecordProgress(long &position) = 0;
 

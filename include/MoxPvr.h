@@ -25,9 +25,10 @@
 
 /// Player last given to mox_pvr_set_tv_player.
 extern MOXPVR_EXPORT void *g_temp_tv_player;
-/// Instance that the last playback request found under (1, 0), or null.
+/// Instance that the last playback request found under (1, 0), or null. Not cleared when that
+/// instance is destroyed: read it after a request only.
 extern MOXPVR_EXPORT IMOXPVRPlayback *g_temp_playback;
-/// Instance that the last recording request found under (301, 0), or null.
+/// Instance that the last recording request found under (301, 0), or null; likewise.
 extern MOXPVR_EXPORT IMOXPVRRecorder *g_temp_recorder;
 
 /// Remembers the TV player for mox_pvr_set_tv_stream.
@@ -62,6 +63,7 @@ MOXPVR_EXPORT unsigned int mox_pvr_control_recording(unsigned int inSize, unsign
 /// Decodes hexadecimal text, two characters per byte, most significant digit first. A character
 /// that is no digit counts as 0.
 /// @param text           `length` characters; need not be NUL-terminated
+/// @param dest           at least `length` / 2 bytes
 /// @param decodedLength  out: bytes written to `dest`
 /// @return 0; -1 for a null argument, a length below 1 or an odd one
 MOXPVR_EXPORT int parse_string_to_buf(char *text, int length, void *dest, int *decodedLength);

@@ -24,6 +24,14 @@ constexpr int kTunerIndex = 0;
 constexpr int kRegistered = 0;
 constexpr int kNotRegistered = 1;
 
+/// Looks up the playback of a request. @return whether there is one
+bool FindPlayback(mox::LogPlace place = mox::LogPlace::Here()) {
+    g_temp_playback = MoxPvrAPI::GetPlaybackInstance(kPlaybackHandle);
+    if (g_temp_playback == nullptr)
+        MOX_LOG_AT(place, kLogReport, "g_temp_playback is null, which should be set firstly\n");
+    return g_temp_playback != nullptr;
+}
+
 }  // namespace
 
 // --- Entry points --------------------------------------------------------------------------------
@@ -47,21 +55,15 @@ unsigned int mox_pvr_set_recorder_handle(void *recorder) {
 
 unsigned int mox_pvr_control_playback(unsigned int inSize, unsigned char *inData,
                                       unsigned int &outSize, unsigned char *outData) {
-    g_temp_playback = MoxPvrAPI::GetPlaybackInstance(kPlaybackHandle);
-    if (g_temp_playback == nullptr) {
-        MOX_LOG(kLogReport, "g_temp_playback is null, which should be set firstly\n");
+    if (!FindPlayback())
         return mox::kNoInstance;
-    }
     return g_temp_playback->CtrlPlayback(inSize, inData, outSize, outData);
 }
 
 unsigned int mox_pvr_set_playback_pid_property(void * /*unused*/, unsigned int videoPid,
                                                unsigned int audioPid, unsigned int pcrPid) {
-    g_temp_playback = MoxPvrAPI::GetPlaybackInstance(kPlaybackHandle);
-    if (g_temp_playback == nullptr) {
-        MOX_LOG(kLogReport, "g_temp_playback is null, which should be set firstly\n");
+    if (!FindPlayback())
         return mox::kNoInstance;
-    }
     return g_temp_playback->SetPidProperty(videoPid, audioPid, pcrPid);
 }
 

@@ -6,9 +6,9 @@
 #include <TVPlayerDataUtil.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "ControlRequest.h"
 #include "EventRecord.h"
@@ -328,7 +328,7 @@ unsigned int CMOXPVRPlayback::StepFrame(unsigned char * /*record*/, void * /*rep
     MOX_LOG(kLogReport, "StepFrame | set still mode to 0\n");
     tv_stream_set_property(m_tv_stream, TV_PROPERTY_VIDEO_STILL_MODE, 0, 0);
     const int result = tv_player_step_play(m_tv_player);
-    MOX_LOG(kLogReport, "StepFrame | this func is ended, result [%d]\n", result);
+    MOX_LOG(kLogProgress, "StepFrame | this func is ended, result [%d]\n", result);
     return ToResult(result);
 }
 
@@ -515,7 +515,8 @@ unsigned int CMOXPVRPlayback::Skip(unsigned char *record) {
 
 /// Playback runs into another channel's stretch at `property.timeCode`.
 void CMOXPVRPlayback::CrossIntoChannel(MOXPVRPlaybackCallbackProperty &property, LogPlace place) {
-    // In rewind the decoders need a run-up before the crossing; milliseconds.
+    // In rewind the decoders need a run-up before the crossing; in the player's unit, so ten
+    // seconds where that is the millisecond.
     constexpr int kRewindBackOff = 10000;
     MOX_LOG_AT(place, kLogReport, "[ZZZ]PVRSYS_EVENT_CHANNELCHANGED %d\n", property.timeCode);
     if (m_bChannelChanging) {
@@ -675,7 +676,8 @@ unsigned int CMOXPVRPlayback::SetPidProperty(TSVideo video, TSAudio audio,
     return ApplyAudio(audio, converted, audioChanged, videoChanged);
 }
 
-/// Keeps a changed PCR or video stream without sending it: ResetChannel does.
+/// Keeps a changed PCR or video stream without sending it: a channel change programs the
+/// recording's own and replaces what is kept.
 /// @return whether the video stream changed
 bool CMOXPVRPlayback::RememberVideo(const TSVideo &video, LogPlace place) {
     if (video.pcrPid != m_uPcrPid && video.pcrPid != kKeepPid16) {

@@ -29,7 +29,8 @@ class InformationFile;
 ///
 /// Threads: operations come from one thread at a time; DoTvpCallback and its handlers may run on
 /// another one meanwhile. What both touch is atomic; position and rate to return to are published
-/// before the changing flag and read after it.
+/// before the changing flag and read after it. A Skip sets the flag only after it has moved the
+/// player: a service that hands callbacks on between two requests loses no unmute to that.
 class CMOXPVRPlayback : public IMOXPVRPlayback {
   public:
     void Initilize(MOXHandle handle, void *player, void *stream);
@@ -75,7 +76,7 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     // Channel changes inside a recording.
 
     /// Sets the decoders up for the channel at a time and plays on from there at 1.0.
-    /// @param time    milliseconds of stream time
+    /// @param time    in the player's time unit
     /// @param bForce  also when that channel is the one set up
     /// @return -1 when it is and nothing was done; the channel information's result when that could
     ///         not be read; else the result of the last codec property
