@@ -127,7 +127,8 @@ class CrashTest : public testing::Test {
         for (std::size_t i = 0; i < rebuilt.size(); ++i) {
             EXPECT_EQ(rebuilt[i].timeMs, log[i].timeMs);
             EXPECT_EQ(rebuilt[i].info.programNum, log[i].info.programNum);
-            for (std::size_t at = log[i].offset; at != rebuilt[i].offset; at += kPacketSize)
+            auto at = static_cast<std::size_t>(log[i].offset);
+            for (; at != rebuilt[i].offset; at += kPacketSize)
                 ASSERT_TRUE(at < recorded.size() && Pid(&recorded[at]) == kPatPid);
         }
     }
