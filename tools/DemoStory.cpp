@@ -317,11 +317,14 @@ void DemoStory::Show(const Events &events) {
 }
 
 void DemoStory::RecordUntil(Recording &recording, std::int64_t positionMs) {
+    const auto deadline = steady_clock::now() + kPatience;
     for (Progress now = recording.GetProgress();
          now.positionMs < positionMs && !Contains(m_events, kRecordingEnded);
          now = recording.GetProgress()) {
         if (StopRequested())
             throw Failure("Interrupted.");
+        if (steady_clock::now() > deadline)
+            throw Failure("The recorder stands still.");
         m_console.terminal.Status("  recording " + TimeText(now.positionMs) + " " +
                                   Bar(now.positionMs, kLengthMs));
         Show(m_service.Take(kTick));

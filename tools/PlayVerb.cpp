@@ -170,7 +170,8 @@ class PlayRun {
 }  // namespace
 
 void RunPlay(const PlayOptions &options, const Console &console) {
-    ServicesOf(options.file);  // says clearly what is wrong with a file that cannot be played
+    if (!options.isTimeshift)      // which may still be empty
+        ServicesOf(options.file);  // says clearly what is wrong with a file that cannot be played
     PlayRun(options, console).Run();
 }
 

@@ -27,7 +27,17 @@ const tvdesktop::Service &FindService(const std::vector<tvdesktop::Service> &ser
                   ".");
 }
 
+/// Whether two names, however they are written, are the same file now or would be.
+bool IsSamePlace(const std::string &left, const std::string &right) {
+    std::error_code ignored;
+    return fs::equivalent(left, right, ignored) ||
+           fs::weakly_canonical(fs::absolute(left), ignored) ==
+               fs::weakly_canonical(fs::absolute(right), ignored);
+}
+
 void CheckOptions(const RecordOptions &options) {
+    if (options.durationMs == 0)
+        throw WrongUse("--seconds 0 records nothing.");
     if (options.swapAfterMs.has_value() != !options.swapTo.empty())
         throw WrongUse("--swap-after and --swap-to belong together.");
     if (options.swapAfterMs && !options.isTimeshift)
@@ -39,7 +49,7 @@ void CheckOptions(const RecordOptions &options) {
     if (isThere && !fs::is_regular_file(options.input, ignored))
         throw WrongUse("'" + options.input +
                        "' is no file: the input is read twice, for its services and to record.");
-    if (!options.swapTo.empty() && fs::absolute(options.swapTo) == fs::absolute(options.out))
+    if (!options.swapTo.empty() && IsSamePlace(options.swapTo, options.out))
         throw WrongUse("--swap-to names the timeshift buffer itself.");
     CheckOutput(options.out, options.input, options.force);
     if (!options.swapTo.empty())
@@ -102,7 +112,7 @@ class RecordRun {
 
     void Swap() {
         std::error_code ignored;
-        if (fs::is_regular_file(m_options.swapTo, ignored))
+        if (m_options.force && fs::is_regular_file(m_options.swapTo, ignored))
             fs::remove(m_options.swapTo, ignored);
         m_recording.SwapTo(m_options.swapTo);
         m_isSwapped = true;

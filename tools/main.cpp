@@ -175,7 +175,8 @@ int Run(int argc, char **argv) {
     }
 
     SetUpLog(global, app.count("--log-level") > 0);
-    tool::CatchStopSignals();
+    if (!*services && !*repairVerb)  // those two have nothing to end in an orderly way
+        tool::CatchStopSignals();
     tool::Terminal terminal;
     const tool::Console console{terminal, global.showRequests};
     if (*services)

@@ -242,6 +242,9 @@ TEST_F(RecorderTest, RefusesWhatItCannotDo) {
     ASSERT_EQ(tv_recorder_start(m_recorder), 0);
     WaitForEnd();
     EXPECT_TRUE(ReadFile(Path("out.ts")).empty()) << "a refused list programs nothing";
+    ASSERT_EQ(::unlink(Path("source.ts").c_str()), 0);
+    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSourceFailed) << "after one that ended";
+    EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderNotRunning);
 
     for (const char *source : {"missing.ts", "."}) {
         Create(Path(source));

@@ -1,6 +1,7 @@
 // Recordings that are cut off at any moment, and the repair of their side files.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <tv_stream.h>
 
@@ -46,6 +47,7 @@ class CrashTest : public testing::Test {
 
     /// Records a service after the other, for three seconds each.
     void Record(double speed, std::size_t changes, int started) const {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // should the test end first
         tvdesktop::SetLogMinimumPriority(17);
         PvrService service;
         Recording recording(service, {m_directory + "/source.ts", speed});
@@ -65,6 +67,7 @@ class CrashTest : public testing::Test {
         int started[2];
         ASSERT_EQ(::pipe(started), 0);
         const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
         if (child == 0)
             [&]() noexcept { Record(speed, SIZE_MAX, started[1]); }();
         ::close(started[1]);

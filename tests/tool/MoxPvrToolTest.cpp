@@ -76,8 +76,8 @@ TEST_F(MoxPvr, RecordsExactlyThePacketsOfAService) {
 }
 
 TEST_F(MoxPvr, SwapsATimeshiftBufferWithoutLosingOrDoublingAPacket) {
-    const Outcome run = Run("record " MOXPVR_SAMPLE " --speed 60 --service 1 --timeshift --out " +
-                            In("t.tsb") + " --swap-after 9 --swap-to " + In("kept.srf"));
+    const Outcome run = Run("record " MOXPVR_SAMPLE " --speed 20 --service 1 --timeshift --out " +
+                            In("t.tsb") + " --swap-after 5 --swap-to " + In("kept.srf"));
     ASSERT_EQ(run.exitCode, 0) << run.output;
     ExpectWhole(In("kept.srf"), kFirstService);
     EXPECT_TRUE(fs::exists(In("kept.inf")));
@@ -103,6 +103,10 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
         {record + "1 --out " + In("a"), 2, "three letters"},
         {record + "1 --out " + In("none/a.srf"), 1, "none' does not exist"},
         {record + "1 --swap-after 3 --out " + In("a.srf"), 2, "--swap-to"},
+        {record + "1 --timeshift --swap-after 3 --out " + In("a.tsb") + " --swap-to " +
+             In("./a.tsb"),
+         2, "buffer itself"},
+        {record + "1 --seconds 0 --out " + In("a.srf"), 2, "records nothing"},
         {"record " MOXPVR_SAMPLE, 2, "--service"},
     };
     for (const auto &row : rows) {

@@ -58,7 +58,10 @@ void Player::RunClock() {
             return;
         lock.unlock();
         const Clock::time_point now = Clock::now();
-        m_engine.Advance((now - played) * m_clockFactor);
+        try {
+            m_engine.Advance((now - played) * m_clockFactor);
+        } catch (...) {  // no memory for the index: the next tick tries again
+        }
         played = now;
         lock.lock();
     }

@@ -37,7 +37,8 @@ void Recording::LearnStretches(std::uint64_t size) {
         return;
     m_seenSize = size;
     const std::vector<ts::ChannelStretch> log = ts::ReadChannelLog(m_path);
-    for (; m_logged < log.size(); ++m_logged)
+    // A stretch without a packet yet may still be replaced by another one that begins there.
+    for (; m_logged < log.size() && log[m_logged].offset < size; ++m_logged)
         m_stretches.push_back(log[m_logged]);
     if (m_stretches.empty() && size >= m_nextScan)
         AdoptServiceFromPmt(size);

@@ -71,6 +71,7 @@ RecorderCode Recorder::Start() {
         return kRecorderAlreadyRunning;
     if (m_fileName.empty())
         return kRecorderNoSink;
+    m_state = State::Idle;
     lock.unlock();
     if (m_thread.joinable())
         m_thread.join();
@@ -86,6 +87,7 @@ RecorderCode Recorder::Start() {
         return kRecorderSinkFailed;
 
     lock.lock();
+    m_hasFile = session->WritesFile();
     m_changes = {};
     m_isStopping = false;
     m_stopResult = kRecorderOk;
@@ -127,7 +129,8 @@ RecorderCode Recorder::Stop() {
         m_isStopping = true;
         Wake();
     }
-    m_thread.join();
+    if (m_thread.joinable())
+        m_thread.join();
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_state = State::Idle;
     return wasRunning ? m_stopResult : kRecorderOk;
@@ -156,7 +159,7 @@ RecorderCode Recorder::Apply(const RecorderPropertyList &list) {
 RecorderCode Recorder::Swap(std::unique_lock<std::mutex> &lock, const std::string &path) {
     if (!IsRunning())
         return kRecorderNotRunning;
-    if (!m_isTimeshift)
+    if (!m_isTimeshift || !m_hasFile)
         return kRecorderNotTimeshift;
     m_swapResult.reset();
     m_changes.swapTo = path;
@@ -201,7 +204,7 @@ void Recorder::Run(RecordingSession &session) noexcept {
     try {
         Finish(session, Record(session));
     } catch (...) {
-        Finish(session, Next::SinkFailed);
+        Abandon();
     }
 }
 
@@ -315,6 +318,14 @@ void Recorder::Finish(RecordingSession &session, Next reason) {
         m_swapped.notify_all();
     }
     ReportEnd(session, reason);
+}
+
+/// Ends a recording for which memory ran out: nothing here needs any.
+void Recorder::Abandon() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_state = State::Ended;
+    m_stopResult = kRecorderOutOfResources;
+    m_swapped.notify_all();
 }
 
 void Recorder::ReportEnd(const RecordingSession &session, Next reason) {

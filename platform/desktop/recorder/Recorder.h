@@ -86,6 +86,7 @@ class Recorder : public PlatformObject {
     bool WaitForRoom(int descriptor);
     void PublishProgress(const RecordingSession &session);
     void Finish(RecordingSession &session, RecordingSession::Next reason);
+    void Abandon();
     void ReportEnd(const RecordingSession &session, RecordingSession::Next reason);
     void Report(TVCallbackType type, const MessagePtr &message);
 
@@ -103,6 +104,7 @@ class Recorder : public PlatformObject {
     std::optional<TvChannelInfo> m_channel;  ///< set last
     std::string m_fileName;
     bool m_isTimeshift = false;
+    bool m_hasFile = false;  ///< the running sink is a regular file, not a pipe or a device
     int m_limitMs = 0;
     std::optional<RecorderCode> m_swapResult;
     RecorderCode m_stopResult = kRecorderOk;

@@ -61,6 +61,7 @@ class RecordingSession {
     /// Takes the rest of what was read, then brings everything to the disk and closes.
     bool Finish();
 
+    bool WritesFile() const { return m_sink.IsRegular(); }
     Clock::time_point WakeTime() const { return m_wakeTime; }
     int SourceDescriptor() const { return m_source.Descriptor(); }
     std::int64_t PositionMs() const { return m_recorded.milliseconds(); }

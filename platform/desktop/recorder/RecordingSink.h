@@ -43,7 +43,8 @@ class RecordingSink {
     /// Brings everything to the disk and closes.
     bool Close();
 
-    std::uint64_t Size() const { return m_size; }  ///< bytes written
+    std::uint64_t Size() const { return m_size; }   ///< bytes written
+    bool IsRegular() const { return m_isRegular; }  ///< not a pipe or a device
     const std::string &Path() const { return m_path; }
 
   private:
