@@ -31,7 +31,7 @@ constexpr std::int64_t kChangeMs = 14'000;
 constexpr std::int64_t kLengthMs = 28'000;
 constexpr std::int64_t kSwapMs = 4'000;
 constexpr std::int64_t kShortMs = 8'000;
-constexpr std::int64_t kNearMs = 1'500;  ///< as far as a busy machine lets a clock run on
+constexpr std::int64_t kNearMs = 4'000;  ///< as far as a busy machine lets a clock run on
 constexpr milliseconds kTick(20);
 constexpr std::chrono::seconds kPatience(20);
 
