@@ -45,7 +45,8 @@ using EventSubscriber = std::function<void(const Event &)>;
 
 /// @return a number for Unsubscribe. Thread-safe.
 int Subscribe(EventSubscriber subscriber);
-/// After it returns the subscriber is not called any more, unless it is running on another thread.
+/// Events sent after it returns do not reach the subscriber; one that another thread is delivering
+/// at that moment still may.
 void Unsubscribe(int subscription);
 
 // --- Configuration -------------------------------------------------------------------------------
