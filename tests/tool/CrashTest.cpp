@@ -14,6 +14,7 @@
 
 #include "Recording.h"
 #include "ts/ChannelLog.h"
+#include "ts/PacketFilter.h"
 #include "ts/TsPacket.h"
 
 namespace tool {
@@ -45,6 +46,13 @@ class CrashTest : public testing::Test {
     }
     void TearDown() override { fs::remove_all(m_directory); }
 
+    static void WaitForProgress(Recording &recording, PvrService &service,
+                                std::int64_t milliseconds) {
+        const std::int64_t begin = recording.GetProgress().positionMs;
+        while (recording.GetProgress().positionMs < begin + milliseconds)
+            service.Take(std::chrono::milliseconds(1));
+    }
+
     /// Records a service after the other, for three seconds each.
     void Record(double speed, std::size_t changes, int started) const {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // should the test end first
@@ -54,9 +62,9 @@ class CrashTest : public testing::Test {
         recording.Begin(m_services[0], {m_path, false});
         EXPECT_EQ(::write(started, "", 1), 1);
         for (std::size_t next = 1;; ++next) {
-            const std::int64_t begin = recording.GetProgress().positionMs;
-            while (recording.GetProgress().positionMs < begin + 3000)
-                service.Take(std::chrono::milliseconds(1));
+            // The first news may still be of packets of the service before.
+            WaitForProgress(recording, service, 1);
+            WaitForProgress(recording, service, 3000);
             if (next > changes)
                 return recording.End();
             recording.ChangeTo(m_services[next % m_services.size()]);
@@ -79,36 +87,43 @@ class CrashTest : public testing::Test {
         ::close(started[0]);
     }
 
-    /// Whole packets of the source in its order, each of the service that the side file names. From
-    /// the last service's PMT on, when all its PIDs are programmed, none is missing. Tables and
-    /// parts of frames repeat to the byte: the place in the source is sure only from the next unit
-    /// on, which begins with its time stamp.
+    /// Whole packets of the source in its order, each of the service that the side file names. PIDs
+    /// are programmed and removed one by one, so a stretch may begin and end with some of them; of
+    /// each PID no packet is missing between those that are there. Tables and parts of frames
+    /// repeat to the byte: the place in the source is sure only from a unit's first packet on,
+    /// which has its time stamp.
     void ExpectPackets(const Bytes &recorded, const Log &log) const {
         std::size_t stretch = 0, source = 0;
-        bool hasPmt = false, isComplete = false;
+        PidTable seen, skipped;
+        bool isSure = false;
         for (std::size_t at = 0; at + kPacketSize <= recorded.size(); at += kPacketSize) {
-            while (stretch + 1 < log.size() && log[stretch + 1].offset <= at)
+            while (stretch + 1 < log.size() && log[stretch + 1].offset <= at) {
                 ASSERT_EQ(log[++stretch].offset % kPacketSize, 0U);
+                isSure = false;
+            }
             const auto &service = m_services[log[stretch].info.programNum - 1U];
-            const auto isOfService = [&](const std::uint8_t *packet) {
-                const int pid = Pid(packet);
-                return pid == kPatPid || pid == service.pmtPid ||
-                       std::any_of(service.streams.begin(), service.streams.end(),
-                                   [pid](const auto &stream) { return stream.pid == pid; });
-            };
-            ASSERT_TRUE(isOfService(&recorded[at]));
+            const int pid = Pid(&recorded[at]);
+            const bool isTable = pid == service.pmtPid || pid == kPatPid;
+            ASSERT_TRUE(isTable || std::any_of(service.streams.begin(), service.streams.end(),
+                                               [pid](const auto &one) { return one.pid == pid; }));
+            PidTable passed;
             const std::uint8_t *original = &m_source[source % m_source.size()];
             while (!std::equal(original, original + kPacketSize, &recorded[at])) {
-                ASSERT_FALSE(isComplete && isOfService(original)) << "a packet is missing";
+                passed.set(Pid(original));
                 source += kPacketSize;
                 ASSERT_LT(source, kRounds * m_source.size()) << "not of the source, in its order";
                 original = &m_source[source % m_source.size()];
             }
             source += kPacketSize;
-            const int pid = Pid(original);
-            hasPmt |= stretch + 1 == log.size() && pid == service.pmtPid;
-            const bool isTable = pid == service.pmtPid || pid == kPatPid;
-            isComplete |= hasPmt && !isTable && UnitStart(original);
+            if (isSure) {
+                skipped |= passed & seen;
+            } else {
+                isSure = !isTable && UnitStart(original);
+                seen.reset();
+                skipped.reset();
+            }
+            ASSERT_FALSE(skipped[pid]) << "a packet of PID " << pid << " is missing before " << at;
+            seen.set(pid);
         }
         ASSERT_LE(log.back().offset, recorded.size());
     }
