@@ -102,7 +102,7 @@ class CrashTest : public testing::Test {
                 isSure = false;
             }
             const auto &service = m_services[log[stretch].info.programNum - 1U];
-            const int pid = Pid(&recorded[at]);
+            const auto pid = Pid(&recorded[at]);
             const bool isTable = pid == service.pmtPid || pid == kPatPid;
             ASSERT_TRUE(isTable || std::any_of(service.streams.begin(), service.streams.end(),
                                                [pid](const auto &one) { return one.pid == pid; }));
@@ -184,7 +184,7 @@ TEST_F(CrashTest, LeavesWholePacketsAndASideFileThatAgrees) {
         const bool hasTables = tvdesktop::ScanServices(m_path).error.empty();
         ExpectSame(Repair(hasTables ? Outcome::Rebuilt : Outcome::Nothing), log, recorded);
         bytes += recorded.size();
-        torn += recorded.size() % kPacketSize != 0 ? 1 : 0;
+        torn += recorded.size() % kPacketSize != 0 ? 1U : 0U;
         stretches += log.size();
     }
     EXPECT_GT(stretches, kKills) << "no recording got as far as a change of service";
