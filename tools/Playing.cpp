@@ -14,7 +14,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::uint8_t kHandleNumber = 2;
+constexpr std::uint8_t kPlayerNumber = 2;
 
 /// Requests carry times in 32 bits.
 std::int32_t RequestTime(std::int64_t milliseconds) {
@@ -36,7 +36,7 @@ Playing::Playing(PvrService &service, const tvdesktop::PlayerOptions &options)
 
 void Playing::Open(const Source &source) {
     m_path = source.path;
-    m_service.Do(playback::SetHandle(kHandleNumber));
+    m_service.Do(playback::SetHandle(kPlayerNumber));
     m_service.Do(
         playback::SetProperty(source.path, RequestTime(source.fromMs), source.isTimeshift));
     m_service.Do(playback::Reset());  // SetProperty programs PIDs, this one their codecs

@@ -8,7 +8,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::uint8_t kHandleNumber = 1;
+constexpr std::uint8_t kRecorderNumber = 1;
 constexpr std::uint16_t kPatPid = 0;
 constexpr std::uint16_t kNullPid = 0x1FFF;  ///< as a PCR PID: the service has no PCR
 
@@ -88,7 +88,7 @@ Recording::Recording(PvrService &service, const tvdesktop::RecorderOptions &opti
 
 void Recording::Begin(const tvdesktop::Service &broadcast, const Sink &sink,
                       std::optional<std::int64_t> durationMs) {
-    m_service.Do(recorder::SetHandle(kHandleNumber, broadcast.id));
+    m_service.Do(recorder::SetHandle(kRecorderNumber, broadcast.id));
     m_service.Do(recorder::SetSinkProperty(sink));
     ProgramStreams(broadcast);
     if (durationMs)

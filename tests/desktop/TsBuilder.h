@@ -12,6 +12,8 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
+inline constexpr std::int64_t kMs = 27'000;  ///< a millisecond in ticks of a PCR
+
 /// Every call appends whole packets to `data`; continuity counters run per PID.
 class TsBuilder {
   public:

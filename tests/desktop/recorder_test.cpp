@@ -28,8 +28,6 @@ namespace {
 using namespace tvdesktop;
 using std::chrono::milliseconds;
 
-constexpr std::int64_t kMs = ts::kPcrHz / 1000;
-
 Bytes ReadFile(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(file), {});

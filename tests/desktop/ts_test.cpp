@@ -18,7 +18,6 @@ namespace ts = tvdesktop::ts;
 
 namespace {
 
-constexpr std::int64_t kMs = ts::kPcrHz / 1000;
 constexpr std::int64_t kWrap = (std::int64_t{1} << 33) * 300;
 
 std::string TempPath(const std::string &name) {

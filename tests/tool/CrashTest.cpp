@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -166,11 +167,18 @@ class CrashTest : public testing::Test {
     std::vector<tvdesktop::Service> m_services = ServicesOf(MOXPVR_SAMPLE);
 };
 
+/// @return how often to kill; MOXPVR_KILLS says it where every step takes its time
+unsigned long KillCount() {
+    const char *kills = std::getenv("MOXPVR_KILLS");
+    return kills != nullptr ? std::stoul(kills) : 50;
+}
+
 TEST_F(CrashTest, LeavesWholePacketsAndASideFileThatAgrees) {
-    constexpr unsigned int kSeed = 20, kKills = 50;
+    constexpr unsigned int kSeed = 20;
+    const unsigned long killCount = KillCount();
     std::mt19937 random(kSeed);
     std::size_t bytes = 0, torn = 0, stretches = 0;
-    for (unsigned int i = 0; i < kKills && !HasFailure(); ++i) {
+    for (unsigned long i = 0; i < killCount && !HasFailure(); ++i) {
         const bool isPaced = i % 2 == 0;
         const std::chrono::microseconds after(random() % (isPaced ? 300'000 : 30'000));
         SCOPED_TRACE("kill " + std::to_string(i) + ", " + std::to_string(after.count()) + " us");
@@ -187,8 +195,8 @@ TEST_F(CrashTest, LeavesWholePacketsAndASideFileThatAgrees) {
         torn += recorded.size() % kPacketSize != 0 ? 1U : 0U;
         stretches += log.size();
     }
-    EXPECT_GT(stretches, kKills) << "no recording got as far as a change of service";
-    std::cout << kKills << " kills with seed " << kSeed << ": " << bytes / 1024 << " KiB in "
+    EXPECT_GT(stretches, killCount) << "no recording got as far as a change of service";
+    std::cout << killCount << " kills with seed " << kSeed << ": " << bytes / 1024 << " KiB in "
               << stretches << " stretches, " << torn << " torn last packets\n";
 }
 
