@@ -10,9 +10,11 @@
 #include <utility>
 #include <vector>
 
+#include "ts/TsPacket.h"
+
 using Bytes = std::vector<std::uint8_t>;
 
-inline constexpr std::int64_t kMs = 27'000;  ///< a millisecond in ticks of a PCR
+inline constexpr std::int64_t kMs = tvdesktop::ts::kPcrHz / 1000;  ///< in ticks of a PCR
 
 /// Every call appends whole packets to `data`; continuity counters run per PID.
 class TsBuilder {

@@ -326,8 +326,9 @@ int FailureLines(const std::string &logs) {
     int lines = 0;
     std::istringstream stream(logs);
     for (std::string line; std::getline(stream, line);)
-        for (const char *pattern : {"log 16 *out of memory*", "log 16 *new*failed*"})
-            lines += g_pattern_match_simple(pattern, line.c_str()) ? 1 : 0;
+        if (g_pattern_match_simple("log 16 *out of memory*", line.c_str()) ||
+            g_pattern_match_simple("log 16 *new*failed*", line.c_str()))
+            ++lines;
     return lines;
 }
 
