@@ -12,6 +12,7 @@
 #include <fstream>
 
 #include "player/PlaybackEngine.h"
+#include "TemporaryFolder.h"
 #include "TsBuilder.h"
 
 namespace {
@@ -102,7 +103,7 @@ class PlayerTest : public testing::Test {
     }
 
     const std::filesystem::path m_folder =
-        std::filesystem::path(testing::TempDir()) /
+        std::filesystem::path(TemporaryFolder()) /
         testing::UnitTest::GetInstance()->current_test_info()->name();
     const std::string m_path = (m_folder / "recording.ts").string();
     const std::string m_first = Stretch(0x100);

@@ -19,6 +19,7 @@
 #include "recorder/RecordingSession.h"
 #include "recorder/StreamSelection.h"
 #include "system/PlatformObject.h"
+#include "TemporaryFolder.h"
 #include "ts/ChannelLog.h"
 #include "TsBuilder.h"
 #include "TvDesktop.h"
@@ -54,9 +55,8 @@ class RecorderTest : public testing::Test {
 
     void SetUp() override {
         const auto *test = testing::UnitTest::GetInstance()->current_test_info();
-        m_directory = testing::TempDir() + "recorder-" + test->name() + "/";
-        std::filesystem::remove_all(m_directory);
-        std::filesystem::create_directories(m_directory);
+        m_directory = TemporaryFolder() + "recorder-" + test->name() + "/";
+        std::filesystem::create_directory(m_directory);
     }
 
     void TearDown() override {
@@ -438,7 +438,7 @@ TEST_F(RecorderTest, PacesByThePcrAndLosesNothingAtAStop) {
 }
 
 TEST(Platform, LogsWholeLinesFromAnyThread) {
-    const std::string path = testing::TempDir() + "platform.log";
+    const std::string path = TemporaryFolder() + "platform.log";
     std::filesystem::remove(path);
     EXPECT_FALSE(SetLogFile("/no/such/place"));
     ASSERT_TRUE(SetLogFile(path));

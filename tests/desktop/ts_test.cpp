@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "TemporaryFolder.h"
 #include "ts/ChannelLog.h"
 #include "ts/DvbText.h"
 #include "ts/PacketFilter.h"
@@ -22,7 +23,7 @@ constexpr std::int64_t kWrap = (std::int64_t{1} << 33) * 300;
 
 std::string TempPath(const std::string &name) {
     const auto *test = testing::UnitTest::GetInstance()->current_test_info();
-    std::string path = testing::TempDir() + test->name() + "-" + name;
+    std::string path = TemporaryFolder() + test->name() + "-" + name;
     std::filesystem::remove(path);
     return path;
 }
@@ -154,7 +155,7 @@ TEST(PacketReader, FollowsAGrowingFileAndSeeksIntoPackets) {
     EXPECT_EQ(reader.Offset(), 2U * 188);
     reader.Seek(1'000'000);
     EXPECT_EQ(reader.Next(), nullptr);
-    EXPECT_FALSE(ts::PacketReader().Open(testing::TempDir()));
+    EXPECT_FALSE(ts::PacketReader().Open(TemporaryFolder()));
 }
 
 ts::ChannelStretch Stretch(std::int64_t timeMs, std::uint64_t offset, std::uint16_t program) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "InstanceTest.h"
+#include "TemporaryFolder.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ class UnreadableFileTest : public PlaybackTest {
 };
 
 TEST_F(UnreadableFileTest, LeavesTheOutputsAlone) {
-    const std::string directory = testing::TempDir() + "unreadable" + std::to_string(getpid());
+    const std::string directory = TemporaryFolder() + "unreadable";
     const std::string link = directory + ".inf";
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "InstanceTest.h"
+#include "TemporaryFolder.h"
 
 namespace {
 
@@ -13,7 +14,7 @@ class InformationFileTest : public PlaybackTest {
   protected:
     void SetUp() override {
         PlaybackTest::SetUp();
-        m_folder = testing::TempDir() + "inf-" +
+        m_folder = TemporaryFolder() + "inf-" +
                    testing::UnitTest::GetInstance()->current_test_info()->name() + '/';
         fs::create_directories(m_folder);
     }

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "Recording.h"
+#include "TemporaryFolder.h"
 #include "ts/ChannelLog.h"
 #include "ts/PacketFilter.h"
 #include "ts/TsPacket.h"
@@ -37,9 +38,8 @@ Bytes ReadFile(const std::string &path) {
 class CrashTest : public testing::Test {
   protected:
     void SetUp() override {
-        std::string pattern = testing::TempDir() + "crash-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_directory = pattern;
+        m_directory = TemporaryFolder() + "crash";
+        fs::create_directory(m_directory);
         m_path = m_directory + "/a.srf";
         std::ofstream source(m_directory + "/source.ts", std::ios::binary);
         for (std::size_t i = 0; i < kRounds; ++i)

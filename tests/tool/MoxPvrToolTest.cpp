@@ -8,6 +8,7 @@
 
 #include "Failure.h"
 #include "PacketFile.h"
+#include "TemporaryFolder.h"
 
 namespace tool {
 namespace {
@@ -22,9 +23,8 @@ struct Outcome {
 class MoxPvr : public testing::Test {
   protected:
     void SetUp() override {
-        std::string pattern = testing::TempDir() + "mox-pvr-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_directory = pattern;
+        m_directory = TemporaryFolder() + "mox-pvr";
+        fs::create_directory(m_directory);
         std::ofstream(In("no.ts")) << std::string(100'000, 'x');
     }
     void TearDown() override { fs::remove_all(m_directory); }
