@@ -465,6 +465,14 @@ TEST(Platform, LogsWholeLinesFromAnyThread) {
     EXPECT_EQ(count, 200);
 }
 
+TEST(Platform, LooksForNoPlugInOfGStreamerAndLeavesTheEnvironmentAlone) {
+    const char *const variable = "GST_REGISTRY_DISABLE";
+    const bool wasSet = std::getenv(variable) != nullptr;
+    DestroyRecorder(CreateRecorder({"source.ts", 0}));
+    EXPECT_EQ(gst_element_factory_find("fakesink"), nullptr) << "one that comes with GStreamer";
+    EXPECT_EQ(std::getenv(variable) != nullptr, wasSet);
+}
+
 TEST(Platform, DeliversEventsToWhoeverSubscribed) {
     std::uint8_t record[16] = {1, 2, 3};
     const MOXHandle handle{PROFILE_TYPE_RECORD, 7};

@@ -1,6 +1,5 @@
 // Every operation while memory runs out and while the platform fails.
 #include <gmock/gmock.h>
-#include <gst/gst.h>
 
 #include <fstream>
 #include <sstream>
@@ -8,6 +7,7 @@
 #include "AllocationFailure.h"
 #include "InstanceTest.h"
 #include "MoxPvrAPI.h"
+#include "StartGStreamer.h"
 
 namespace {
 
@@ -53,7 +53,7 @@ long DestroyAll() {
 long CallRecorder(TVCallbackType type) {
     static TvStreamAsmSoundCommand command{2};
     static GstMessage *message =
-        (gst_init(nullptr, nullptr),
+        (StartGStreamer(),
          gst_message_new_application(nullptr,
                                      gst_structure_new("pvr", "app_type", G_TYPE_INT, 4, nullptr)));
     const bool isCommand = type == TV_PLAYER_CALLBACK_ASM_COMMAND;

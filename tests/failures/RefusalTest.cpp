@@ -1,9 +1,9 @@
 // What is refused before the platform hears of it, and files that cannot be read.
-#include <gst/gst.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include "InstanceTest.h"
+#include "StartGStreamer.h"
 #include "TemporaryFolder.h"
 
 namespace {
@@ -53,7 +53,7 @@ TEST_F(UnreadableFileTest, LeavesTheOutputsAlone) {
 }
 
 TEST_F(PlaybackTest, AMessageWithoutAnErrorSendsNoEvent) {
-    gst_init(nullptr, nullptr);
+    StartGStreamer();
     GstMessage *message = gst_message_new_eos(nullptr);
     m_instance.ErrorCB(message);
     gst_message_unref(message);

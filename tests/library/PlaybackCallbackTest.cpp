@@ -1,14 +1,13 @@
 // Callbacks of a playback that no service routes: bus messages, missing records, other types.
-#include <gst/gst.h>
-
 #include "InstanceTest.h"
+#include "StartGStreamer.h"
 
 namespace {
 
 using PlaybackCallbackTest = PlaybackTest;
 
 TEST_F(PlaybackCallbackTest, UnderstandsBusMessages) {
-    gst_init(nullptr, nullptr);
+    StartGStreamer();
     Send(Request(1).U32(0x105));
     Fake().All();
     const auto post = [this](void (CMOXPVRPlayback::*handler)(GstMessage *), GstMessage *message) {

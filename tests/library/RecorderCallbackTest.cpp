@@ -1,13 +1,12 @@
 // What a recorder makes of its platform's messages, with real GStreamer messages.
-#include <gst/gst.h>
-
 #include "InstanceTest.h"
+#include "StartGStreamer.h"
 
 namespace {
 
 class RecorderCallbackTest : public RecorderTest {
   protected:
-    static void SetUpTestSuite() { gst_init(nullptr, nullptr); }
+    static void SetUpTestSuite() { StartGStreamer(); }
 
     void SetUp() override {
         RecorderTest::SetUp();

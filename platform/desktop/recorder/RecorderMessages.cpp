@@ -3,9 +3,31 @@
 #include <new>
 
 namespace tvdesktop {
+namespace {
+
+/// Messages need none of the machine's plug-ins. Looking for them would take most of a second at
+/// the first start, run their code, and write into the user's cache. A choice that the user made in
+/// the environment stays; what is set here lasts for the start alone, as others read it too.
+bool InitGStreamer() {
+    const char *const variable = "GST_REGISTRY_DISABLE";
+    const bool isChosen = g_getenv(variable) != nullptr;
+    g_setenv(variable, "yes", FALSE);
+    const bool isReady = gst_init_check(nullptr, nullptr, nullptr) != FALSE;
+    if (!isChosen)
+        g_unsetenv(variable);
+    return isReady;
+}
+
+/// A program that needs plug-ins has started GStreamer itself before.
+bool StartGStreamer() {
+    static const bool isReady = gst_is_initialized() != FALSE || InitGStreamer();
+    return isReady;
+}
+
+}  // namespace
 
 RecorderMessages::RecorderMessages() : m_source(nullptr) {
-    if (gst_init_check(nullptr, nullptr, nullptr) == FALSE)
+    if (!StartGStreamer())
         throw std::bad_alloc();
     m_source = GST_OBJECT(gst_object_ref_sink(gst_bin_new("desktop-recorder")));
 }
