@@ -72,14 +72,16 @@ std::optional<StreamPropertyList> ReadStreamProperties(int id, std::va_list valu
         const Rule *rule = RuleOf(id);
         if (rule == nullptr || list.size() == kMostPairs)
             return std::nullopt;
+        StreamProperty &property = list.emplace_back();
+        property.id = id;
         if (!std::holds_alternative<std::string PlaybackSource::*>(rule->place)) {
-            list.push_back({id, va_arg(values, int)});
+            property.value = va_arg(values, int);
             continue;
         }
         const char *text = va_arg(values, const char *);
         if (text == nullptr)
             return std::nullopt;
-        list.push_back({id, std::string(text)});
+        property.value.emplace<std::string>(text);
     }
     return list;
 }
