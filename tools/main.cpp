@@ -64,7 +64,15 @@ void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
                         .application_index(0))
         ->type_name("N|NAME");
     app.add_flag("--show-requests", options.showRequests,
-                 "Show every request and reply in hexadecimal");
+                 "Show requests and replies in hexadecimal, one that is repeated at once only the "
+                 "first time");
+}
+
+/// What a TIME of a verb's options is.
+void ExplainTime(CLI::App &verb) {
+    verb.footer(
+        "TIME is seconds, mm:ss or h:mm:ss, with a fraction or without: 90, 1:30, 1:30.5\n\n" +
+        verb.get_footer());
 }
 
 CLI::App *AddServices(CLI::App &app, std::string &input) {
@@ -93,6 +101,7 @@ CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
         ->type_name("TIME");
     verb->add_option("--swap-to", options.swapTo, "That recording")->type_name("FILE");
     verb->add_flag("--force", options.force, "Replace existing files");
+    ExplainTime(*verb);
     return verb;
 }
 
@@ -122,6 +131,7 @@ CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
         "  .           one picture\n"
         "  a           audio description on, off\n"
         "  q           stop");
+    ExplainTime(*verb);
     return verb;
 }
 
