@@ -18,7 +18,7 @@ inline const std::string &TemporaryFolder() {
     class Folder {
       public:
         Folder() {
-            std::string pattern = testing::TempDir() + "moxpvr-XXXXXX";
+            std::string pattern = std::filesystem::absolute(testing::TempDir()) / "moxpvr-XXXXXX";
             if (mkdtemp(pattern.data()) == nullptr)
                 throw std::system_error(errno, std::generic_category(), pattern);
             path = pattern + '/';

@@ -22,8 +22,18 @@ struct Outcome {
 
 class MoxPvr : public testing::Test {
   protected:
+    static void SetUpTestSuite() {
+        fs::current_path(TemporaryFolder());
+        fs::create_symlink(MOXPVR_TOOL_FILE, "mox-pvr");
+        fs::create_symlink(MOXPVR_SAMPLE_FILE, MOXPVR_SAMPLE);
+    }
+    static void TearDownTestSuite() {
+        fs::remove("mox-pvr");
+        fs::remove(MOXPVR_SAMPLE);
+    }
+
     void SetUp() override {
-        m_directory = TemporaryFolder() + "mox-pvr";
+        m_directory = TemporaryFolder() + "files";
         fs::create_directory(m_directory);
         std::ofstream(In("no.ts")) << std::string(100'000, 'x');
     }
