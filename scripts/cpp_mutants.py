@@ -122,7 +122,7 @@ class Source:
                 i = self.partner[i] + 2
             else:
                 break
-        return self.word(i) in ASSIGNMENT or self.word(i) in ("(", "++", "--", ";")
+        return self.word(i) in ASSIGNMENT or self.word(i) in ("(", "++", "--")
 
     def is_comparison(self, opening):
         """Whether brackets hold a single comparison: another comparison is its negation then."""
