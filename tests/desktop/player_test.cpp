@@ -6,10 +6,12 @@
 #include <TVPlayerDataUtil.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <condition_variable>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "player/PlaybackEngine.h"
 #include "TemporaryFolder.h"
@@ -88,6 +90,8 @@ class PlayerTest : public testing::Test {
             AnswerCrossing(message.timeCode);
         else if (type == TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE && std::exchange(m_isChanging, false))
             m_engine.Seek(m_recoverTime, m_rate);
+        if (m_then)
+            m_then();
     }
 
     /// The way the PVR library answers a border; the next unmute brings it back to there.
@@ -114,6 +118,7 @@ class PlayerTest : public testing::Test {
     bool m_isChanging = false;
     double m_rate = 1.0;
     int m_recoverTime = 0;
+    std::function<void()> m_then;  ///< what a callback does besides
 };
 
 TEST_F(PlayerTest, EveryRateCrossesABorderOnceAndComesBackToIt) {
@@ -308,6 +313,24 @@ TEST_F(PlayerTest, UnusableSourcesAndCallsAreRefused) {
     EXPECT_EQ(m_engine.Seek(0, NAN), kPlayerBadArgument);
 }
 
+TEST_F(PlayerTest, TheStateIsToldWhileARecordingIsOpened) {
+    std::filesystem::resize_file(m_path,
+                                 std::uintmax_t{1} << 26);  // a hole that takes time to read
+    std::atomic<bool> isOpen = false;
+    std::thread opening([&] {
+        Set({{104, 0x111}, {801, m_path}});
+        isOpen = true;
+    });
+    while (m_engine.State().videoPid != 0x111 && !isOpen)
+        std::this_thread::yield();
+    long long position = 0;
+    EXPECT_EQ(m_engine.GetPosition(&position, &position), kPlayerNoSource);
+    EXPECT_FALSE(m_engine.NeedsTime());
+    EXPECT_FALSE(isOpen) << "the state came when the recording was open";
+    opening.join();
+    EXPECT_EQ(m_engine.State().durationMs, kEnd);
+}
+
 // --- Through the platform's own calls ------------------------------------------------------------
 
 using PlayerHandle = std::unique_ptr<void, decltype(&DestroyPlayer)>;
@@ -377,6 +400,31 @@ TEST_F(PlayerTest, CallbacksMayCallEverything) {
     ASSERT_TRUE(waitFor(0));
     EXPECT_EQ(heard, (std::vector<int>{31, 16, -3, 16, 0}));
     EXPECT_EQ(tv_player_set_position(player.get(), kEnd - 1000, -1.0), kPlayerOk);
+}
+
+TEST_F(PlayerTest, WhatCallbacksCauseHoldsNobodyUp) {
+    int retries = 0;
+    m_then = [&] {
+        if (++retries < 1000)
+            m_engine.Ready();
+    };
+    m_engine.Ready();
+    Play(100);
+    EXPECT_EQ(Heard(), "31/1") << "the answer to a retry inside a callback waits for the next tick";
+    Play(100);
+    EXPECT_EQ(Heard(), "31/1");
+
+    std::atomic<int> heard = 0;
+    void *player = CreatePlayer({});
+    SetPlayerCallback(player, [&](TVCallbackType, const PlayerMessage &) {
+        ++heard;
+        DestroyPlayer(player);  // refused here
+        EXPECT_EQ(tv_player_ready(player), kPlayerNoSource);
+    });
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(tv_player_ready(player), kPlayerNoSource);
+    DestroyPlayer(player);
+    EXPECT_GE(heard, 3) << "pending when the end was asked for";
 }
 
 TEST(PlaybackServicesTest, CodecsAreConvertedAndUserDataIsFollowedPerHandle) {

@@ -233,7 +233,8 @@ void *CreatePlayer(const PlayerOptions &options);
 /// @return the stream of a player for tv_stream_*; lives as long as the player
 void *StreamOf(void *player);
 void SetPlayerCallback(void *player, PlayerCallback callback);
-/// Stops it if it runs; no callback runs after it. Not from inside a callback.
+/// Stops it if it runs. What was reported before is still delivered, nothing that callbacks cause
+/// meanwhile; no callback runs after it. Does nothing inside a callback.
 void DestroyPlayer(void *player);
 
 /// What the viewer would see and hear, and what was programmed last. Values that were never set
@@ -241,7 +242,9 @@ void DestroyPlayer(void *player);
 struct PlayerState {
     enum class Run { Stopped, Ready, Playing, Paused };
     Run run = Run::Stopped;
-    double rate = 1.0;
+    double rate = 1.0;          ///< at which it plays, whatever was asked for
+    std::uint16_t program = 0;  ///< of the channel stretch that plays, 0 when none is known; at a
+                                ///< border the direction decides which one it is
     std::int64_t positionMs = 0;
     std::int64_t durationMs = 0;
     int videoPid = -1;
@@ -265,8 +268,13 @@ struct PlayerState {
     bool waitingForUnmute = false;  ///< no decodable unit found yet on the programmed PIDs
 };
 
-/// Thread-safe.
+/// Never waits for a recording that is being opened or searched: then it answers what was known
+/// before. So does tv_player_get_position. Thread-safe.
 PlayerState GetPlayerState(void *player);
+
+/// @return true while a recorder of this machine writes to the source: it holds the file's lock
+///         (flock), also after a swap gave the file another name. Thread-safe.
+bool IsSourceBeingWritten(void *player);
 
 /// Times and channel information of the stretches of the source, as far as it is known.
 struct ChannelStretchInfo {

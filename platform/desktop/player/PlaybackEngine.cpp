@@ -42,16 +42,12 @@ bool IsStreamPid(int pid) {
 // --- Source and properties -----------------------------------------------------------------------
 
 int PlaybackEngine::SetProperties(const StreamPropertyList &list) {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     const Decoded before = DecodedStream();
     ApplyStreamProperties(list, m_state, m_source);
     if (Sets(list, TV_PROPERTY_PVRSRC_URI)) {
-        m_recording.reset();
-        m_pending.clear();
-        m_state.run = Run::Stopped;
-        m_state.rate = 1.0;
-        m_state.sourceMuted = true;
-        m_state.waitingForUnmute = false;
+        LeaveSource();
+        Publish();
         Open();
         Place(m_source.startMs, 1.0);
     }
@@ -59,6 +55,15 @@ int PlaybackEngine::SetProperties(const StreamPropertyList &list) {
     if (after.kind != before.kind || after.pid != before.pid)
         ExpectUnit();
     return kPlayerOk;
+}
+
+void PlaybackEngine::LeaveSource() {
+    m_recording.reset();
+    Forget();
+    Place(0, 1.0);
+    m_state.run = Run::Stopped;
+    m_state.sourceMuted = true;
+    m_state.waitingForUnmute = false;
 }
 
 bool PlaybackEngine::Open() {
@@ -73,7 +78,7 @@ bool PlaybackEngine::Open() {
 }
 
 int PlaybackEngine::ChannelInfoAt(std::int64_t time, TvChannelInfo **info) {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     if (info == nullptr)
         return kPlayerBadArgument;
     *info = nullptr;
@@ -85,7 +90,7 @@ int PlaybackEngine::ChannelInfoAt(std::int64_t time, TvChannelInfo **info) {
 }
 
 int PlaybackEngine::SetAudioDescription(bool enabled, int pid) {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     if (enabled)
         m_state.adPid = pid;
     m_state.adEnabled = enabled;
@@ -93,14 +98,14 @@ int PlaybackEngine::SetAudioDescription(bool enabled, int pid) {
 }
 
 int PlaybackEngine::Set3dFormat(int mode, int format) {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     m_state.threeDMode = mode;
     m_state.threeDFormat = format;
     return kPlayerOk;
 }
 
 int PlaybackEngine::Set3dMode(int mode, int subVideoPid) {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     m_state.threeDMode = mode;
     m_state.subVideoPid = subVideoPid;
     return kPlayerOk;
@@ -109,7 +114,7 @@ int PlaybackEngine::Set3dMode(int mode, int subVideoPid) {
 // --- Transport -----------------------------------------------------------------------------------
 
 int PlaybackEngine::Ready() {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     const bool wasStopped = m_state.run == Run::Stopped;
     if (const int failure = Prepare(); failure != kPlayerOk)
         return failure;
@@ -122,7 +127,7 @@ int PlaybackEngine::Ready() {
 }
 
 int PlaybackEngine::Start() {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     if (m_state.run == Run::Playing || m_state.run == Run::Paused)
         return kPlayerWrongState;
     if (const int failure = Prepare(); failure != kPlayerOk)
@@ -150,22 +155,22 @@ int PlaybackEngine::Fail(int errorCode, int result) {
     m_state.waitingForUnmute = false;
     PlayerMessage message;
     message.errCode = errorCode;
-    m_pending.push_back({TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR, message});
+    Post(TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR, message);
     return result;
 }
 
 int PlaybackEngine::Stop() {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     m_state.run = Run::Stopped;
     m_state.rate = 1.0;
     m_state.waitingForUnmute = false;
     m_left = 0;
-    m_pending.clear();
+    Forget();
     return kPlayerOk;
 }
 
 int PlaybackEngine::Pause() {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     if (m_state.run == Run::Stopped)
         return kPlayerWrongState;
     m_state.run = Run::Paused;
@@ -173,7 +178,7 @@ int PlaybackEngine::Pause() {
 }
 
 int PlaybackEngine::Resume() {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     if (m_state.run == Run::Stopped)
         return kPlayerWrongState;
     m_state.run = Run::Playing;
@@ -181,7 +186,7 @@ int PlaybackEngine::Resume() {
 }
 
 int PlaybackEngine::Step() {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     if (m_state.run == Run::Stopped)
         return kPlayerWrongState;
     const Decoded decoded = DecodedStream();
@@ -206,7 +211,7 @@ int PlaybackEngine::Step() {
 }
 
 int PlaybackEngine::SetSpeed(double rate) {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     if (!IsRate(rate))
         return kPlayerBadArgument;
     if (m_state.run == Run::Stopped)
@@ -219,40 +224,52 @@ int PlaybackEngine::SetSpeed(double rate) {
 }
 
 int PlaybackEngine::Seek(std::int64_t position, double rate) {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     if (!IsRate(rate))
         return kPlayerBadArgument;
     if (m_state.run == Run::Stopped)
         return kPlayerWrongState;
     if (!FollowFile())
         return kPlayerNoSource;
-    m_pending.clear();  // nothing of the old place is reported any more
+    Forget();
     PlayFrom(static_cast<double>(position), rate);
     return kPlayerOk;
 }
 
+/// While another thread works on the recording, its position is the one that was published last.
 int PlaybackEngine::GetPosition(long long *position, long long *duration) {
-    const Lock lock(m_mutex);
     if (position == nullptr || duration == nullptr)
         return kPlayerBadArgument;
-    if (!m_recording)
+    if (const Work work(*this, std::try_to_lock); work.Began() && m_recording)
+        FollowFile();
+    const Lock lock(m_shownMutex);
+    if (!m_hasShownSource)
         return kPlayerNoSource;
-    FollowFile();
-    *position = static_cast<long long>(m_position);
-    *duration = static_cast<long long>(Duration());
+    *position = m_shown.positionMs;
+    *duration = m_shown.durationMs;
     return kPlayerOk;
 }
 
-PlayerState PlaybackEngine::State() {
-    const Lock lock(m_mutex);
-    PlayerState state = m_state;
-    state.positionMs = static_cast<std::int64_t>(m_position);
-    state.durationMs = static_cast<std::int64_t>(Duration());
-    return state;
+PlayerState PlaybackEngine::State() const {
+    const Lock lock(m_shownMutex);
+    return m_shown;
+}
+
+void PlaybackEngine::Publish() {
+    const Lock lock(m_shownMutex);
+    m_shown = m_state;
+    m_shown.positionMs = static_cast<std::int64_t>(m_position);
+    m_shown.durationMs = static_cast<std::int64_t>(Duration());
+    m_shown.program = m_recording && m_stretch < m_recording->StretchCount()
+                          ? m_recording->InfoOf(m_stretch).programNum
+                          : 0;
+    m_hasShownSource = m_recording != nullptr;
+    m_showsNeedOfTime = m_state.run == Run::Playing || !m_pending.empty() ||
+                        (m_state.run == Run::Paused && m_state.waitingForUnmute);
 }
 
 std::vector<ChannelStretchInfo> PlaybackEngine::Stretches() {
-    const Lock lock(m_mutex);
+    const Work work(*this);
     std::vector<ChannelStretchInfo> stretches;
     for (std::size_t i = 0; m_recording && i < m_recording->StretchCount(); ++i) {
         const auto begin = static_cast<std::int64_t>(m_recording->StretchBegin(i));
@@ -261,32 +278,57 @@ std::vector<ChannelStretchInfo> PlaybackEngine::Stretches() {
     return stretches;
 }
 
+bool PlaybackEngine::IsSourceBeingWritten() {
+    const Work work(*this);
+    return m_recording && m_recording->IsBeingWritten();
+}
+
 // --- Clock ---------------------------------------------------------------------------------------
 
 void PlaybackEngine::Advance(Milliseconds elapsed) {
     {
-        const Lock lock(m_mutex);
+        const Work work(*this);
         const bool isRunning = m_state.run == Run::Playing || m_state.run == Run::Paused;
         if (isRunning && FollowFile())
             LookForUnit();
         m_left = elapsed.count();
+        m_due = m_pending.size();
     }
     while (const std::optional<Message> message = NextMessage())
         m_deliver(message->type, message->content);
 }
 
-bool PlaybackEngine::NeedsTime() {
-    const Lock lock(m_mutex);
-    return m_state.run == Run::Playing || !m_pending.empty() ||
-           (m_state.run == Run::Paused && m_state.waitingForUnmute);
+bool PlaybackEngine::NeedsTime() const {
+    const Lock lock(m_shownMutex);
+    return m_showsNeedOfTime;
 }
 
+void PlaybackEngine::Close() {
+    const Work work(*this);
+    m_isClosed = true;
+}
+
+void PlaybackEngine::Post(TVCallbackType type, const PlayerMessage &message) {
+    if (!m_isClosed)
+        m_pending.push_back({type, message});
+}
+
+/// Nothing of the old place is reported any more.
+void PlaybackEngine::Forget() {
+    m_pending.clear();
+    m_due = 0;
+}
+
+/// @return what was pending when the running Advance began, then what the clock runs into
 std::optional<PlaybackEngine::Message> PlaybackEngine::NextMessage() {
-    const Lock lock(m_mutex);
-    if (m_pending.empty())
+    const Work work(*this);
+    if (m_pending.empty()) {
         RunClock();
-    if (m_pending.empty())
+        m_due = m_pending.size();
+    }
+    if (m_due == 0)
         return std::nullopt;
+    --m_due;
     const Message message = m_pending.front();
     m_pending.pop_front();
     return message;
@@ -336,7 +378,7 @@ void PlaybackEngine::CrossInto(std::size_t stretch, std::size_t border) {
     PlayerMessage message;
     message.subEventType = kChannelChanged;
     message.timeCode = static_cast<int>(m_position);
-    m_pending.push_back({TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message});
+    Post(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message);
 }
 
 /// Stays at an end of the recording. The rate is kept: the file may grow, and what a service thinks
@@ -349,7 +391,7 @@ void PlaybackEngine::ReachEdge(Edge edge) {
     PlayerMessage message;
     message.subEventType = edge == Edge::End ? kEndReached : kBeginReached;
     message.timeCode = static_cast<int>(m_position);
-    m_pending.push_back({TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message});
+    Post(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message);
 }
 
 void PlaybackEngine::Place(double position, double rate) {
@@ -419,9 +461,8 @@ void PlaybackEngine::LookForUnit() {
         return;
     m_state.waitingForUnmute = false;
     const bool isVideo = decoded.kind == UnitKind::Video;
-    m_pending.push_back(
-        {isVideo ? TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE : TV_PLAYER_CALLBACK_AUDIODEC_AUDIO_INFO_LOCK,
-         {}});
+    Post(isVideo ? TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE : TV_PLAYER_CALLBACK_AUDIODEC_AUDIO_INFO_LOCK,
+         {});
 }
 
 }  // namespace tvdesktop

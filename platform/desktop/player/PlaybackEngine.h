@@ -25,7 +25,10 @@ namespace tvdesktop {
 /// playback reports is delivered from inside Advance, with no lock held. So the deliverer may call
 /// every operation, and the order of what happens depends on nothing but the calls.
 ///
-/// Operations answer a PlayerResult. Threads: thread-safe, but one thread at a time in Advance.
+/// Operations answer a PlayerResult. One at a time works on the recording, which takes as long as
+/// the disk does; State and NeedsTime never wait for it: they answer what was published last.
+///
+/// Threads: thread-safe, but one thread at a time in Advance.
 class PlaybackEngine {
   public:
     using Milliseconds = std::chrono::duration<double, std::milli>;
@@ -49,15 +52,20 @@ class PlaybackEngine {
     int Seek(std::int64_t position, double rate);
     int GetPosition(long long *position, long long *duration);
 
-    PlayerState State();
+    PlayerState State() const;
     std::vector<ChannelStretchInfo> Stretches();
+    bool IsSourceBeingWritten();
 
-    /// Lets stream time pass, in steps from border to border; what is left of the step when a
-    /// callback moves the playback is not played.
+    /// Delivers what is pending and lets stream time pass, in steps from border to border; what is
+    /// left of the step when a callback moves the playback is not played. What callbacks cause is
+    /// delivered by the next call, so that none takes for ever.
     void Advance(Milliseconds elapsed);
 
     /// @return false while Advance would do nothing
-    bool NeedsTime();
+    bool NeedsTime() const;
+
+    /// From now on nothing is reported any more but what is pending.
+    void Close();
 
   private:
     using Lock = std::lock_guard<std::mutex>;
@@ -72,7 +80,32 @@ class PlaybackEngine {
         int pid;  ///< -1: nothing to decode
     };
 
-    // All of these run with the mutex held.
+    /// Works on the recording, alone, and publishes at the end what came of it.
+    class Work {
+      public:
+        explicit Work(PlaybackEngine &engine) : m_engine(engine), m_lock(engine.m_workMutex) {}
+        /// Begins only when nobody else works.
+        Work(PlaybackEngine &engine, std::try_to_lock_t whenFree)
+            : m_engine(engine), m_lock(engine.m_workMutex, whenFree) {}
+        ~Work() {
+            if (Began())
+                m_engine.Publish();
+        }
+        Work(const Work &) = delete;
+        Work &operator=(const Work &) = delete;
+
+        bool Began() const { return m_lock.owns_lock(); }
+
+      private:
+        PlaybackEngine &m_engine;
+        const std::unique_lock<std::mutex> m_lock;
+    };
+
+    // All of these run inside Work.
+    void Publish();
+    void LeaveSource();
+    void Post(TVCallbackType type, const PlayerMessage &message);
+    void Forget();
     bool Open();
     int Prepare();
     int Fail(int errorCode, int result);
@@ -92,7 +125,13 @@ class PlaybackEngine {
     std::optional<Message> NextMessage();
 
     const Deliver m_deliver;
-    std::mutex m_mutex;  ///< guards all that follows
+
+    mutable std::mutex m_shownMutex;  ///< never held while something is read; guards what is shown:
+    PlayerState m_shown;
+    bool m_hasShownSource = false;
+    bool m_showsNeedOfTime = false;
+
+    std::mutex m_workMutex;  ///< guards all that follows
     std::unique_ptr<Recording> m_recording;
     PlaybackSource m_source;
     PlayerState m_state;        ///< `run`, `rate` and the programmed values; the rest is computed
@@ -103,6 +142,8 @@ class PlaybackEngine {
     double m_lookedFrom = 0;    ///< stretch of time that was searched without a unit; see
     double m_lookedTo = 0;      ///< LookForUnit
     std::deque<Message> m_pending;
+    std::size_t m_due = 0;  ///< how many of them the running Advance delivers
+    bool m_isClosed = false;
 };
 
 }  // namespace tvdesktop

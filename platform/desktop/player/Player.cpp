@@ -25,6 +25,7 @@ Player::~Player() {
         const std::lock_guard<std::mutex> lock(m_clockMutex);
         m_isEnding = true;
     }
+    m_engine.Close();
     m_wake.notify_one();
     m_clock.join();
 }
@@ -42,6 +43,11 @@ void Player::Wake() {
     m_wake.notify_one();
 }
 
+void Player::Advance(PlaybackEngine::Milliseconds elapsed) try {
+    m_engine.Advance(elapsed);
+} catch (...) {  // no memory for the index: the next tick tries again
+}
+
 /// Time in which nothing plays does not pass for the engine; all other time does, also what Advance
 /// itself takes, so that playback keeps step with the clock on the wall.
 void Player::RunClock() {
@@ -55,16 +61,15 @@ void Player::RunClock() {
             continue;
         }
         if (m_wake.wait_for(lock, kTick, [this] { return m_isEnding; }))
-            return;
+            break;
         lock.unlock();
         const Clock::time_point now = Clock::now();
-        try {
-            m_engine.Advance((now - played) * m_clockFactor);
-        } catch (...) {  // no memory for the index: the next tick tries again
-        }
+        Advance((now - played) * m_clockFactor);
         played = now;
         lock.lock();
     }
+    lock.unlock();
+    Advance(PlaybackEngine::Milliseconds::zero());  // delivers what is pending
 }
 
 void Player::Deliver(TVCallbackType type, const PlayerMessage &message) try {
@@ -95,7 +100,9 @@ void SetPlayerCallback(void *player, PlayerCallback callback) {
 }
 
 void DestroyPlayer(void *player) {
-    delete ObjectAs<Player>(player);
+    Player *target = ObjectAs<Player>(player);
+    if (target != nullptr && !target->IsCallingBack())
+        delete target;
 }
 
 PlayerState GetPlayerState(void *player) {
@@ -106,6 +113,13 @@ PlayerState GetPlayerState(void *player) {
 std::vector<ChannelStretchInfo> GetChannelStretches(void *player) {
     Player *source = ObjectAs<Player>(player);
     return source == nullptr ? std::vector<ChannelStretchInfo>{} : source->engine().Stretches();
+}
+
+bool IsSourceBeingWritten(void *player) try {
+    Player *source = ObjectAs<Player>(player);
+    return source != nullptr && source->engine().IsSourceBeingWritten();
+} catch (...) {
+    return false;
 }
 
 }  // namespace tvdesktop

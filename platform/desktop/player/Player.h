@@ -25,7 +25,8 @@ struct Stream : PlatformObject {
 };
 
 /// Drives a PlaybackEngine with the machine's monotonic clock, on a thread of its own that lives as
-/// long as the player. The user's callback runs on that thread, without a lock held.
+/// long as the player. The user's callback runs on that thread, without a lock held. The destructor
+/// lets it hear what is pending and ends.
 ///
 /// Threads: thread-safe, except that the destructor must not run inside a callback.
 class Player : public PlatformObject {
@@ -43,8 +44,12 @@ class Player : public PlatformObject {
     /// Lets the clock thread see what a command has changed.
     void Wake();
 
+    /// @return whether the caller runs inside a callback
+    bool IsCallingBack() const { return std::this_thread::get_id() == m_clock.get_id(); }
+
   private:
     void RunClock();
+    void Advance(PlaybackEngine::Milliseconds elapsed);
     void Deliver(TVCallbackType type, const PlayerMessage &message);
 
     const double m_clockFactor;

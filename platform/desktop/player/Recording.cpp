@@ -1,5 +1,7 @@
 #include "player/Recording.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <TvDesktop.h>
 
 #include <algorithm>
@@ -12,6 +14,7 @@ bool Recording::Open(const std::string &path) {
     if (!std::filesystem::is_regular_file(path, error))
         return false;
     m_path = path;
+    m_lock = FileDescriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     return m_tail.Open(path) && m_search.Open(path);
 }
 
@@ -30,6 +33,14 @@ bool Recording::Follow() {
         m_end = m_tail.Offset() + ts::kPacketSize;
     }
     return true;
+}
+
+/// A lock that is free is given back at once.
+bool Recording::IsBeingWritten() const {
+    if (::flock(m_lock.Get(), LOCK_SH | LOCK_NB) != 0)
+        return errno == EWOULDBLOCK;
+    ::flock(m_lock.Get(), LOCK_UN);
+    return false;
 }
 
 void Recording::LearnStretches(std::uint64_t size) {

@@ -38,6 +38,9 @@ class Recording {
     /// @return false when the file has become shorter than what was read from it
     bool Follow();
 
+    /// @return whether a recorder holds the file; it locks what it writes
+    bool IsBeingWritten() const;
+
     /// @return false while no PCR was found
     bool HasStreamTime() const { return !m_points.empty(); }
     double Duration() const { return m_points.empty() ? 0.0 : m_points.back().time; }
@@ -73,6 +76,7 @@ class Recording {
     std::uint64_t OffsetBehind(double time) const;
 
     std::string m_path;
+    FileDescriptor m_lock;      ///< asks for the recorder's lock
     ts::PacketReader m_tail;    ///< reads on at the end of what is indexed
     ts::PacketReader m_search;  ///< jumps
     ts::StreamClock m_clock;
