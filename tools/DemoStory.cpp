@@ -322,21 +322,24 @@ void DemoStory::RecordUntil(Recording &recording, std::int64_t positionMs) {
          now.positionMs < positionMs && !Contains(m_events, kRecordingEnded);
          now = recording.GetProgress()) {
         if (StopRequested())
-            throw Failure("Interrupted.");
+            throw Failure("interrupted");
         if (steady_clock::now() > deadline)
-            throw Failure("The recorder stands still.");
+            throw Failure("the recorder does not move on from " + TimeText(now.positionMs));
         m_console.terminal.Status("  recording " + TimeText(now.positionMs) + " " +
                                   Bar(now.positionMs, kLengthMs));
         Show(m_service.Take(kTick));
     }
     Show(m_service.Take(milliseconds(0)));
+    if (const Progress now = recording.GetProgress(); now.positionMs < positionMs)
+        throw Failure("the stream is too short for the demo: it ends after " +
+                      TimeText(now.positionMs) + ", the story takes " + TimeText(kLengthMs));
 }
 
 bool DemoStory::Watch(Playing &playing, const Ending &isOver) {
     const auto deadline = steady_clock::now() + kPatience;
     while (steady_clock::now() < deadline) {
         if (StopRequested())
-            throw Failure("Interrupted.");
+            throw Failure("interrupted");
         const Events events = playing.Take(kTick);
         Show(events);
         if (isOver(events))
@@ -394,8 +397,7 @@ void DemoStory::ExpectSourcePackets(const std::string &path) {
 void DemoStory::ExpectProgrammed(const std::string &what, Playing &playing,
                                  const Service &broadcast) {
     const tvdesktop::PlayerState state = playing.State();
-    m_console.terminal.Line("  state   " + TimeText(state.positionMs) + " " +
-                            PlayerText(state, playing.ProgramAt(state.positionMs)));
+    m_console.terminal.Line("  state   " + TimeText(state.positionMs) + " " + PlayerText(state));
     m_report.Expect(what, DecodersFor(broadcast), DecodersAre(state));
 }
 

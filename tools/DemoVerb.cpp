@@ -1,4 +1,6 @@
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 #include "DemoStory.h"
@@ -32,7 +34,7 @@ DemoCast ChooseCast(const std::vector<tvdesktop::Service> &services) {
                              service.First(StreamKind::AudioDescription) != nullptr)))
             cast.first = service;
     if (!cast.first)
-        throw Failure("The demo needs a stream with a television service.");
+        throw Failure("the demo needs a stream with a television service");
     for (const tvdesktop::Service &service : services) {
         if (!cast.second && IsTelevision(service) && service.id != cast.first->id)
             cast.second = service;
@@ -42,21 +44,25 @@ DemoCast ChooseCast(const std::vector<tvdesktop::Service> &services) {
     return cast;
 }
 
-/// The directory for the recordings: the user's, or one that goes when the demo is over.
+/// The directory for the recordings: the user's, or one that goes when the demo has ended.
 class DemoDirectory {
   public:
     explicit DemoDirectory(const std::string &wanted) : m_isTemporary(wanted.empty()) {
         if (!m_isTemporary) {
-            fs::create_directories(wanted);
-            if (!fs::is_empty(wanted))
-                throw Failure("The directory '" + wanted +
-                              "' is not empty; the demo replaces nothing.");
+            std::error_code error;
+            fs::create_directories(wanted, error);
+            const bool isEmpty = !error && fs::is_empty(wanted, error);
+            if (error)
+                throw Failure("cannot use the directory '" + wanted + "': " + error.message());
+            if (!isEmpty)
+                throw Failure("the directory '" + wanted +
+                              "' is not empty; the demo replaces nothing");
             m_path = wanted;
             return;
         }
         std::string pattern = (fs::temp_directory_path() / "mox-pvr-XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr)
-            throw Failure("No temporary directory can be made.");
+            throw Failure("cannot make the directory '" + pattern + "': " + std::strerror(errno));
         m_path = pattern;
     }
     ~DemoDirectory() {
@@ -87,7 +93,7 @@ void RunDemo(const DemoOptions &options, const Console &console) {
         console.terminal.Line("The recordings are in " + options.directory + ".");
     const std::size_t differences = story.report().Differences();
     if (differences > 0)
-        throw Failure(std::to_string(differences) + " of the demo's expectations were not met.");
+        throw Failure(std::to_string(differences) + " of the demo's expectations were not met");
 }
 
 }  // namespace tool

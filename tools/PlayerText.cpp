@@ -36,11 +36,11 @@ std::string SeenAndHeard(const tvdesktop::PlayerState &state) {
     return Picture(state) + (state.audioMuted ? ", no sound" : " and sound");
 }
 
-std::string PlayerText(const tvdesktop::PlayerState &state, std::uint16_t program) {
+std::string PlayerText(const tvdesktop::PlayerState &state) {
     std::string text = std::string(RunText(state.run)) + " " + RateText(state.rate) + "  " +
-                       SeenAndHeard(state) + "  program " + std::to_string(program) + "  video " +
-                       PidText(state.videoPid) + " audio " + PidText(state.audioPid) + " PCR " +
-                       PidText(state.pcrPid);
+                       SeenAndHeard(state) + "  program " + std::to_string(state.program) +
+                       "  video " + PidText(state.videoPid) + " audio " + PidText(state.audioPid) +
+                       " PCR " + PidText(state.pcrPid);
     if (state.adEnabled)
         text += " description " + PidText(state.adPid);
     return text;

@@ -5,7 +5,6 @@
 
 #include <TvDesktop.h>
 
-#include <cstdint>
 #include <string>
 
 namespace tool {
@@ -17,7 +16,7 @@ const char *RunText(tvdesktop::PlayerState::Run run);
 std::string SeenAndHeard(const tvdesktop::PlayerState &state);
 
 /// @return transport state, rate, what comes of it, program and PIDs, on one line
-std::string PlayerText(const tvdesktop::PlayerState &state, std::uint16_t program);
+std::string PlayerText(const tvdesktop::PlayerState &state);
 
 }  // namespace tool
 

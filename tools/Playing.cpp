@@ -67,18 +67,18 @@ void Playing::Step() {
     m_service.Do(playback::StepFrame());
 }
 
-void Playing::SetRate(double rate) {
+bool Playing::SetRate(double rate) {
     const auto now = static_cast<std::uint32_t>(RequestTime(GetProgress().positionMs));
     m_service.Do(playback::TrickPlay(now, rate));
-    m_rate = rate;
+    return State().rate == rate;
 }
 
 void Playing::SkipTo(std::int64_t positionMs) {
-    m_service.Do(playback::Skip(RequestTime(positionMs), m_rate));
+    m_service.Do(playback::Skip(RequestTime(positionMs), State().rate));
 }
 
 bool Playing::EnableAudioDescription() {
-    const std::uint16_t program = ProgramAt(GetProgress().positionMs);
+    const std::uint16_t program = State().program;
     for (const tvdesktop::Service &service : tvdesktop::ScanServices(m_path).services) {
         const tvdesktop::ElementaryStream *stream =
             service.First(tvdesktop::StreamKind::AudioDescription);
@@ -102,18 +102,9 @@ std::vector<tvdesktop::Event> Playing::Take(std::chrono::milliseconds patience) 
     const bool isUnmuted =
         std::any_of(events.begin(), events.end(),
                     [](const tvdesktop::Event &event) { return IsDetail(event, kUnmuted); });
-    if (isUnmuted && m_rate == 1.0)
+    if (isUnmuted && State().rate == 1.0)
         LiftSoundMute();
     return events;
-}
-
-std::uint16_t Playing::ProgramAt(std::int64_t positionMs) const {
-    std::uint16_t program = 0;
-    for (const tvdesktop::ChannelStretchInfo &stretch :
-         tvdesktop::GetChannelStretches(m_service.player()))
-        if (program == 0 || stretch.timeMs <= positionMs)
-            program = stretch.info.programNum;
-    return program;
 }
 
 void Playing::LiftSoundMute() {

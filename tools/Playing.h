@@ -43,8 +43,9 @@ class Playing {
     /// Shows the next picture of a paused playback.
     void Step();
     /// Plays on from here at another rate.
-    void SetRate(double rate);
-    /// Goes on at the present rate from another place.
+    /// @return false when it plays as before: the library ignores this during a change of channel
+    bool SetRate(double rate);
+    /// Continues at the present rate from another place.
     void SkipTo(std::int64_t positionMs);
 
     /// Switches on the audio description of the service that plays.
@@ -58,17 +59,14 @@ class Playing {
 
     Progress GetProgress() { return m_service.PlaybackProgress(); }
     tvdesktop::PlayerState State() const { return tvdesktop::GetPlayerState(m_service.player()); }
-    /// Rate last asked for.
-    double rate() const { return m_rate; }
-    /// @return program number of the stretch at a position, 0 when nothing is known of it
-    std::uint16_t ProgramAt(std::int64_t positionMs) const;
+    /// @return whether a recorder still writes what is played
+    bool IsBeingWritten() const { return tvdesktop::IsSourceBeingWritten(m_service.player()); }
 
   private:
     void LiftSoundMute();
 
     PvrService &m_service;
     std::string m_path;
-    double m_rate = 1.0;
 };
 
 }  // namespace tool

@@ -6,9 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+
+#include "Failure.h"
 
 namespace tool {
 
@@ -67,6 +71,31 @@ std::size_t Columns() {
     return size.ws_col;
 }
 
+int g_outputError = 0;  ///< errno of the first write to standard output that failed
+
+void Print(const std::string &text) {
+    const bool isWritten = std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+    if (!isWritten && g_outputError == 0)
+        g_outputError = errno;
+}
+
+/// @return the value of a variable, empty when it is not set
+std::string Environment(const char *name) {
+    const char *value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+/// Cuts UTF-8 text between characters.
+std::string FirstCharacters(const std::string &text, std::size_t count) {
+    std::size_t end = 0;
+    for (; end < text.size(); ++end) {
+        const bool beginsCharacter = (static_cast<unsigned char>(text[end]) & 0xC0) != 0x80;
+        if (beginsCharacter && count-- == 0)
+            break;
+    }
+    return text.substr(0, end);
+}
+
 const char *Code(Style style) {
     switch (style) {
         case Style::Title:
@@ -85,9 +114,10 @@ const char *Code(Style style) {
 
 }  // namespace
 
-Terminal::Terminal() : m_isTerminal(isatty(STDOUT_FILENO) == 1) {
-    const char *noColour = std::getenv("NO_COLOR");
-    m_hasColour = m_isTerminal && (noColour == nullptr || *noColour == '\0');
+Terminal::Terminal() {
+    const std::string terminal = Environment("TERM");
+    m_hasEscapes = isatty(STDOUT_FILENO) == 1 && !terminal.empty() && terminal != "dumb";
+    m_hasColour = m_hasEscapes && Environment("NO_COLOR").empty();
 }
 
 Terminal::~Terminal() {
@@ -95,30 +125,37 @@ Terminal::~Terminal() {
 }
 
 void Terminal::Line(const std::string &text, Style style) {
+    Text(Paint(text, style) + "\n");
+}
+
+void Terminal::Text(const std::string &text) {
     ClearStatus();
-    std::printf("%s\n", Paint(text, style).c_str());
-    std::fflush(stdout);
+    Print(text);
 }
 
 void Terminal::Status(const std::string &text) {
-    if (!m_isTerminal)
+    if (!m_hasEscapes)
         return;
-    std::printf("\r\033[K%s", text.substr(0, Columns() - 1).c_str());
-    std::fflush(stdout);
+    Print("\r\033[K" + FirstCharacters(text, Columns() - 1));
     m_hasStatus = true;
 }
 
 void Terminal::ClearStatus() {
     if (m_hasStatus)
-        std::printf("\r\033[K");
+        Print("\r\033[K");
     m_hasStatus = false;
-    std::fflush(stdout);
 }
 
 std::string Terminal::Paint(const std::string &text, Style style) const {
     if (!m_hasColour || style == Style::Plain)
         return text;
     return Code(style) + text + "\033[0m";
+}
+
+void CheckStandardOutput() {
+    if (g_outputError != 0)
+        throw Failure(std::string("cannot write to standard output: ") +
+                      std::strerror(g_outputError));
 }
 
 std::string Bar(std::int64_t position, std::int64_t duration) {

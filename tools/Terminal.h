@@ -10,8 +10,8 @@ namespace tool {
 
 enum class Style { Plain, Title, Faint, Good, Bad };
 
-/// Standard output. A status line and colour appear only when it is a terminal; NO_COLOR switches
-/// colour off (https://no-color.org).
+/// Standard output. A status line and colour appear only on a terminal that understands escape
+/// sequences (TERM is set and not "dumb"); NO_COLOR switches colour off (https://no-color.org).
 ///
 /// Threads: thread-bound.
 class Terminal {
@@ -21,11 +21,13 @@ class Terminal {
     Terminal(const Terminal &) = delete;
     Terminal &operator=(const Terminal &) = delete;
 
-    bool isTerminal() const { return m_isTerminal; }
+    bool hasStatusLine() const { return m_hasEscapes; }
 
     /// Prints a line above the status line.
     void Line(const std::string &text, Style style = Style::Plain);
-    /// Replaces the status line; nothing without a terminal.
+    /// Prints lines that are complete as they are.
+    void Text(const std::string &text);
+    /// Replaces the status line, cut to the terminal's width; nothing where there is none.
     void Status(const std::string &text);
     /// Takes the status line away.
     void ClearStatus();
@@ -34,10 +36,13 @@ class Terminal {
     std::string Paint(const std::string &text, Style style) const;
 
   private:
-    bool m_isTerminal;
+    bool m_hasEscapes;
     bool m_hasColour;
     bool m_hasStatus = false;
 };
+
+/// @throws Failure when something that a Terminal printed could not be written
+void CheckStandardOutput();
 
 /// @return "[=====>    ]", filled by position / duration; empty for an unknown duration
 std::string Bar(std::int64_t position, std::int64_t duration);
@@ -54,6 +59,9 @@ class Keyboard {
     ~Keyboard();
     Keyboard(const Keyboard &) = delete;
     Keyboard &operator=(const Keyboard &) = delete;
+
+    /// @return whether somebody may press one
+    bool isActive() const { return m_isActive; }
 
     /// @return the next key that was pressed, kKeyNone when there is none; never waits
     int Next();

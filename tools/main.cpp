@@ -1,10 +1,13 @@
 // mox-pvr: the PVR service for one person at a desk.
 #include <TvDesktop.h>
 
+#include <cerrno>
 #include <CLI/CLI.hpp>
 #include <cmath>
+#include <cstring>
 #include <iostream>
-#include <map>
+#include <sstream>
+#include <utility>
 
 #include "Failure.h"
 #include "TimeText.h"
@@ -14,7 +17,6 @@ namespace {
 
 constexpr int kSilent = 17;  ///< above every priority
 constexpr int kTrace = 2;
-constexpr double kHighestSpeed = 1000;
 
 struct GlobalOptions {
     std::string logFile;
@@ -22,11 +24,31 @@ struct GlobalOptions {
     bool showRequests = false;
 };
 
+/// Whether a text is a number whose size is from 0.01 to 1000; "nan" and "inf" are not.
+bool IsSpeed(const std::string &text, bool mayBeNegative) {
+    double speed = 0;
+    return CLI::detail::lexical_cast(text, speed) && (mayBeNegative || speed > 0) &&
+           std::abs(speed) >= 0.01 && std::abs(speed) <= 1000;
+}
+
+const CLI::Validator kLogLevel(
+    [](std::string &text) -> std::string {
+        for (const auto &[name, number] :
+             {std::pair{"trace", "2"}, {"progress", "4"}, {"failures", "16"}}) {
+            if (text != name && text != number)
+                continue;
+            text = number;
+            return "";
+        }
+        return "'" + text + "' is not a level; write trace, progress, failures, 2, 4 or 16";
+    },
+    "");
+
 const CLI::Validator kTime(
     [](std::string &text) -> std::string {
         const auto time = tool::ParseTime(text);
         if (!time)
-            return "'" + text + "' is no time; write seconds or mm:ss";
+            return "'" + text + "' is not a time; write seconds or mm:ss";
         text = std::to_string(*time);
         return "";
     },
@@ -36,19 +58,24 @@ const CLI::Validator kRecordSpeed(
     [](std::string &text) -> std::string {
         if (text == "max")
             text = "0";
-        else if (!CLI::Range(0.01, kHighestSpeed)(text).empty())
-            return "'" + text + "' is no speed; write 0.01 to 1000 or max";
+        else if (!IsSpeed(text, false))
+            return "'" + text + "' is not a speed; write 0.01 to 1000 or max";
         return "";
     },
     "");
 
 const CLI::Validator kPlaySpeed(
     [](std::string &text) -> std::string {
-        double speed = 0;
-        if (!CLI::detail::lexical_cast(text, speed) ||
-            !(std::abs(speed) >= 0.01 && std::abs(speed) <= kHighestSpeed))
-            return "'" + text + "' is no speed; write 0.01 to 1000, with a minus for backwards";
-        return "";
+        return IsSpeed(text, true) ? ""
+                                   : "'" + text +
+                                         "' is not a speed; write 0.01 to 1000, with a minus for "
+                                         "backwards";
+    },
+    "");
+
+const CLI::Validator kClockFactor(
+    [](std::string &text) -> std::string {
+        return IsSpeed(text, false) ? "" : "'" + text + "' is not a factor; write 0.01 to 1000";
     },
     "");
 
@@ -57,12 +84,10 @@ void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
     app.add_option("--log", options.logFile, "Append the library's log to a file")
         ->type_name("FILE");
     app.add_option("--log-level", options.logLevel,
-                   "Lowest priority that is logged: trace (2), progress (4), failures (16) or a "
-                   "number; without --log the log goes to standard error")
-        ->transform(CLI::CheckedTransformer(
-                        std::map<std::string, int>{{"trace", 2}, {"progress", 4}, {"failures", 16}})
-                        .application_index(0))
-        ->type_name("N|NAME");
+                   "Lowest priority that is logged: trace (2), progress (4) or failures (16); "
+                   "without --log the log goes to standard error")
+        ->transform(kLogLevel)
+        ->type_name("LEVEL");
     app.add_flag("--show-requests", options.showRequests,
                  "Show requests and replies in hexadecimal, one that is repeated at once only the "
                  "first time");
@@ -120,7 +145,7 @@ CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
         ->type_name("PID");
     verb->add_option("--clock", options.clockFactor,
                      "Run the player's clock this many times faster than real time")
-        ->check(CLI::Range(0.01, kHighestSpeed))
+        ->check(kClockFactor)
         ->type_name("X");
     verb->footer(
         "Keys on a terminal:\n"
@@ -158,14 +183,32 @@ void SetUpLog(const GlobalOptions &options, bool isLevelGiven) {
     const bool isFileOnly = !options.logFile.empty() && !isLevelGiven;
     tvdesktop::SetLogMinimumPriority(isFileOnly ? kTrace : options.logLevel);
     if (!options.logFile.empty() && !tvdesktop::SetLogFile(options.logFile))
-        throw tool::Failure("The log file '" + options.logFile + "' cannot be written.");
+        throw tool::Failure("cannot write the log file '" + options.logFile +
+                            "': " + std::strerror(errno));
+}
+
+/// Answers a command line that asks for help, or refuses one that cannot be carried out.
+int Answer(const CLI::App &app, const CLI::ParseError &error) {
+    if (error.get_exit_code() == 0) {
+        std::ostringstream help;
+        app.exit(error, help);
+        tool::Terminal().Text(help.str());
+        return tool::kExitDone;
+    }
+    const std::string hint = " (--help shows what there is)";
+    const bool isVerbMissing = app.get_subcommands().empty() && error.get_name() == "RequiredError";
+    if (isVerbMissing && app.remaining().empty())
+        throw tool::WrongUse("a verb is missing" + hint);
+    if (isVerbMissing)
+        throw tool::WrongUse("there is no verb or option '" + app.remaining().front() + "'" + hint);
+    throw tool::WrongUse(error.what() + hint);
 }
 
 int Run(int argc, char **argv) {
     CLI::App app("The PVR service for one person at a desk.", "mox-pvr");
     app.require_subcommand(1);
     app.fallthrough();
-    app.footer("Exit code: 0 done, 1 failed, 2 wrong use.");
+    app.footer("Exit code: 0 done, 1 failed, 2 usage error.");
     GlobalOptions global;
     std::string servicesInput;
     tool::RecordOptions record;
@@ -181,7 +224,7 @@ int Run(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? tool::kExitDone : tool::kExitWrongUse;
+        return Answer(app, error);
     }
 
     SetUpLog(global, app.count("--log-level") > 0);
@@ -206,7 +249,9 @@ int Run(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     try {
-        return Run(argc, argv);
+        const int exitCode = Run(argc, argv);
+        tool::CheckStandardOutput();
+        return exitCode;
     } catch (const tool::WrongUse &error) {
         std::cerr << "mox-pvr: " << error.what() << '\n';
         return tool::kExitWrongUse;

@@ -1,10 +1,16 @@
 // The built mox-pvr from its command line to its files, on the sample stream.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <utility>
 
 #include "Failure.h"
 #include "PacketFile.h"
@@ -42,11 +48,20 @@ class MoxPvr : public testing::Test {
     std::string In(const std::string &name) const { return m_directory + "/" + name; }
 
     static Outcome Run(const std::string &arguments) {
+        return Execute(MOXPVR_TOOL " " + arguments);
+    }
+
+    /// @param onLine  told of every line as it comes
+    static Outcome Execute(const std::string &command,
+                           const std::function<void(const std::string &)> &onLine = {}) {
         Outcome outcome;
-        FILE *pipe = popen((MOXPVR_TOOL " " + arguments + " 2>&1").c_str(), "r");
+        FILE *pipe = popen((command + " 2>&1").c_str(), "r");
         char buffer[4096];
-        while (pipe != nullptr && std::fgets(buffer, sizeof buffer, pipe) != nullptr)
+        while (pipe != nullptr && std::fgets(buffer, sizeof buffer, pipe) != nullptr) {
             outcome.output += buffer;
+            if (onLine)
+                onLine(buffer);
+        }
         const int status = pclose(pipe);
         outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         return outcome;
@@ -136,6 +151,103 @@ TEST_F(MoxPvr, PlaysToTheEndAndSaysWhenThereIsNothingToSee) {
     const Outcome wrong = Run("play --clock 50 --video-pid 0x777 " + In("a.srf"));
     EXPECT_EQ(wrong.exitCode, 1);
     EXPECT_NE(wrong.output.find("no picture on video PID 0x777"), std::string::npos);
+}
+
+TEST_F(MoxPvr, PlaysWhatTheSideFileDescribesWithoutTables) {
+    ASSERT_EQ(Record("--service 1 --seconds 4 --out " + In("a.srf")).exitCode, 0);
+    std::ifstream whole(In("a.srf"), std::ios::binary);
+    std::ofstream bare(In("bare.srf"), std::ios::binary);
+    for (std::array<char, 188> packet; whole.read(packet.data(), packet.size());)
+        if ((packet[1] & 0x1F) == 0x01)  // PIDs 0x100 to 0x1FF
+            bare.write(packet.data(), packet.size());
+    bare.close();
+    EXPECT_EQ(Run("play --clock 50 " + In("bare.srf")).exitCode, 1) << "nothing describes it";
+    fs::copy_file(In("a.srf.chan"), In("bare.srf.chan"));
+    const Outcome run = Run("play --clock 50 " + In("bare.srf"));
+    EXPECT_EQ(run.exitCode, 0) << run.output;
+    EXPECT_NE(run.output.find("picture and sound  program 1"), std::string::npos) << run.output;
+}
+
+TEST_F(MoxPvr, FollowsABufferAsLongAsItsRecorderHoldsIt) {
+    ASSERT_EQ(Record("--service 1 --seconds 8 --out " + In("a.srf")).exitCode, 0);
+    std::ifstream whole(In("a.srf"), std::ios::binary);
+    const std::string bytes(std::istreambuf_iterator<char>(whole), {});
+    fs::copy_file(In("a.srf.chan"), In("b.tsb.chan"));
+    std::ofstream buffer(In("b.tsb"), std::ios::binary);
+    int lock = open(In("b.tsb").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(lock, LOCK_EX), 0);
+    int ends = 0;
+    const auto grow = [&](std::size_t from, std::size_t to) {
+        buffer.write(&bytes[from], static_cast<std::streamsize>(to - from)).flush();
+    };
+    const Outcome run =
+        Execute(MOXPVR_TOOL " --show-requests play --timeshift --clock 50 " + In("b.tsb"),
+                [&](const std::string &line) {
+                    if (line.find("result 207") != std::string::npos && ends == 0)
+                        grow(0, bytes.size() / 3);  // it was empty at first
+                    if (line.find("(end of the recording)") != std::string::npos && ++ends == 1)
+                        grow(bytes.size() / 3, bytes.size());
+                    if (ends == 2 && lock >= 0)
+                        close(std::exchange(lock, -1));
+                });
+    EXPECT_EQ(run.exitCode, 0) << run.output;
+    EXPECT_EQ(ends, 2) << run.output;
+}
+
+TEST_F(MoxPvr, UsesEscapesOnlyOnTerminalsThatUnderstandThem) {
+    ASSERT_EQ(Record("--service 1 --seconds 1 --out " + In("a.srf")).exitCode, 0);
+    const struct {
+        const char *environment;
+        bool hasColour, hasStatusLine;
+    } rows[] = {{"TERM=xterm NO_COLOR=", true, true},
+                {"TERM=xterm NO_COLOR=1", false, true},
+                {"TERM=dumb NO_COLOR=", false, false},
+                {"TERM= NO_COLOR=", false, false}};
+    const std::string command =
+        MOXPVR_TOOL " services " MOXPVR_SAMPLE "; " MOXPVR_TOOL " play --clock 50 " + In("a.srf");
+    ASSERT_EQ(setenv("COMMAND", command.c_str(), 1), 0);
+    for (const auto &row : rows) {
+        const Outcome run = Execute(std::string("env ") + row.environment +
+                                    " script -qec \"$COMMAND\" /dev/null </dev/null");
+        EXPECT_NE(run.output.find("playing 1x  picture and sound"), std::string::npos);
+        EXPECT_EQ(run.output.find("\033[1m") != std::string::npos, row.hasColour) << run.output;
+        EXPECT_EQ(run.output.find("\033[K") != std::string::npos, row.hasStatusLine) << run.output;
+        EXPECT_EQ(run.output.find('\033') != std::string::npos, row.hasStatusLine) << run.output;
+    }
+}
+
+TEST_F(MoxPvr, RefusesACommandLineThatItCannotCarryOut) {
+    ASSERT_EQ(Record("--service 1 --seconds 1 --out " + In("a.srf")).exitCode, 0);
+    ASSERT_EQ(mkfifo(In("fifo").c_str(), 0600), 0);
+    const std::string play = "play --clock 50 ";
+    const std::pair<std::string, std::string> rows[] = {
+        {"fly " MOXPVR_SAMPLE, "no verb or option 'fly'"},
+        {"", "verb is missing"},
+        {"services " MOXPVR_SAMPLE " more", "not expected: more"},
+        {play + "--speed nan " + In("a.srf"), "'nan' is not a speed"},
+        {play + "--speed -inf " + In("a.srf"), "'-inf' is not a speed"},
+        {"play --clock nan " + In("a.srf"), "'nan' is not a factor"},
+        {"play --clock -1 " + In("a.srf"), "'-1' is not a factor"},
+        {"record " MOXPVR_SAMPLE " --service 1 --speed nan --out " + In("b.srf"), "'nan' is not"},
+        {"--log-level 3 services " MOXPVR_SAMPLE, "write trace"},
+        {"--log " + In("none/log") + " services " MOXPVR_SAMPLE, "No such file or directory"},
+        {play + In("none.srf"), "No such file or directory"},
+        {play + In("fifo"), "not a regular file"},
+        {play + In("no.ts"), "not a transport stream"},
+        {play + "--from 9 " + In("a.srf"), "is past the end"},
+        {"demo --input " + In("a.srf"), "too short"},
+        {"demo --out " + In("a.srf"), "cannot use the directory"},
+    };
+    for (const auto &[arguments, said] : rows) {
+        const Outcome run = Run(arguments);
+        EXPECT_NE(run.exitCode, 0) << arguments;
+        EXPECT_NE(run.output.find("mox-pvr: "), std::string::npos) << arguments << run.output;
+        EXPECT_NE(run.output.find(said), std::string::npos) << arguments << run.output;
+    }
+    const std::string verbs[] = {"--help", "services " MOXPVR_SAMPLE, play + In("a.srf"),
+                                 "repair " + In("a.srf")};
+    for (const std::string &verb : verbs)
+        EXPECT_EQ(Execute(MOXPVR_TOOL " " + verb + " >/dev/full").exitCode, 1) << verb;
 }
 
 TEST_F(MoxPvr, DemoMeetsEveryExpectation) {
