@@ -30,6 +30,7 @@ TvChannelInfo Channel(int videoPid) {
     TvChannelInfo info{};
     info.videoPid = info.pcrPid = static_cast<std::uint16_t>(videoPid);
     info.audioPid = videoPid + 1;
+    info.programNum = static_cast<std::uint16_t>(videoPid >> 8);
     return info;
 }
 
@@ -148,11 +149,14 @@ TEST_F(PlayerTest, EveryRateCrossesABorderOnceAndComesBackToIt) {
 TEST_F(PlayerTest, TheDirectionDecidesToWhichStretchABorderBelongs) {
     Start(0, 0x100);
     Play(100);
+    EXPECT_EQ(m_engine.State().program, 1);
     m_engine.Seek(kBorder, 1.0);  // the later stretch, for which the PIDs are wrong; no crossing
+    EXPECT_EQ(m_engine.State().program, 2);
     Play(1000);
     EXPECT_EQ(Heard(), "16");
     EXPECT_EQ(Position(), kBorder + 1000);
     m_engine.Seek(kBorder, -1.0);
+    EXPECT_EQ(m_engine.State().program, 1);
     Play(1000);
     EXPECT_EQ(Heard(), "16");
     m_engine.SetSpeed(1.0);  // turns round in the earlier one; the clock runs on without an answer

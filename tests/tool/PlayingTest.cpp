@@ -1,0 +1,77 @@
+// A playback as the tool drives it, in this process, on a recording of two services.
+#include "Playing.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "Events.h"
+#include "Recording.h"
+
+namespace tool {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+class PlayingTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        tvdesktop::SetLogMinimumPriority(17);
+        std::string pattern = testing::TempDir() + "playing-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        m_directory = pattern;
+        Recording recording(m_service, {MOXPVR_SAMPLE, /*speed=*/60});
+        recording.Begin(Broadcast(1), {Path(), false});
+        RecordUntil(recording, 4000);
+        recording.ChangeTo(Broadcast(3));
+        RecordUntil(recording, 8000);
+        recording.End();
+    }
+    void TearDown() override { fs::remove_all(m_directory); }
+
+    std::string Path() const { return m_directory + "/a.srf"; }
+
+    static tvdesktop::Service Broadcast(std::uint16_t id) {
+        std::vector<tvdesktop::Service> services = ServicesOf(MOXPVR_SAMPLE);
+        return services.at(id - 1U);
+    }
+    void RecordUntil(Recording &recording, std::int64_t positionMs) {
+        while (recording.GetProgress().positionMs < positionMs)
+            m_service.Take(milliseconds(1));
+    }
+
+    /// @return false when an end of the recording came first
+    static bool PlayUntil(Playing &playing, const std::function<bool()> &isReached) {
+        bool isEnded = false;
+        while (!isReached() && !isEnded)
+            for (const tvdesktop::Event &event : playing.Take(milliseconds(1)))
+                isEnded = IsDetail(event, kEndReached) || IsDetail(event, kBeginningReached);
+        return !isEnded;
+    }
+
+    std::string m_directory;
+    PvrService m_service;
+};
+
+TEST_F(PlayingTest, TellsTheRateAndTheSoundOfThePlayerNotThoseAskedFor) {
+    Playing playing(m_service, {/*clockFactor=*/4});
+    playing.Open({Path()});
+    playing.Start();
+    ASSERT_TRUE(PlayUntil(playing, [&] { return !playing.State().waitingForUnmute; }));
+    EXPECT_TRUE(playing.SetRate(4.0));
+    ASSERT_TRUE(PlayUntil(playing, [&] { return playing.State().rate == 1.0; }))
+        << "no change of channel, in which a service plays on at 1.0 for a moment";
+    EXPECT_FALSE(playing.SetRate(2.0)) << "taken during a change of channel";
+    playing.SetRate(1.0);  // likewise ignored
+    ASSERT_TRUE(PlayUntil(
+        playing, [&] { return playing.State().rate == 4.0 && !playing.State().waitingForUnmute; }));
+    playing.Take(milliseconds(100));
+    EXPECT_EQ(playing.State().rate, 4.0);
+    EXPECT_TRUE(playing.State().audioMuted) << "sound at 4.0";
+    EXPECT_EQ(playing.State().program, 3);
+}
+
+}  // namespace
+}  // namespace tool
