@@ -209,8 +209,8 @@ void DemoStory::CrossAndRewind(Playing &playing) {
     Chapter("Skip across the change of service and rewind over it");
     playing.SkipTo(m_crossingMs + kSwapMs);
     WatchForUnmute(playing, *m_cast.second);
-    ExpectProgrammed("Decoders behind the change", playing, *m_cast.second);
-    m_report.Expect("Behind the change", "picture and sound", SeenAndHeard(playing.State()));
+    ExpectProgrammed("Decoders after the change", playing, *m_cast.second);
+    m_report.Expect("After the change", "picture and sound", SeenAndHeard(playing.State()));
 
     playing.SetRate(-kTrickRate);
     const bool isRecovered = WatchForUnmute(playing, *m_cast.first);
