@@ -62,7 +62,7 @@ constexpr ResultWords kRecorderResults[] = {
 constexpr ResultWords kPlayerResults[] = {
     {tvdesktop::kPlayerWrongState, "the player is not in the state for it"},
     {tvdesktop::kPlayerNoSource, "the recording cannot be read"},
-    {tvdesktop::kPlayerNoStream, "there is nothing to decode"},
+    {tvdesktop::kPlayerNoStream, "it has no stream time (PCR), or nothing to decode"},
     {tvdesktop::kPlayerNoChannelInfo, "nothing tells the channel of the recording"},
 };
 

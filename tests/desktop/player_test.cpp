@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <MOXHandle.h>
+#include <sys/file.h>
 #include <TIUserDataManager.h>
 #include <tv_player.h>
 #include <tv_stream.h>
@@ -11,6 +13,8 @@
 #include <condition_variable>
 #include <filesystem>
 #include <fstream>
+#include <future>
+#include <limits>
 #include <thread>
 
 #include "player/PlaybackEngine.h"
@@ -174,6 +178,8 @@ TEST_F(PlayerTest, TheEndsAreReportedOncePerArrival) {
     } cases[] = {{kEnd - 1000, 1.0, "30/0@39920", kEnd},
                  {kEnd - 1000, 4.0, "30/0@39920", kEnd},
                  {1000, -4.0, "30/1@0", 0},
+                 {2000, -1.0, "30/1@0", 0},  // to the tick
+                 {kEnd - 2000, 1.0, "30/0@39920", kEnd},
                  {0xFFFFFFFF, 1.0, "30/0@39920", kEnd},
                  {-5, 1.0, "30/1@0", 2000},
                  {0, 1.0, "", 2000}};
@@ -192,10 +198,10 @@ TEST_F(PlayerTest, OnlyTheRightPidUnmutes) {
         int videoPid, audioPid, hasVideo;
         const char *heard;
     } cases[] = {{0x100, 0x101, 1, "16"}, {0xFFFF, 0x101, 0, "23"},  // radio
-                 {0, 0x101, 1, "23"},     {0x100, 0x101, 0, "23"},
-                 {0x1FFF, -1, 1, ""},     {0x1AB, 0x101, 1, ""},
-                 {0x101, 0x101, 1, ""},   {0x1AB, 0x100, 0, ""},  // the other kind
-                 {0x200, 0x201, 1, ""},                           // another stretch's
+                 {0, 0x101, 1, "23"},     {0x100, 0x101, 0, "23"},  {0x1FFF, 0x101, 1, "23"},
+                 {0x1FFF, -1, 1, ""},     {0x1AB, 0x101, 1, ""},    {0x101, 0x101, 1, ""},
+                 {0x1AB, 0x100, 0, ""},  // the other kind
+                 {0x200, 0x201, 1, ""},  // another stretch's
                  {kPmtPid, 0x101, 1, ""}};
     for (const auto &[videoPid, audioPid, hasVideo, heard] : cases) {
         SCOPED_TRACE(testing::Message() << videoPid << ' ' << audioPid << ' ' << hasVideo);
@@ -208,17 +214,178 @@ TEST_F(PlayerTest, OnlyTheRightPidUnmutes) {
 }
 
 TEST_F(PlayerTest, DamagedAndScrambledPacketsBeginNoUnit) {
-    const auto begins = [](std::size_t at, int value, UnitKind kind = UnitKind::Video) {
-        TsBuilder stream;
-        stream.Pcr(0x100, 0, true).data[at] = static_cast<std::uint8_t>(value);
-        return BeginsUnit(stream.data.data(), kind);
+    const struct {
+        const char *what;
+        std::size_t at;
+        int value;
+        bool video, audio;
+    } cases[] = {
+        {"transport error", 1, 0xC1, false, false},
+        {"no unit start", 1, 0x01, false, false},
+        {"scrambled", 3, 0xB0, false, false},
+        {"no payload", 3, 0x20, false, false},
+        {"adaptation field longer than the packet", 4, 0xFF, false, false},
+        {"start code in the last four bytes", 4, 179, true, false},
+        {"start code cut off", 4, 180, false, false},
+        {"no start code", 14, 2, false, false},
+        {"first video", 15, 0xE0, true, false},
+        {"last video", 15, 0xEF, true, false},
+        {"ECM", 15, 0xF0, false, false},
+        {"extended", 15, 0xFD, true, true},
+        {"first audio", 15, 0xC0, false, true},
+        {"last audio", 15, 0xDF, false, true},
+        {"AC-3", 15, 0xBD, false, true},
+        {"private stream 2", 15, 0xBF, false, false},
     };
-    EXPECT_TRUE(begins(0, 0x47));
-    EXPECT_TRUE(begins(15, 0xBD, UnitKind::Audio));  // AC-3
-    EXPECT_FALSE(begins(1, 0xC1)) << "transport error";
-    EXPECT_FALSE(begins(3, 0xB0)) << "scrambled";
-    EXPECT_FALSE(begins(3, 0x20)) << "no payload";
-    EXPECT_FALSE(begins(4, 0xFF)) << "adaptation field longer than the packet";
+    for (const auto &[what, at, value, video, audio] : cases) {
+        SCOPED_TRACE(what);
+        TsBuilder stream;
+        Bytes &packet = stream.Pcr(0x100, 0, true).data;
+        packet[at] = static_cast<std::uint8_t>(value);
+        const std::size_t payload = 5U + packet[4];
+        if (payload > 12 && payload < packet.size())  // the start code moves with the payload
+            std::move_backward(
+                packet.begin() + 12,
+                packet.begin() + 12 + static_cast<std::ptrdiff_t>(packet.size() - payload),
+                packet.end());
+        EXPECT_EQ(BeginsUnit(packet.data(), UnitKind::Video), video);
+        EXPECT_EQ(BeginsUnit(packet.data(), UnitKind::Audio), audio);
+    }
+}
+
+TEST_F(PlayerTest, LooksForUnitsAheadAndShowsOnesNotTooOld) {
+    TsBuilder stream;  // a second with pictures, three without, a second with
+    for (int ms = 0; ms <= 5000; ms += kFrameMs)
+        stream.Pcr(0x100, ms * 27000LL, ms <= 1000 || ms >= 4000);
+    Write({stream.data.begin(), stream.data.end()});
+    Log({{0, 0, Channel(0x100)}});
+    const struct {
+        int from;
+        double rate;
+        int unmutedAfter;
+    } cases[] = {{1400, 1.0, 100},  {1600, 1.0, 500},  {1600, 4.0, 200},
+                 {3600, -1.0, 100}, {3400, -1.0, 500}, {3400, -4.0, 200}};
+    for (const auto &[from, rate, unmutedAfter] : cases) {
+        SCOPED_TRACE(testing::Message() << from << " at " << rate);
+        Start(0, 0x100);
+        m_engine.Seek(from, rate);
+        Play(unmutedAfter - 100);
+        EXPECT_EQ(Heard(), "");
+        Play(100);
+        EXPECT_EQ(Heard(), "16");
+        m_engine.Stop();
+    }
+}
+
+/// One command after another; `run` says it as R(eady), S(topped), P(laying), p(aused).
+TEST_F(PlayerTest, EveryStateTakesTheCommandsThatFitIt) {
+    const auto run = [this] { return "SRPp"[static_cast<int>(m_engine.State().run)]; };
+    const struct {
+        const char *what;
+        std::function<int()> command;
+        int result;
+        char run;
+        int positionAfter100ms;
+        bool needsTime;
+        double rate;
+        const char *heard;
+    } steps[] = {
+        {"source",
+         [&] {
+             return Set({{801, m_path}, {806, 2000}});
+         },
+         0, 'S', 2000, false, 1, ""},
+        {"pause", [&] { return m_engine.Pause(); }, 202, 'S', 2000, false, 1, ""},
+        {"resume", [&] { return m_engine.Resume(); }, 202, 'S', 2000, false, 1, ""},
+        {"step", [&] { return m_engine.Step(); }, 202, 'S', 2000, false, 1, ""},
+        {"speed", [&] { return m_engine.SetSpeed(2); }, 202, 'S', 2000, false, 1, ""},
+        {"PIDs",
+         [&] {
+             return Set({{806, 3000}, {104, 0x100}, {307, 1}});
+         },
+         0, 'S', 2000, false, 1, ""},
+        {"ready", [&] { return m_engine.Ready(); }, 0, 'R', 3000, false, 1, ""},
+        {"start", [&] { return m_engine.Start(); }, 0, 'P', 3100, true, 1, "16"},
+        {"again", [&] { return m_engine.Start(); }, 202, 'P', 3200, true, 1, ""},
+        {"pause", [&] { return m_engine.Pause(); }, 0, 'p', 3200, false, 1, ""},
+        {"start", [&] { return m_engine.Start(); }, 202, 'p', 3200, false, 1, ""},
+        {"speed", [&] { return m_engine.SetSpeed(2); }, 0, 'P', 3400, true, 2, "16"},
+        {"ready", [&] { return m_engine.Ready(); }, 0, 'R', 3400, false, 2, ""},
+        {"start", [&] { return m_engine.Start(); }, 0, 'P', 3600, true, 2, "16"},
+        {"stop", [&] { return m_engine.Stop(); }, 0, 'S', 3600, false, 1, ""},
+        {"start", [&] { return m_engine.Start(); }, 0, 'P', 3100, true, 1, "16"},
+        {"pause", [&] { return m_engine.Pause(); }, 0, 'p', 3100, false, 1, ""},
+        {"resume", [&] { return m_engine.Resume(); }, 0, 'P', 3200, true, 1, ""},
+        {"pause", [&] { return m_engine.Pause(); }, 0, 'p', 3200, false, 1, ""},
+        {"other PID",
+         [&] {
+             return Set({{104, 0x1AB}});
+         },
+         0, 'p', 3200, true, 1, ""},
+        {"its PID",
+         [&] {
+             return Set({{104, 0x100}});
+         },
+         0, 'p', 3200, false, 1, "16"},
+        {"its audio as video",
+         [&] {
+             return Set({{103, 0x100}, {307, 0}});
+         },
+         0, 'p', 3200, true, 1, ""},
+        {"step without sound", [&] { return m_engine.Step(); }, 206, 'p', 3200, true, 1, ""},
+        {"no PID",
+         [&] {
+             return Set({{103, 0}});
+         },
+         0, 'p', 3200, true, 1, ""},
+        {"step", [&] { return m_engine.Step(); }, 206, 'p', 3200, true, 1, ""},
+        {"start from a stop",
+         [&] {
+             m_engine.Stop();
+             return m_engine.Start();
+         },
+         0, 'P', 3100, true, 1, ""},
+        {"stop", [&] { return m_engine.Stop(); }, 0, 'S', 3100, false, 1, ""},
+        {"sound",
+         [&] {
+             return Set({{103, 0x101}, {807, 0}});
+         },
+         0, 'S', 3100, false, 1, ""},
+        {"seek", [&] { return m_engine.Seek(0, 1); }, 202, 'S', 3100, false, 1, ""},
+        {"start", [&] { return m_engine.Start(); }, 0, 'P', 3100, true, 1, "23"},
+        {"seek and stop",
+         [&] {
+             m_engine.Seek(-5, 1);
+             return m_engine.Stop();
+         },
+         0, 'S', 0, false, 1, ""},
+        {"start", [&] { return m_engine.Start(); }, 0, 'P', 3100, true, 1, "23"},
+        {"step over sound", [&] { return m_engine.Step(); }, 0, 'p', 3130, false, 1, ""},
+        {"two seeks",
+         [&] {
+             m_engine.Seek(-5, 1);
+             return m_engine.Seek(5000, 1);
+         },
+         0, 'P', 5100, true, 1, "23"},
+        {"source while it waits",
+         [&] {
+             m_engine.SetSpeed(4);
+             return Set({{801, m_path}, {806, 99999}});
+         },
+         0, 'S', kEnd, false, 1, ""},
+    };
+    for (const auto &step : steps) {
+        SCOPED_TRACE(testing::Message() << step.what << " (" << &step - steps << ')');
+        EXPECT_EQ(step.command(), step.result);
+        Play(100);
+        EXPECT_EQ(run(), step.run);
+        EXPECT_EQ(Position(), step.positionAfter100ms);
+        EXPECT_EQ(m_engine.NeedsTime(), step.needsTime);
+        EXPECT_EQ(m_engine.State().rate, step.rate);
+        EXPECT_EQ(Heard(), step.heard);
+    }
+    EXPECT_FALSE(m_engine.State().waitingForUnmute);
+    EXPECT_TRUE(m_engine.State().sourceMuted) << "lifted for the source before";
 }
 
 TEST_F(PlayerTest, EveryCauseGivesOneUnmuteAndOthersNone) {
@@ -256,6 +423,21 @@ TEST_F(PlayerTest, StepsGoFromPictureToPictureAndOverTheBorder) {
     Program(0x100);
     EXPECT_EQ(m_engine.Step(), kPlayerNoStream);
     EXPECT_EQ(Position(), kBorder + kFrameMs);
+    Program(0x200);
+    m_engine.Seek(kEnd - 60, -1.0);
+    Heard();
+    for (int i = 0; i < 4; ++i)
+        m_engine.Step();
+    Play(100);
+    EXPECT_EQ(Heard(), "30/0@39920 16");
+    Program(0x100);
+    m_engine.Seek(60, -1.0);
+    Play(200);
+    m_engine.Pause();
+    m_engine.Step();
+    m_engine.Resume();
+    Play(200);
+    EXPECT_EQ(Heard(), "16 30/1@0 30/1@0") << "the beginning was left by a step";
 }
 
 TEST_F(PlayerTest, FollowsAFileThatGrowsAndNoticesOneThatShrinks) {
@@ -277,7 +459,72 @@ TEST_F(PlayerTest, FollowsAFileThatGrowsAndNoticesOneThatShrinks) {
     Write(m_first);
     Play(1000);
     EXPECT_EQ(Heard(), "31/1");
+    EXPECT_EQ(m_engine.State().run, PlayerState::Run::Stopped);
     EXPECT_EQ(m_engine.Start(), kPlayerNoSource);
+    m_engine.Stop();
+    long long position = 0;
+    EXPECT_EQ(m_engine.GetPosition(&position, &position), kPlayerOk);
+    Play(100);
+    EXPECT_EQ(Heard(), "") << "nothing plays that could fail";
+    Start(0, 0x100);
+    Write("");
+    EXPECT_EQ(m_engine.Seek(0, 1.0), kPlayerNoSource);
+}
+
+TEST_F(PlayerTest, FollowsATimeshiftBufferFromItsBeginning) {
+    TvChannelInfo *info = nullptr;
+    long long position = 0, duration = 0;
+    const auto border = static_cast<int>(m_first.size());
+    Write("");
+    std::filesystem::remove(ts::ChannelLogPath(m_path));
+    Set({{801, m_path}, {805, 1}, {104, 0x100}, {307, 1}});
+    EXPECT_EQ(m_engine.Start(), kPlayerOk) << "its recorder has just begun";
+    Play(500);
+    EXPECT_EQ(Heard(), "") << "the end of an empty buffer";
+
+    // What comes before the tables counts from the beginning once the side file is there.
+    std::string bare;
+    for (std::size_t at = 0; at < m_first.size() / 2; at += 2 * 188)
+        bare += m_first.substr(at, 188);
+    Write(bare);
+    Play(100);
+    EXPECT_EQ(m_engine.ChannelInfoAt(0, &info), kPlayerNoChannelInfo);
+    Write(m_first);
+    Log({{0, 188, Channel(0x100)}, {kBorder, static_cast<std::uint64_t>(border), Channel(0x300)}});
+    EXPECT_EQ(m_engine.ChannelInfoAt(kEnd, &info), kPlayerOk);
+    EXPECT_EQ(info->videoPid, 0x100) << "the next stretch has no packet yet";
+    m_engine.Pause();
+    EXPECT_EQ(m_engine.GetPosition(&position, &duration), kPlayerOk);
+    EXPECT_EQ(duration, kBorder);
+    EXPECT_EQ(position, 0);
+
+    Log({{0, 188, Channel(0x100)}, {kBorder, static_cast<std::uint64_t>(border), Channel(0x200)}});
+    Write(m_second, std::ios::app);
+    EXPECT_EQ(m_engine.ChannelInfoAt(kEnd, &info), kPlayerOk);
+    EXPECT_EQ(info->videoPid, 0x200) << "it took another's place";
+
+    // A recorder is known by its lock, which asking neither takes nor is misled about.
+    const int file = ::open(m_path.c_str(), O_RDONLY);
+    for (const auto &[lock, isWritten] : std::map<int, bool>{{LOCK_EX, true}, {LOCK_SH, false}}) {
+        EXPECT_FALSE(m_engine.IsSourceBeingWritten());
+        ASSERT_EQ(::flock(file, lock | LOCK_NB), 0);
+        EXPECT_EQ(m_engine.IsSourceBeingWritten(), isWritten);
+        ASSERT_EQ(::flock(file, LOCK_UN), 0);
+    }
+    ASSERT_EQ(::flock(file, LOCK_EX | LOCK_NB), 0);
+    ::close(file);
+}
+
+TEST_F(PlayerTest, TimeIsThatOfGoodPacketsOnThePcrPid) {
+    TsBuilder stream;
+    for (int ms = 0; ms <= 4000; ms += kFrameMs) {
+        stream.Pcr(0x100, ms * 27000LL, true).Pcr(0x155, ms * 27000LL * 3);
+        stream.Pcr(0x100, ms * 54000LL).data[stream.data.size() - 187] |= 0x80;
+    }
+    Write({stream.data.begin(), stream.data.end()});
+    Log({{0, stream.data.size() / 2, Channel(0x100)}});  // the first stretch has what comes before
+    Set({{801, m_path}});
+    EXPECT_EQ(m_engine.State().durationMs, 4000);
 }
 
 TEST_F(PlayerTest, ChannelInfoComesFromTheSideFileElseFromThePmt) {
@@ -295,13 +542,23 @@ TEST_F(PlayerTest, ChannelInfoComesFromTheSideFileElseFromThePmt) {
     EXPECT_EQ(videoPidAt(kEnd), 0x100);
     Play(100);
     EXPECT_EQ(Heard(), "16");
+    Log({{0, 0, Channel(0x300)}, {kBorder, m_first.size(), Channel(0x200)}});
+    Write(m_first, std::ios::app);
+    EXPECT_EQ(videoPidAt(0), 0x100) << "the first stretch was found before the side file was there";
+    EXPECT_EQ(videoPidAt(kEnd), 0x200);
+    EXPECT_EQ(m_engine.Stretches().size(), 2U);
 }
 
 TEST_F(PlayerTest, UnusableSourcesAndCallsAreRefused) {
     TvChannelInfo *info = nullptr;
     EXPECT_EQ(m_engine.Ready(), kPlayerNoSource);
-    EXPECT_EQ(Set({{801, m_folder.string()}}), kPlayerOk);
-    EXPECT_EQ(m_engine.ChannelInfoAt(0, &info), kPlayerNoSource) << "a folder";
+    TvChannelInfo old{};
+    for (const std::string &path : {m_folder.string(), std::string("/dev/zero"), m_path + "x"}) {
+        EXPECT_EQ(Set({{801, path}}), kPlayerOk);
+        info = &old;
+        EXPECT_EQ(m_engine.ChannelInfoAt(0, &info), kPlayerNoSource) << path;
+        EXPECT_EQ(info, nullptr);
+    }
     Write("no transport stream");
     Log({});
     Set({{801, m_path}});
@@ -339,6 +596,13 @@ TEST_F(PlayerTest, TheStateIsToldWhileARecordingIsOpened) {
 
 using PlayerHandle = std::unique_ptr<void, decltype(&DestroyPlayer)>;
 
+/// Sets a property as often as the sequence has numbers, to its own number.
+template <std::size_t... numbers>
+int SetMany(void *stream, std::index_sequence<numbers...> /*count*/) {
+    return tv_stream_set_property(stream, (static_cast<void>(numbers), 104)...,
+                                  (static_cast<void>(numbers), 104)..., 0);
+}
+
 TEST(StreamPropertyTest, ListsAreKeptOrRefusedAsAWhole) {
     const PlayerHandle player(CreatePlayer({}), DestroyPlayer);
     void *stream = StreamOf(player.get());
@@ -354,9 +618,10 @@ TEST(StreamPropertyTest, ListsAreKeptOrRefusedAsAWhole) {
                                                                      DestroyRecorder);
     EXPECT_EQ(tv_stream_set_property(recorder.get(), 1413, 60, 0), kPlayerOk);
     EXPECT_EQ(tv_stream_set_property(recorder.get(), 104, 1, 0), kPlayerUnknownProperty);
+    EXPECT_EQ(tv_stream_set_property(recorder.get(), 1413, 60, 104, 1, 0), kPlayerUnknownProperty);
 
     ASSERT_EQ(tv_stream_set_property(stream, 103, 1, 104, 2, 109, 3, 134, 4, 302, 1, 307, 5, 314, 6,
-                                     320, 7, 406, 1, 509, 8, 602, 1, 603, 1, 801, "/none", 805, 1,
+                                     320, 7, 406, 2, 509, 8, 602, 1, 603, 1, 801, "/none", 805, 1,
                                      806, 9, 807, 0, 1214, 10, 0),
               kPlayerOk);
     tv_stream_set_kr3d_mode_format(stream, 1, 6);
@@ -372,6 +637,37 @@ TEST(StreamPropertyTest, ListsAreKeptOrRefusedAsAWhole) {
     EXPECT_NE(tv_stream_is_audio_description_enabled(stream), 0);
     tv_stream_disable_audio_description(stream);
     EXPECT_EQ(tv_stream_is_audio_description_enabled(stream), 0);
+    EXPECT_EQ(GetPlayerState(player.get()).adPid, 0x123);
+    EXPECT_EQ(SetMany(stream, std::make_index_sequence<64>()), kPlayerOk);
+    EXPECT_EQ(SetMany(stream, std::make_index_sequence<65>()), kPlayerUnknownProperty);
+}
+
+TEST_F(PlayerTest, EveryCallReachesItsOperation) {
+    using Run = PlayerState::Run;
+    const PlayerHandle handle(CreatePlayer({}), DestroyPlayer);
+    void *player = handle.get();
+    void *stream = StreamOf(player);
+    const auto state = [player] { return GetPlayerState(player); };
+    ASSERT_EQ(tv_stream_set_property(stream, 801, m_path.c_str(), 104, 0x100, 806, 10000, 0), 0);
+    EXPECT_EQ(tv_player_ready(player), kPlayerOk);
+    EXPECT_EQ(state().run, Run::Ready);
+    EXPECT_EQ(tv_stream_start(stream), kPlayerOk);
+    EXPECT_EQ(state().run, Run::Playing);
+    EXPECT_EQ(tv_player_pause(player), kPlayerOk);
+    EXPECT_EQ(state().run, Run::Paused);
+    const std::int64_t before = state().positionMs;
+    EXPECT_EQ(tv_player_step_play(player), kPlayerOk);
+    EXPECT_GT(state().positionMs, before);
+    EXPECT_EQ(tv_player_resume(player), kPlayerOk);
+    EXPECT_EQ(state().run, Run::Playing);
+    EXPECT_EQ(tv_player_set_play_speed(player, 0, 0.5), kPlayerOk);
+    EXPECT_EQ(state().rate, 0.5);
+    EXPECT_GT(state().positionMs, before) << "the position that is passed along moves nothing";
+    EXPECT_EQ(tv_player_set_position(player, 1000, 1.0), kPlayerOk);
+    EXPECT_LT(state().positionMs, before);
+    EXPECT_FALSE(IsSourceBeingWritten(player));
+    EXPECT_EQ(tv_stream_stop(stream), kPlayerOk);
+    EXPECT_EQ(state().run, Run::Stopped);
 }
 
 /// On the real clock thread. Callback 30 is written down as its negative sub-event.
@@ -391,10 +687,11 @@ TEST_F(PlayerTest, CallbacksMayCallEverything) {
         const std::lock_guard<std::mutex> lock(mutex);
         heard.push_back(type == 30 ? -message.subEventType : static_cast<int>(type));
         changed.notify_all();
+        throw std::runtime_error("what a service throws ends nothing");
     });
     const auto waitFor = [&](int last) {
         std::unique_lock<std::mutex> lock(mutex);
-        return changed.wait_for(lock, std::chrono::minutes(1),
+        return changed.wait_for(lock, std::chrono::seconds(20),
                                 [&] { return !heard.empty() && heard.back() == last; });
     };
     EXPECT_EQ(tv_stream_start(stream), kPlayerNoSource);
@@ -404,6 +701,22 @@ TEST_F(PlayerTest, CallbacksMayCallEverything) {
     ASSERT_TRUE(waitFor(0));
     EXPECT_EQ(heard, (std::vector<int>{31, 16, -3, 16, 0}));
     EXPECT_EQ(tv_player_set_position(player.get(), kEnd - 1000, -1.0), kPlayerOk);
+}
+
+TEST_F(PlayerTest, AFactorThatIsNoneLetsTheClockRunAsItIs) {
+    for (const double factor : {-5.0, 0.0, double(NAN), std::numeric_limits<double>::infinity()}) {
+        std::promise<int> end;
+        const PlayerHandle player(CreatePlayer({factor}), DestroyPlayer);
+        SetPlayerCallback(player.get(), [&](TVCallbackType type, const PlayerMessage &message) {
+            if (type == TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION)
+                end.set_value(message.timeCode);
+        });
+        tv_stream_set_property(StreamOf(player.get()), 801, m_path.c_str(), 806, kEnd - 50, 0);
+        ASSERT_EQ(tv_stream_start(StreamOf(player.get())), kPlayerOk);
+        std::future<int> reached = end.get_future();
+        ASSERT_EQ(reached.wait_for(std::chrono::seconds(20)), std::future_status::ready) << factor;
+        EXPECT_EQ(reached.get(), kEnd);
+    }
 }
 
 TEST_F(PlayerTest, WhatCallbacksCauseHoldsNobodyUp) {
@@ -417,6 +730,22 @@ TEST_F(PlayerTest, WhatCallbacksCauseHoldsNobodyUp) {
     EXPECT_EQ(Heard(), "31/1") << "the answer to a retry inside a callback waits for the next tick";
     Play(100);
     EXPECT_EQ(Heard(), "31/1");
+    m_then = nullptr;
+    Start(kEnd - 40, 0x200);
+    m_engine.Seek(kEnd + 1, 1.0);
+    m_then = [&] {
+        m_then = nullptr;
+        m_engine.Seek(-5, 1.0);  // forgets the unmute that is pending
+    };
+    Play(100);
+    EXPECT_EQ(Heard(), "30/0@39920");
+    Play(100);
+    EXPECT_EQ(Heard(), "30/1@0");
+    m_engine.Seek(-5, 1.0);
+    m_engine.Close();
+    m_engine.Seek(kEnd + 1, 1.0);
+    Play(100);
+    EXPECT_EQ(Heard(), "") << "reported after the end was asked for";
 
     std::atomic<int> heard = 0;
     void *player = CreatePlayer({});
@@ -432,10 +761,15 @@ TEST_F(PlayerTest, WhatCallbacksCauseHoldsNobodyUp) {
 }
 
 TEST(PlaybackServicesTest, CodecsAreConvertedAndUserDataIsFollowedPerHandle) {
-    EXPECT_EQ(TVPlayerDataUtil::ConvertVideoEncodeType(VIDEO_ENCODE_H264), 0x1B);
-    EXPECT_EQ(TVPlayerDataUtil::ConvertVideoEncodeType(static_cast<EVideoEncodeType>(77)), 0);
-    EXPECT_EQ(TVPlayerDataUtil::ConvertAudioEncodeType(AUDIO_ENCODE_AC3), 0x81);
-    EXPECT_EQ(TVPlayerDataUtil::ConvertDigitalMTSModeType(MULTI_SOUND_DUAL_RIGHT), 2);
+    std::vector<int> video, audio, sound;  // by the platform's numbers; the last one is unknown
+    for (unsigned type = 0; type <= 7; ++type) {
+        video.push_back(TVPlayerDataUtil::ConvertVideoEncodeType(EVideoEncodeType(type)));
+        audio.push_back(TVPlayerDataUtil::ConvertAudioEncodeType(EAudioEncodeType(type)));
+        sound.push_back(TVPlayerDataUtil::ConvertDigitalMTSModeType(EMultiSoundMode(type)));
+    }
+    EXPECT_EQ(video, (std::vector<int>{0, 0x01, 0x02, 0x10, 0x1B, 0x24, 0, 0}));
+    EXPECT_EQ(audio, (std::vector<int>{0, 0x03, 0x04, 0x0F, 0x11, 0x81, 0x87, 0}));
+    EXPECT_EQ(sound, (std::vector<int>{0, 0, 1, 2, 3, 0, 0, 0}));
 
     TIUserDataManager *manager = TIUserDataManager::Instance({PROFILE_TYPE_MAIN, 20});
     EXPECT_EQ(TIUserDataManager::Instance({PROFILE_TYPE_MAIN, 20}), manager);
@@ -443,7 +777,10 @@ TEST(PlaybackServicesTest, CodecsAreConvertedAndUserDataIsFollowedPerHandle) {
     EXPECT_EQ(manager->Start(&stream, 1), 1);
     EXPECT_EQ(manager->Start(&stream, 1), 0);
     EXPECT_EQ(TIUserDataManager::Instance({PROFILE_TYPE_PIP, 20})->Stop(), 0);
+    EXPECT_EQ(manager->Start(nullptr, 1), 0);
     EXPECT_EQ(manager->Stop(), 1);
+    EXPECT_EQ(manager->Start(nullptr, 1), 0);
+    EXPECT_EQ(manager->Stop(), 0);
 }
 
 }  // namespace

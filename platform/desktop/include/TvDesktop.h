@@ -220,7 +220,9 @@ struct PlayerMessage {
 using PlayerCallback = std::function<void(TVCallbackType type, const PlayerMessage &message)>;
 
 struct PlayerOptions {
-    double clockFactor = 1.0;  ///< the player's clock runs this many times faster than real time
+    /// The player's clock runs this many times faster than real time; 1.0 in place of what is not
+    /// above 0 or not finite.
+    double clockFactor = 1.0;
 };
 
 /// A player for tv_player_*. A source (801) ends what played before and is read once when it is

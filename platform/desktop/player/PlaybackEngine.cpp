@@ -31,6 +31,12 @@ bool IsRate(double rate) {
     return std::isfinite(rate) && rate != 0;
 }
 
+/// Messages carry times in 32 bits.
+int TimeCode(double milliseconds) {
+    constexpr double kLatest = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min(milliseconds, kLatest));
+}
+
 /// A PID that a demultiplexer can be set to; 0 is the PAT and 0x1FFF the null packets, both also
 /// stand for "none", as does everything that is no PID at all.
 bool IsStreamPid(int pid) {
@@ -373,11 +379,9 @@ void PlaybackEngine::MoveTo(double position) {
 void PlaybackEngine::CrossInto(std::size_t stretch, std::size_t border) {
     MoveTo(m_recording->StretchBegin(border));
     m_stretch = stretch;
-    m_lookedFrom = kInfinity;
-    m_lookedTo = -kInfinity;
     PlayerMessage message;
     message.subEventType = kChannelChanged;
-    message.timeCode = static_cast<int>(m_position);
+    message.timeCode = TimeCode(m_position);
     Post(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message);
 }
 
@@ -390,7 +394,7 @@ void PlaybackEngine::ReachEdge(Edge edge) {
     m_edge = edge;
     PlayerMessage message;
     message.subEventType = edge == Edge::End ? kEndReached : kBeginReached;
-    message.timeCode = static_cast<int>(m_position);
+    message.timeCode = TimeCode(m_position);
     Post(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message);
 }
 
@@ -446,8 +450,7 @@ void PlaybackEngine::LookForUnit() {
     if (!m_state.waitingForUnmute || decoded.pid < 0 || m_stretch >= m_recording->StretchCount())
         return;
     const bool forward = m_state.rate > 0;
-    const double begin = m_recording->StretchBegin(m_stretch);
-    double from = std::max(begin, m_position - (forward ? kStillShown : kReadAhead));
+    double from = m_position - (forward ? kStillShown : kReadAhead);
     double to = std::min(StretchEnd(), m_position + (forward ? kReadAhead : kStillShown));
     if (forward)
         from = std::max(from, m_lookedTo);

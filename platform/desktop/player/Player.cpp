@@ -1,6 +1,7 @@
 #include "player/Player.h"
 
 #include <chrono>
+#include <cmath>
 #include <memory>
 #include <utility>
 
@@ -10,11 +11,15 @@ namespace {
 /// Real time between two looks at the playback: finer than a picture lasts.
 constexpr std::chrono::milliseconds kTick{20};
 
+bool IsFactor(double factor) {
+    return std::isfinite(factor) && factor > 0;
+}
+
 }  // namespace
 
 Player::Player(const PlayerOptions &options)
     : PlatformObject(kKind),
-      m_clockFactor(options.clockFactor > 0 ? options.clockFactor : 1.0),
+      m_clockFactor(IsFactor(options.clockFactor) ? options.clockFactor : 1.0),
       m_stream(*this),
       m_engine(
           [this](TVCallbackType type, const PlayerMessage &message) { Deliver(type, message); }),
