@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <gst/gst.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <TIEventManager.h>
@@ -10,9 +12,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -80,6 +85,7 @@ class RecorderTest : public testing::Test {
 
     /// A recorder that reads what the test writes into the returned descriptor.
     int CreateOnPipe() {
+        std::filesystem::remove(Path("pipe"));
         EXPECT_EQ(::mkfifo(Path("pipe").c_str(), 0600), 0);
         Create(Path("pipe"));
         return ::open(Path("pipe").c_str(), O_RDWR | O_CLOEXEC);
@@ -90,8 +96,9 @@ class RecorderTest : public testing::Test {
                                         0);
     }
 
-    int Swap(const std::string &name) {
-        std::string path = Path(name);
+    int Swap(const std::string &name) { return SwapTo(Path(name)); }
+
+    int SwapTo(std::string path) {
         TvRecorderSwap swap{path.data(), 0, 0};
         return tv_recorder_set_property(m_recorder, 55, &swap, 0);
     }
@@ -132,6 +139,9 @@ class RecorderTest : public testing::Test {
                                   &result.parameter);
         }
         EXPECT_EQ(tv_recorder_stop(test->m_recorder), kRecorderInsideCallback);
+        DestroyRecorder(test->m_recorder);  // refused
+        if (test->m_whileInCallback)
+            std::exchange(test->m_whileInCallback, nullptr)();
         const std::lock_guard<std::mutex> lock(test->m_mutex);
         test->m_messages.push_back(result);
         test->m_arrived.notify_all();
@@ -142,6 +152,7 @@ class RecorderTest : public testing::Test {
     std::mutex m_mutex;
     std::condition_variable m_arrived;
     std::vector<Message> m_messages;
+    std::function<void()> m_whileInCallback;  ///< once
 };
 
 std::set<int> Kept(const StreamSelection &selection) {
@@ -230,6 +241,9 @@ TEST_F(RecorderTest, RefusesWhatItCannotDo) {
     EXPECT_FALSE(SetRecordDuration(nullptr, 1000));
     EXPECT_EQ(tv_recorder_pause(m_recorder), kRecorderNotRunning);
     EXPECT_EQ(Swap("swapped.ts"), kRecorderNotRunning);
+    TvRecorderSwap nameless{nullptr, 0, 0};
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 55, &nameless, 0), kRecorderBadProperty);
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 55, nullptr, 0), kRecorderBadProperty);
 
     ASSERT_EQ(Sink("source.ts"), 0);
     EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSinkFailed);
@@ -251,16 +265,244 @@ TEST_F(RecorderTest, RefusesWhatItCannotDo) {
     }
 }
 
+TEST_F(RecorderTest, RefusesASinkThatIsTakenAndLeavesItAsItWas) {
+    namespace fs = std::filesystem;
+    const TsBuilder stream = TsBuilder().Media(0x100, 30);
+    stream.WriteTo(Path("in.ts.chan"));
+    ASSERT_EQ(::mkfifo(Path("fifo.ts.chan").c_str(), 0600), 0);
+    fs::create_directory(Path("folder.ts.chan"));
+    fs::create_symlink("nowhere", Path("link.ts"));
+
+    const FileDescriptor pipe(CreateOnPipe());
+    ASSERT_EQ(Sink("out.ts"), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), 20 * 188));
+    WaitForFirstPacket();
+    fs::create_hard_link(Path("out.ts"), Path("hard.ts"));
+    fs::create_symlink("out.ts", Path("soft.ts"));
+
+    void *second = CreateRecorder({Path("in.ts.chan"), 0});
+    const std::pair<const char *, const char *> sinks[] = {
+        {"out.ts", "another recorder"},    {"hard.ts", "another recorder"},
+        {"soft.ts", "another recorder"},   {"in.ts", "source of the recording"},
+        {"fifo.ts", "not a regular file"}, {"folder.ts", "not a regular file"},
+        {"link.ts", "No such file"},       {"no/such/place", "No such file"},
+    };
+    for (const auto &[name, said] : sinks) {
+        const bool isThere = fs::exists(Path(name));
+        ASSERT_EQ(tv_recorder_set_property(second, 56, Path(name).c_str(), 0), 0);
+        EXPECT_EQ(tv_recorder_start(second), kRecorderSinkFailed) << name;
+        EXPECT_NE(RecorderFailure(second).find(said), std::string::npos) << RecorderFailure(second);
+        EXPECT_EQ(fs::exists(Path(name)), isThere) << name;
+    }
+    DestroyRecorder(second);
+    EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
+    EXPECT_EQ(ReadFile(Path("out.ts")), Bytes(stream.data.begin(), stream.data.begin() + 20 * 188));
+    EXPECT_EQ(ReadFile(Path("in.ts.chan")), stream.data);
+    EXPECT_TRUE(fs::is_fifo(Path("fifo.ts.chan")));
+}
+
+TEST_F(RecorderTest, KeepsTheOpenFileWhateverHappensToItsName) {
+    namespace fs = std::filesystem;
+    const std::string other = "/dev/shm/" +
+                              fs::path(m_directory).parent_path().filename().string() +
+                              std::to_string(::getpid());
+    const auto nothing = [] {};
+    const auto remove = [this] { fs::remove(Path("out")); };
+    const auto replace = [this] {
+        std::ofstream(Path("new")) << "other";
+        fs::rename(Path("new"), Path("out"));
+    };
+    const auto move = [this] { fs::rename(Path("out"), Path("moved")); };
+    const struct {
+        const char *what;
+        std::function<void()> act;
+        std::string swapTo;
+        int stopped;
+        std::string kept;  ///< begin of the name
+    } rows[] = {
+        {"swap", nothing, Path("swapped"), kRecorderOk, "swapped"},
+        {"removed, swap", remove, Path("swapped"), kRecorderOk, "swapped"},
+        {"replaced, swap", replace, Path("swapped"), kRecorderOk, "swapped"},
+        {"moved, swap", move, Path("swapped"), kRecorderOk, "swapped"},
+        {"other file system", nothing, other, kRecorderOk, ""},
+        {"removed", remove, "", kRecorderWriteFailed, "out"},
+        {"replaced", replace, "", kRecorderWriteFailed, "out-"},
+        {"moved", move, "", kRecorderWriteFailed, "moved"},
+    };
+    TsBuilder stream;
+    for (int i = 0; i < 10; ++i)
+        stream.Pcr(0x100, i * 10 * kMs).Media(0x100);
+    TvChannelInfo channel{};
+    channel.pcrPid = 0x100;
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        for (const auto &entry : fs::directory_iterator(m_directory))
+            fs::remove(entry.path());
+        FileDescriptor pipe(CreateOnPipe());
+        ASSERT_EQ(Sink("out", 1), 0);
+        ASSERT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 49, 0x100, 0), 0);
+        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+        ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), 10 * 188));
+        WaitForFirstPacket();
+        row.act();
+        if (!row.swapTo.empty()) {
+            ASSERT_EQ(SwapTo(row.swapTo), 0);
+        }
+        ASSERT_TRUE(WriteAll(pipe.Get(), &stream.data[10 * 188], 10 * 188));
+        pipe.Close();
+        if (row.stopped == kRecorderOk)
+            WaitForEnd();
+        else
+            WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorWrite);
+        EXPECT_EQ(tv_recorder_stop(m_recorder), row.stopped);
+
+        std::string kept = row.kept.empty() ? other : "";
+        for (const auto &entry : fs::directory_iterator(m_directory)) {
+            const std::string name = entry.path().filename().string();
+            if (!row.kept.empty() && name.rfind(row.kept, 0) == 0 &&
+                entry.path().extension() != ".chan")
+                kept = entry.path().string();
+        }
+        EXPECT_EQ(ReadFile(kept), stream.data) << kept;
+        EXPECT_EQ(ts::ReadChannelLog(row.what == std::string("moved") ? Path("out") : kept).size(),
+                  1U);
+        EXPECT_EQ(RecorderFailure(m_recorder).empty(), row.stopped == kRecorderOk);
+        EXPECT_TRUE(row.stopped == kRecorderOk ||
+                    RecorderFailure(m_recorder).find(kept) != std::string::npos);
+        fs::remove(other);
+        fs::remove(ts::ChannelLogPath(other));
+    }
+}
+
+TEST_F(RecorderTest, StopsWithEverythingThatWasRead) {
+    TsBuilder stream;
+    for (int i = 0; i < 10; ++i)
+        stream.Pcr(0x100, i * 10 * kMs);
+    FileDescriptor pipe(CreateOnPipe());
+    ASSERT_EQ(Sink("out.ts"), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), stream.data.size()));
+    WaitForFirstPacket();
+    EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
+    ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), stream.data.size()));
+    EXPECT_EQ(ReadFile(Path("out.ts")), stream.data) << "the last packet too, and none after it";
+    EXPECT_EQ(tv_recorder_pause(m_recorder), kRecorderNotRunning);
+    EXPECT_EQ(m_messages.size(), 1U) << "a stop is no end";
+
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);  // takes what is still in the pipe
+    WaitForFirstPacket();
+    ASSERT_TRUE(SetRecordDuration(static_cast<PlatformObject *>(m_recorder), 150));
+    TsBuilder more;
+    for (int i = 10; i < 20; ++i)
+        more.Pcr(0x100, i * 10 * kMs);
+    ASSERT_TRUE(WriteAll(pipe.Get(), more.data.data(), more.data.size()));
+    EXPECT_EQ(WaitForEnd(), 150);
+}
+
+TEST_F(RecorderTest, ReportsAFailedLastWrite) {
+    CreateOn(TsBuilder().Pcr(0x100, 0).Pcr(0x100, kMs).Pcr(0x100, 10'000 * kMs), 1.0);
+    ASSERT_EQ(Sink("../../../../../../../../dev/full"), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    for (long long position = 0, duration = 0; position < 1; std::this_thread::yield())
+        ASSERT_EQ(tv_recorder_get_position(m_recorder, &position, &duration), 0);
+    EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderWriteFailed);
+    WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorNoSpace);
+}
+
+TEST_F(RecorderTest, GivesASlowReaderOneDeadlineAtAStop) {
+    const TsBuilder stream = TsBuilder().Media(0x100, 5000);
+    const int pauses[] = {0, 20};  // milliseconds of the reader, after each page
+    for (const int pause : pauses) {
+        std::filesystem::remove(Path("sink"));
+        ASSERT_EQ(::mkfifo(Path("sink").c_str(), 0600), 0);
+        const FileDescriptor reader(
+            ::open(Path("sink").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        CreateOn(stream);
+        ASSERT_EQ(Sink("sink"), 0);
+        ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
+        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+        for (int unread = 0; unread < 60'000; std::this_thread::yield())
+            ASSERT_EQ(::ioctl(reader.Get(), FIONREAD, &unread), 0);
+
+        std::atomic<bool> isStopped{false};
+        Bytes received;
+        std::thread slowly([&] {
+            std::uint8_t page[4096];
+            for (ssize_t count = 1; count > 0 || !isStopped;) {
+                count = ::read(reader.Get(), page, sizeof page);
+                received.insert(received.end(), page, page + std::max<ssize_t>(count, 0));
+                pollfd wait = {reader.Get(), POLLIN, 0};
+                ::poll(pause > 0 && !isStopped ? nullptr : &wait, pause > 0 ? 0 : 1, pause);
+            }
+        });
+        const int result = tv_recorder_stop(m_recorder);
+        isStopped = true;
+        slowly.join();
+        EXPECT_EQ(result, pause == 0 ? kRecorderOk : kRecorderWriteFailed);
+        EXPECT_EQ(received == stream.data, pause == 0);
+    }
+}
+
+TEST_F(RecorderTest, AnswersASwapThatTheEndOvertakes) {
+    CreateOn(TsBuilder().Media(0x100, 30));
+    ASSERT_EQ(Sink("buffer", 1), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
+    std::atomic<pid_t> swapper{0};
+    std::thread swap;
+    m_whileInCallback = [&] {  // the first packets of a source that is read to its end
+        swap = std::thread([&] {
+            swapper = ::gettid();
+            EXPECT_EQ(Swap("recording"), kRecorderNotRunning);
+        });
+        // Until it waits for the answer.
+        for (std::string status; status.find(") S") == std::string::npos; std::this_thread::yield())
+            std::getline(std::ifstream("/proc/self/task/" + std::to_string(swapper) + "/stat"),
+                         status);
+    };
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    WaitForEnd();
+    swap.join();
+    EXPECT_FALSE(std::filesystem::exists(Path("recording")));
+}
+
+TEST_F(RecorderTest, TakesNoProcessorTimeAndNoMemoryWhileIdle) {
+    Create(Path("none"));
+    const TvChannelInfo channel{};
+    const std::size_t before = ::mallinfo2().uordblks;
+    for (int i = 0; i < 20'000; ++i)
+        ASSERT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 0), 0);
+    EXPECT_LT(::mallinfo2().uordblks, before + (1 << 20));
+
+    const FileDescriptor pipe(CreateOnPipe());
+    ASSERT_EQ(Sink("silent.ts"), 0);
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    void *silent = std::exchange(m_recorder, nullptr);
+    CreateOn(TsBuilder().Pcr(0x100, 0).Pcr(0x100, 400 * kMs).Media(0x100), 1.0);
+    ASSERT_EQ(Sink("out.ts"), 0);
+    ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
+    const std::clock_t begin = std::clock();
+    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    WaitForEnd();
+    EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC / 5) << "of 0.4 s that both only waited";
+    DestroyRecorder(silent);
+}
+
 TEST_F(RecorderTest, ReportsFailuresThroughTheCallback) {
     struct Case {
         TsBuilder stream;
         std::string sink;
         int code;
+        const char *said;
     };
     const Case cases[] = {
-        {TsBuilder().Junk(5000), "out.ts", kRecorderErrorSource},
-        {TsBuilder(), "out.ts", kRecorderErrorSource},
-        {TsBuilder().Media(0x100, 100), "../../../../../../../../dev/full", kRecorderErrorNoSpace},
+        {TsBuilder().Junk(5000), "out.ts", kRecorderErrorSource, "not a transport stream"},
+        {TsBuilder(), "out.ts", kRecorderErrorSource, "not a transport stream"},
+        {TsBuilder().Media(0x100, 100), "../../../../../../../../dev/full", kRecorderErrorNoSpace,
+         "dev/full: No space left on device"},
     };
     for (const Case &c : cases) {
         CreateOn(c.stream);
@@ -268,7 +510,11 @@ TEST_F(RecorderTest, ReportsFailuresThroughTheCallback) {
         ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
         ASSERT_EQ(tv_recorder_start(m_recorder), 0);
         WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, c.code);
-        EXPECT_EQ(tv_recorder_stop(m_recorder), 0) << c.sink;
+        EXPECT_EQ(tv_recorder_stop(m_recorder),
+                  c.code == kRecorderErrorSource ? kRecorderOk : kRecorderWriteFailed);
+        EXPECT_NE(RecorderFailure(m_recorder).find(c.said), std::string::npos)
+            << RecorderFailure(m_recorder);
+        EXPECT_FALSE(std::filesystem::exists(Path("out.ts"))) << "an empty recording was left";
     }
 }
 
@@ -390,7 +636,7 @@ TEST_F(RecorderTest, WritesIntoAPipeAsLongAsSomebodyReads) {
     reader.Close();
     ASSERT_TRUE(WriteAll(source.Get(), stream.data.data(), stream.data.size()));
     WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorWrite);
-    EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
+    EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderWriteFailed);
 }
 
 TEST_F(RecorderTest, PacesByThePcrAndLosesNothingAtAStop) {
@@ -479,6 +725,8 @@ TEST(Platform, DeliversEventsToWhoeverSubscribed) {
     auto *manager = TIEventManager::Instance();
     EXPECT_EQ(manager->Send(31, record, 0), 0) << "nobody there";
 
+    const int thrower = Subscribe([](const Event &) { throw std::bad_alloc(); });
+    EXPECT_EQ(manager->Send(31, record, 0), 0) << "nobody took it";
     std::vector<Event> events;
     int second = 0;
     const int first = Subscribe([&](const Event &event) {
@@ -489,6 +737,7 @@ TEST(Platform, DeliversEventsToWhoeverSubscribed) {
     EXPECT_NE(manager->Send(31, &handle, record, 0), 0);
     record[0] = 9;
     EXPECT_NE(manager->Send(32, record, 0), 0);
+    Unsubscribe(thrower);
     Unsubscribe(first);
     EXPECT_EQ(manager->Send(33, record, 0), 0);
 

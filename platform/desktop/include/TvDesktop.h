@@ -49,6 +49,14 @@ int Subscribe(EventSubscriber subscriber);
 /// at that moment still may.
 void Unsubscribe(int subscription);
 
+// --- Files ---------------------------------------------------------------------------------------
+
+/// Replaces a file as a whole, or makes it: written under a name of its own beside it, brought to
+/// the disk, then renamed over it. At every moment there is the old file or the new one, and no
+/// link is followed.
+/// @return false on failure, nothing changed; errno tells why
+bool ReplaceFile(const std::string &path, const void *bytes, std::size_t size);
+
 // --- Configuration -------------------------------------------------------------------------------
 
 /// What TCVConfProvider::GetDescrambleMode answers; 0 until told otherwise. Thread-safe.
@@ -100,15 +108,16 @@ enum RecorderCode : int {
     kRecorderOk = 0,
     kRecorderNoRecorder = 1,   ///< null, or an object of another kind
     kRecorderBadProperty = 2,  ///< unknown id, null pointer, or no PID: nothing of the list applied
-    kRecorderAlreadyRunning = 3,   ///< started already; also: sink properties of a running recorder
-    kRecorderNotRunning = 4,       ///< not started, or over; paused twice, resumed without a pause
-    kRecorderNoSink = 5,           ///< started without a file name
-    kRecorderSourceFailed = 6,     ///< the source cannot be opened
-    kRecorderSinkFailed = 7,       ///< the sink or its side file cannot be opened, or is the source
-    kRecorderWriteFailed = 8,      ///< a stop or a swap could not write everything
-    kRecorderNotTimeshift = 9,     ///< swap of a sink that is no timeshift buffer in a file
-    kRecorderFileExists = 10,      ///< swap to a file that exists; it stays as it is
-    kRecorderRateUnknown = 11,     ///< too little recorded to tell a timeshift duration
+    kRecorderAlreadyRunning = 3,  ///< started already; also: sink properties of a running recorder
+    kRecorderNotRunning = 4,      ///< not started, or over; paused twice, resumed without a pause
+    kRecorderNoSink = 5,          ///< started without a file name
+    kRecorderSourceFailed = 6,    ///< the source cannot be opened
+    kRecorderSinkFailed = 7,      ///< the sink or its side file cannot be opened, or is the source,
+                                  ///< or another recorder writes it
+    kRecorderWriteFailed = 8,     ///< a stop or a swap could not write everything
+    kRecorderNotTimeshift = 9,    ///< swap of a sink that is no timeshift buffer in a file
+    kRecorderFileExists = 10,     ///< swap to a file that exists, or whose side file does; it stays
+    kRecorderRateUnknown = 11,    ///< too little recorded to tell a timeshift duration
     kRecorderInsideCallback = 12,  ///< start, stop and swap are refused inside the callback
     kRecorderOutOfResources = 13,  ///< no memory or no thread
 };
@@ -140,23 +149,34 @@ struct RecorderOptions {
 ///   before. A FIFO needs a reader. What cannot be opened is answered with a code, what fails later
 ///   arrives through the callback: it runs on the recorder's thread, without a lock held, after the
 ///   recorder has ended by itself. A recorder that has ended keeps its position; tv_recorder_stop
-///   answers it with 0, and it may be started again.
+///   answers it as it would have been answered then, and it may be started again.
+/// - A sink is written by one recorder at a time, whatever name it is reached by; the second is not
+///   started. What was made for a recording that did not get a packet before it failed is removed.
+/// - A recording whose file was removed or replaced while it ran is kept in another file as far as
+///   that is possible; it counts as failed, and RecorderFailure names that file.
 /// - Inside the callback every call is allowed but start, stop, swap and DestroyRecorder.
 /// - tv_recorder_pause stops the reading of the source; tv_recorder_resume goes on with the next
-///   packet. tv_recorder_stop returns when everything recorded is flushed and closed.
+///   packet. tv_recorder_stop returns when everything recorded is flushed and closed; a pipe whose
+///   reader is slow has one second in all, then the rest is lost and the stop answers 8.
 /// - Packets whose transport_error_indicator is set are not recorded, nor are packets cut short.
 /// - Positions are milliseconds of stream time in the sink, counted by the PCRs that were recorded.
 /// - tv_recorder_get_timeshift_duration takes KiB and gives milliseconds, by the mean rate so far.
 /// - A swap (property 55) moves everything buffered into the new file, which then takes all that
-///   follows; the side file goes along. It makes a recording of the buffer whatever its flags say.
+///   follows; the side file goes along. It moves the file that is open: what has taken its name
+///   meanwhile stays where it is. It makes a recording of the buffer whatever its flags say.
 /// - Stream property 1413 limits the recording to a stream time in milliseconds.
 /// - Property 60 is kept beside the recording, in the file with ".chan" appended, with the stream
 ///   time and byte offset from which on it applies. Properties 34, 52 and 61 have no effect here.
 ///
 /// @return null when there is no memory for it; the source is opened by tv_recorder_start
 void *CreateRecorder(const RecorderOptions &options);
-/// Stops it if it runs.
+/// Stops it if it runs. Inside its callback it is refused: the recorder stays.
 void DestroyRecorder(void *recorder);
+
+/// What a start, a swap or a recording failed of: one sentence with the file and the reason, for a
+/// user. Thread-safe.
+/// @return empty when the last start or swap succeeded and nothing failed since
+std::string RecorderFailure(void *recorder);
 
 // --- Repair --------------------------------------------------------------------------------------
 

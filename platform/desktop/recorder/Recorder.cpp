@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -72,21 +71,24 @@ RecorderCode Recorder::Start() {
     if (m_fileName.empty())
         return kRecorderNoSink;
     m_state = State::Idle;
+    m_failure.clear();
     lock.unlock();
     if (m_thread.joinable())
         m_thread.join();
 
     auto session = std::make_unique<RecordingSession>(
         m_options.speed, [this](int descriptor) { return WaitForRoom(descriptor); });
-    const RecorderCode opened = session->Open(m_options.source, m_fileName);
-    if (opened != kRecorderOk)
-        return opened;
+    RecorderCode opened = session->Open(m_options.source, m_fileName);
     session->Select(m_selection);
     session->LimitTo(m_limitMs);
-    if (m_channel && !session->AddStretch(*m_channel))
-        return kRecorderSinkFailed;
+    if (opened == kRecorderOk && m_channel && !session->AddStretch(*m_channel))
+        opened = kRecorderSinkFailed;
 
     lock.lock();
+    if (opened != kRecorderOk) {
+        m_failure = session->ErrorText();
+        return opened;
+    }
     m_hasFile = session->WritesFile();
     m_changes = {};
     m_isStopping = false;
@@ -120,20 +122,19 @@ RecorderCode Recorder::Resume() {
 RecorderCode Recorder::Stop() {
     if (IsOnThread())
         return kRecorderInsideCallback;
-    bool wasRunning = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (m_state == State::Idle)
             return kRecorderNotRunning;
-        wasRunning = IsRunning();
         m_isStopping = true;
+        m_drainEnd = RecordingSession::Clock::now() + kDrainTime;
         Wake();
     }
     if (m_thread.joinable())
         m_thread.join();
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_state = State::Idle;
-    return wasRunning ? m_stopResult : kRecorderOk;
+    return m_stopResult;
 }
 
 RecorderCode Recorder::Apply(const RecorderPropertyList &list) {
@@ -149,7 +150,7 @@ RecorderCode Recorder::Apply(const RecorderPropertyList &list) {
     for (const TvChannelInfo &channel : list.channels) {
         m_selection.TakePcrPidOf(channel.pcrPid);
         m_channel = channel;
-        m_changes.channels.push_back(channel);
+        m_changes.channel = channel;
     }
     m_changes.selection = true;
     Wake();
@@ -162,6 +163,7 @@ RecorderCode Recorder::Swap(std::unique_lock<std::mutex> &lock, const std::strin
     if (!m_isTimeshift || !m_hasFile)
         return kRecorderNotTimeshift;
     m_swapResult.reset();
+    m_failure.clear();
     m_changes.swapTo = path;
     m_swapped.wait(lock, [this] { return m_swapResult || !IsRunning(); });
     const RecorderCode result = m_swapResult.value_or(kRecorderNotRunning);
@@ -194,6 +196,11 @@ RecorderCode Recorder::GetTimeshiftDuration(unsigned int sizeKiB, unsigned int &
         sizeKiB * 1024.0 * static_cast<double>(position) / static_cast<double>(size);
     durationMs = milliseconds < UINT_MAX ? static_cast<unsigned int>(milliseconds) : UINT_MAX;
     return kRecorderOk;
+}
+
+std::string Recorder::Failure() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_failure;
 }
 
 // --- The recorder's thread -----------------------------------------------------------------------
@@ -257,12 +264,14 @@ bool Recorder::ApplyChanges(RecordingSession &session, const Changes &changes) {
         session.Flush();
         session.RestartPacing();
     }
-    for (const TvChannelInfo &channel : changes.channels)
-        session.AddStretch(channel);
+    if (changes.channel)
+        session.AddStretch(*changes.channel);
     if (changes.swapTo) {
         const RecorderCode result = session.SwapTo(*changes.swapTo);
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_swapResult = result;
+        if (result != kRecorderOk)
+            m_failure = session.SwapProblem();
         m_swapped.notify_all();
     }
     if (!session.ErrorText().empty())
@@ -281,17 +290,22 @@ void Recorder::WaitForNews(Wakeup::Timeout timeout, int file) {
     m_wakeup.Wait(timeout, file, POLLIN);
 }
 
+/// @return false when the time is over that a stop gives to all that is still to be written
 bool Recorder::WaitForRoom(int descriptor) {
-    Wakeup::Timeout timeout;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_isStopping)
-            timeout = kDrainTime;
+    for (;;) {
+        Wakeup::Timeout timeout;
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (m_isStopping)
+                timeout = m_drainEnd - RecordingSession::Clock::now();
+        }
+        if (timeout && timeout->count() <= 0) {
+            errno = ETIMEDOUT;
+            return false;
+        }
+        if (m_wakeup.Wait(timeout, descriptor, POLLOUT))
+            return true;
     }
-    if (m_wakeup.Wait(timeout, descriptor, POLLOUT) || !timeout)
-        return true;
-    errno = ETIMEDOUT;
-    return false;
 }
 
 void Recorder::PublishProgress(const RecordingSession &session) {
@@ -315,6 +329,7 @@ void Recorder::Finish(RecordingSession &session, Next reason) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_state = State::Ended;
         m_stopResult = reason == Next::SinkFailed ? kRecorderWriteFailed : kRecorderOk;
+        m_failure = session.ErrorText();
         m_swapped.notify_all();
     }
     ReportEnd(session, reason);
@@ -342,9 +357,8 @@ void Recorder::ReportEnd(const RecordingSession &session, Next reason) {
     if (reason == Next::SinkFailed)
         code = errorReason == ENOSPC || errorReason == EDQUOT ? kRecorderErrorNoSpace
                                                               : kRecorderErrorWrite;
-    const std::string why = errorReason != 0 ? std::string(": ") + std::strerror(errorReason) : "";
     Report(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR,
-           m_messages.Error(code, session.ErrorText() + why,
+           m_messages.Error(code, session.ErrorText(),
                             "after " + std::to_string(session.Size()) + " bytes, errno " +
                                 std::to_string(errorReason)));
 }

@@ -59,6 +59,9 @@ class Recorder : public PlatformObject {
     RecorderCode SetDuration(int milliseconds);
     void GetPosition(long long &position, long long &duration) const;
     RecorderCode GetTimeshiftDuration(unsigned int sizeKiB, unsigned int &durationMs) const;
+    std::string Failure() const;
+    /// @return whether the caller is inside the recorder's callback
+    bool IsOnThread() const;
 
   private:
     enum class State { Idle, Recording, Paused, Ended };
@@ -68,12 +71,12 @@ class Recorder : public PlatformObject {
         bool selection = false;
         bool limit = false;
         bool pause = false;
-        std::vector<TvChannelInfo> channels;
+        /// The last one: what came before it and was not taken yet has no packet.
+        std::optional<TvChannelInfo> channel;
         std::optional<std::string> swapTo;
     };
 
     bool IsRunning() const { return m_state == State::Recording || m_state == State::Paused; }
-    bool IsOnThread() const;
     RecorderCode ChangeState(State from, State to);
     RecorderCode Swap(std::unique_lock<std::mutex> &lock, const std::string &path);
     void Wake();
@@ -98,6 +101,7 @@ class Recorder : public PlatformObject {
     std::condition_variable m_swapped;
     State m_state = State::Idle;
     bool m_isStopping = false;
+    RecordingSession::Clock::time_point m_drainEnd;  ///< once it is stopping
     bool m_isChanged = false;
     Changes m_changes;
     StreamSelection m_selection;
@@ -108,6 +112,7 @@ class Recorder : public PlatformObject {
     int m_limitMs = 0;
     std::optional<RecorderCode> m_swapResult;
     RecorderCode m_stopResult = kRecorderOk;
+    std::string m_failure;  ///< of the last start, swap or recording
     tv_recorder_callback m_callback = nullptr;
     void *m_userData = nullptr;
 

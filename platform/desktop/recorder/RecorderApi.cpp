@@ -134,7 +134,14 @@ void *CreateRecorder(const RecorderOptions &options) {
 }
 
 void DestroyRecorder(void *recorder) {
-    delete ObjectAs<Recorder>(recorder);
+    const auto *target = ObjectAs<Recorder>(recorder);
+    if (target != nullptr && !target->IsOnThread())
+        delete target;
+}
+
+std::string RecorderFailure(void *recorder) {
+    const auto *target = ObjectAs<Recorder>(recorder);
+    return target != nullptr ? target->Failure() : "";
 }
 
 bool SetRecordDuration(PlatformObject *object, int milliseconds) {

@@ -19,9 +19,14 @@ RecordingSession::RecordingSession(double speed, RecordingSink::WaitForRoom wait
 
 RecorderCode RecordingSession::Open(const std::string &source, const std::string &sink) {
     m_sourceName = source;
-    if (!m_source.Open(source))
+    if (!m_source.Open(source)) {
+        Fail(Next::SourceFailed, "cannot read " + source + ": " + std::strerror(errno), errno);
         return kRecorderSourceFailed;
-    return m_sink.Open(sink, m_source.Descriptor()) ? kRecorderOk : kRecorderSinkFailed;
+    }
+    if (m_sink.Open(sink, m_source.Descriptor()))
+        return kRecorderOk;
+    FailAtSink();
+    return kRecorderSinkFailed;
 }
 
 void RecordingSession::Select(const StreamSelection &selection) {
@@ -36,10 +41,7 @@ void RecordingSession::Select(const StreamSelection &selection) {
 bool RecordingSession::AddStretch(const TvChannelInfo &info) {
     if (!Flush())
         return false;
-    if (m_sink.AddStretch(m_recorded.milliseconds(), info))
-        return true;
-    Fail(Next::SinkFailed, "cannot write " + ts::ChannelLogPath(m_sink.Path()), errno);
-    return false;
+    return m_sink.AddStretch(m_recorded.milliseconds(), info) || FailAtSink();
 }
 
 RecorderCode RecordingSession::SwapTo(const std::string &path) {
@@ -50,6 +52,12 @@ RecordingSession::Next RecordingSession::Fail(Next what, const std::string &text
     m_errorText = text;
     m_errorReason = reason;
     return what;
+}
+
+/// @return false
+bool RecordingSession::FailAtSink() {
+    Fail(Next::SinkFailed, m_sink.Problem(), errno);
+    return false;
 }
 
 RecordingSession::Next RecordingSession::Advance(Clock::time_point now) {
@@ -145,7 +153,8 @@ RecordingSession::Next RecordingSession::ReadMore() {
             m_sourceEnded = true;
             break;
         case BlockSource::Status::Failed:
-            return Fail(Next::SourceFailed, "cannot read " + m_sourceName, errno);
+            return Fail(Next::SourceFailed,
+                        "cannot read " + m_sourceName + ": " + std::strerror(errno), errno);
     }
     return Next::More;
 }
@@ -153,10 +162,7 @@ RecordingSession::Next RecordingSession::ReadMore() {
 bool RecordingSession::Flush() {
     m_flushedTicks = m_passed.ticks();
     const std::size_t kept = std::exchange(m_done.kept, 0);
-    if (kept == 0 || m_sink.Write(m_block.data(), kept, m_waitForRoom))
-        return true;
-    Fail(Next::SinkFailed, "cannot write " + m_sink.Path(), errno);
-    return false;
+    return kept == 0 || m_sink.Write(m_block.data(), kept, m_waitForRoom) || FailAtSink();
 }
 
 bool RecordingSession::Finish() {
@@ -164,10 +170,9 @@ bool RecordingSession::Finish() {
         return false;
     if (!Flush())
         return false;
-    if (m_sink.Close())
-        return true;
-    Fail(Next::SinkFailed, "cannot write " + m_sink.Path(), errno);
-    return false;
+    if (!m_errorText.empty() && m_sink.Size() == 0)
+        return true;  // nothing to keep
+    return m_sink.Close() || FailAtSink();
 }
 
 }  // namespace tvdesktop

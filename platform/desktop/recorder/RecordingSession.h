@@ -39,7 +39,7 @@ class RecordingSession {
     /// @param speed  times stream time; 0: unpaced
     RecordingSession(double speed, RecordingSink::WaitForRoom waitForRoom);
 
-    /// @return kRecorderOk, kRecorderSourceFailed or kRecorderSinkFailed; errno tells why
+    /// @return kRecorderOk, kRecorderSourceFailed or kRecorderSinkFailed; ErrorText tells why
     RecorderCode Open(const std::string &source, const std::string &sink);
 
     /// Programs what to keep from the next packet on.
@@ -67,14 +67,18 @@ class RecordingSession {
     std::int64_t PositionMs() const { return m_recorded.milliseconds(); }
     std::uint64_t Size() const { return m_sink.Size(); }
 
-    /// What went wrong, for a user, and the system's reason (0: the data is the reason).
+    /// What the recording failed of, for a user, and the system's reason (0: the data is the
+    /// reason).
     const std::string &ErrorText() const { return m_errorText; }
     int ErrorReason() const { return m_errorReason; }
+    /// What a swap failed of.
+    const std::string &SwapProblem() const { return m_sink.Problem(); }
 
   private:
     bool IsPaced() const { return m_speed > 0; }
     bool HasRoom() const { return m_filled < m_block.size(); }
     Next Fail(Next what, const std::string &text, int reason);
+    bool FailAtSink();
     Next Filter(Clock::time_point now, bool atEnd);
     Next ReadMore();
     bool IsNoTransportStream() const;

@@ -1,68 +1,116 @@
 #include "RecordingSink.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cstdio>
-#include <vector>
+#include <cstring>
+#include <filesystem>
 
+#include "system/Files.h"
 #include "ts/TsPacket.h"
 
 namespace tvdesktop {
 
 namespace {
 
-bool IsSameFile(const struct stat &left, const struct stat &right) {
-    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
+namespace fs = std::filesystem;
+
+/// The system's own link to an open file, which leads there whatever its names are.
+std::string LinkOf(const FileDescriptor &file) {
+    return "/proc/self/fd/" + std::to_string(file.Get());
 }
 
-bool RemoveIfThere(const std::string &path) {
-    return ::unlink(path.c_str()) == 0 || errno == ENOENT;
-}
-
-/// Copies the first `size` bytes of a file to the position of another.
-bool Copy(int from, int to, std::uint64_t size) {
-    std::vector<char> block(1 << 20);
-    for (std::uint64_t offset = 0; offset < size;) {
-        const ssize_t count = ::pread(from, block.data(), block.size(), static_cast<off_t>(offset));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0 || !WriteAll(to, block.data(), static_cast<std::size_t>(count)))
-            return false;
-        offset += static_cast<std::uint64_t>(count);
-    }
-    return true;
+std::string RealPath(const std::string &path) {
+    std::error_code error;
+    const fs::path real = fs::canonical(path, error);
+    return error ? path : real.string();
 }
 
 }  // namespace
 
+RecordingSink::~RecordingSink() {
+    if (!m_isNew || m_size > 0 || !IsNameOf(m_name, m_file.Get()))
+        return;
+    ::unlink(m_name.c_str());
+    if (!m_stretches.empty())
+        ::unlink(ts::ChannelLogPath(m_path).c_str());
+}
+
+/// @return false, with errno as it was
+bool RecordingSink::Fail(const std::string &what, const std::string &why) {
+    const int reason = errno;
+    m_problem = what + ": " + why;
+    errno = reason;
+    return false;
+}
+
+bool RecordingSink::Fail(const std::string &what) {
+    return Fail(what, std::strerror(errno));
+}
+
+// --- Opening -------------------------------------------------------------------------------------
+
 bool RecordingSink::Open(const std::string &path, int source) {
+    m_path = path;
+    return OpenFile() && Lock() && (!m_isRegular || (IsSideFileFree(source) && Empty(source)));
+}
+
+bool RecordingSink::OpenFile() {
     // Non-blocking, so that a FIFO without a reader answers instead of waiting for one. Read access
     // would keep a FIFO from telling that its reader has gone, so only regular files get it.
-    struct stat before {};
-    const bool isSpecial = ::stat(path.c_str(), &before) == 0 && !S_ISREG(before.st_mode);
-    const int access = isSpecial ? O_WRONLY : O_RDWR;
-    FileDescriptor file(
-        ::open(path.c_str(), access | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, 0644));
-    struct stat target {};
-    struct stat origin {};
-    if (!file.IsOpen() || ::fstat(file.Get(), &target) != 0 || ::fstat(source, &origin) != 0)
-        return false;
-    m_isRegular = S_ISREG(target.st_mode);
-    if (m_isRegular) {
-        if (IsSameFile(target, origin)) {
-            errno = EINVAL;
-            return false;
-        }
-        // The side file goes first: it must never speak of a recording that is not there.
-        if (!RemoveIfThere(ts::ChannelLogPath(path)) || ::ftruncate(file.Get(), 0) != 0)
-            return false;
+    struct stat status {};
+    const bool isThere = ::stat(m_path.c_str(), &status) == 0;
+    const int access = isThere && !S_ISREG(status.st_mode) ? O_WRONLY : O_RDWR;
+    if (!isThere)
+        m_file = CreateFile(m_path);
+    m_isNew = m_file.IsOpen();
+    if (!m_isNew && (isThere || errno == EEXIST)) {
+        m_file = FileDescriptor(::open(m_path.c_str(), access | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     }
-    m_path = path;
-    m_file = std::move(file);
-    m_size = 0;
+    if (!m_file.IsOpen() || ::fstat(m_file.Get(), &status) != 0)
+        return Fail("cannot write " + m_path);
+    m_isRegular = S_ISREG(status.st_mode);
+    m_name = RealPath(m_path);
     return true;
 }
+
+/// Devices are not locked: /dev/null is for everybody.
+bool RecordingSink::Lock() {
+    struct stat status {};
+    if (::fstat(m_file.Get(), &status) == 0 && S_ISCHR(status.st_mode))
+        return true;
+    if (::flock(m_file.Get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+        return true;
+    m_isNew = false;
+    return Fail("cannot write " + m_path, "another recorder is writing it");
+}
+
+bool RecordingSink::IsSideFileFree(int source) {
+    const std::string path = ts::ChannelLogPath(m_path);
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0 && errno == ENOENT)
+        return true;
+    errno = EINVAL;
+    if (LeadsTo(path, source))
+        return Fail("cannot write " + path, "it is the source of the recording");
+    if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode))
+        return Fail("cannot write " + path, "it is not a regular file");
+    return true;
+}
+
+bool RecordingSink::Empty(int source) {
+    errno = EINVAL;
+    if (LeadsTo(m_path, source))
+        return Fail("cannot write " + m_path, "it is the source of the recording");
+    // The side file goes first: it must never speak of a recording that is not there.
+    if (!RemoveIfThere(ts::ChannelLogPath(m_path)))
+        return Fail("cannot replace " + ts::ChannelLogPath(m_path));
+    return ::ftruncate(m_file.Get(), 0) == 0 || Fail("cannot write " + m_path);
+}
+
+// --- Writing -------------------------------------------------------------------------------------
 
 bool RecordingSink::Write(const std::uint8_t *packets, std::size_t size,
                           const WaitForRoom &waitForRoom) {
@@ -77,7 +125,8 @@ bool RecordingSink::Write(const std::uint8_t *packets, std::size_t size,
         if (errno == EINTR || (errno == EAGAIN && waitForRoom(m_file.Get())))
             continue;
         CutToWholePackets();
-        return false;
+        return errno == ETIMEDOUT ? Fail("cannot write " + m_path, "its reader takes too long")
+                                  : Fail("cannot write " + m_path);
     }
     return true;
 }
@@ -91,46 +140,132 @@ void RecordingSink::CutToWholePackets() {
 }
 
 bool RecordingSink::AddStretch(std::int64_t timeMs, const TvChannelInfo &info) {
-    return !m_isRegular || ts::AppendChannelLog(m_path, {timeMs, m_size, info});
+    if (!m_isRegular)
+        return true;
+    const ts::ChannelStretch stretch{timeMs, m_size, info};
+    if (!m_stretches.empty() && m_stretches.back().offset == m_size)
+        m_stretches.pop_back();  // nothing was recorded of it
+    m_stretches.push_back(stretch);
+    return ts::AppendChannelLog(m_path, stretch) ||
+           Fail("cannot write " + ts::ChannelLogPath(m_path));
 }
+
+// --- Swap ----------------------------------------------------------------------------------------
 
 RecorderCode RecordingSink::SwapTo(const std::string &path) {
     if (!m_isRegular)
         return kRecorderNotTimeshift;
-    // An empty file of the new name reserves it: nothing that exists is ever replaced.
-    FileDescriptor target(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-    if (!target.IsOpen())
-        return errno == EEXIST ? kRecorderFileExists : kRecorderWriteFailed;
-
     // The side file is there before the recording has its new name, and the old one goes last, so
     // that the recording has its channel information at every moment.
-    const std::vector<ts::ChannelStretch> stretches = ts::ReadChannelLog(m_path);
-    const bool isLogged = stretches.empty() ? RemoveIfThere(ts::ChannelLogPath(path))
-                                            : ts::WriteChannelLog(path, stretches);
-    if (!isLogged || !MoveInto(target, path)) {
-        ::unlink(path.c_str());
-        ::unlink(ts::ChannelLogPath(path).c_str());
-        return kRecorderWriteFailed;
+    const std::string sideFile = ts::ChannelLogPath(path);
+    if (!MakeSideFile(path)) {
+        Fail("cannot make " + sideFile);
+        return errno == EEXIST ? kRecorderFileExists : kRecorderWriteFailed;
     }
-    RemoveIfThere(ts::ChannelLogPath(m_path));
+    FileDescriptor copy;
+    if (!MoveTo(path, copy)) {
+        Fail("cannot move " + m_path + " to " + path);
+        const bool exists = errno == EEXIST;
+        ::unlink(sideFile.c_str());
+        return exists ? kRecorderFileExists : kRecorderWriteFailed;
+    }
+    SyncFolderOf(path);
+    DropOldNames();
+    if (copy.IsOpen())
+        m_file = std::move(copy);
     m_path = path;
+    m_name = RealPath(path);
     return kRecorderOk;
 }
 
-/// Renames over the reserved file, or fills it when it lies on another file system.
-bool RecordingSink::MoveInto(FileDescriptor &target, const std::string &path) {
-    if (std::rename(m_path.c_str(), path.c_str()) == 0)
+/// Without channel information there is none, but the name must be free all the same.
+bool RecordingSink::MakeSideFile(const std::string &path) {
+    if (!m_stretches.empty())
+        return ts::CreateChannelLog(path, m_stretches);
+    struct stat status {};
+    if (::lstat(ts::ChannelLogPath(path).c_str(), &status) != 0)
         return true;
-    if (errno != EXDEV || !Copy(m_file.Get(), target.Get(), m_size))
-        return false;
-    RemoveIfThere(m_path);
-    m_file = std::move(target);
-    return true;
+    errno = EEXIST;
+    return false;
 }
 
+/// Gives the open file a further name, which replaces nothing. Where that cannot be done it is
+/// renamed, or copied when the name is lost or on another file system.
+bool RecordingSink::MoveTo(const std::string &path, FileDescriptor &copy) {
+    if (::linkat(AT_FDCWD, LinkOf(m_file).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
+    if (errno != EXDEV && IsNameOf(m_name, m_file.Get()) &&
+        ::renameat2(AT_FDCWD, m_name.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    return CopyTo(path, copy);
+}
+
+bool RecordingSink::CopyTo(const std::string &path, FileDescriptor &copy) {
+    copy = CreateFile(path);
+    return copy.IsOpen() && Fill(copy, path);
+}
+
+/// @param copy  a file that was just made for it; on failure it goes again
+bool RecordingSink::Fill(const FileDescriptor &copy, const std::string &path) {
+    ::flock(copy.Get(), LOCK_EX | LOCK_NB);
+    if (CopyFile(m_file.Get(), copy.Get(), m_size))
+        return true;
+    const int reason = errno;
+    ::unlink(path.c_str());
+    errno = reason;
+    return false;
+}
+
+/// A name that others have taken is left alone, and so is the side file that may be theirs.
+void RecordingSink::DropOldNames() {
+    if (IsNameOf(m_name, m_file.Get()))
+        ::unlink(m_name.c_str());
+    struct stat status {};
+    if (::lstat(m_path.c_str(), &status) == 0 && S_ISLNK(status.st_mode))
+        ::unlink(m_path.c_str());  // led to the name that is gone
+    if (::lstat(m_path.c_str(), &status) != 0)
+        ::unlink(ts::ChannelLogPath(m_path).c_str());
+}
+
+// --- The end -------------------------------------------------------------------------------------
+
 bool RecordingSink::Close() {
-    const bool isSynchronised = !m_isRegular || ::fsync(m_file.Get()) == 0;
-    return m_file.Close() && isSynchronised;
+    m_isNew = false;
+    if (m_isRegular) {
+        if (::fsync(m_file.Get()) != 0)
+            return Fail("cannot write " + m_path);
+        SyncFolderOf(m_path);
+        if (!LeadsTo(m_path, m_file.Get()))
+            return KeepNameless();
+    }
+    return m_file.Close() || Fail("cannot write " + m_path);
+}
+
+/// @return false: that a recording is not where it was asked for is a failure in any case
+bool RecordingSink::KeepNameless() {
+    errno = ENOENT;
+    const std::string lost = m_path + " was removed or replaced while it was recorded";
+    std::error_code error;
+    const std::string moved = fs::read_symlink(LinkOf(m_file), error).string();
+    if (!error && IsNameOf(moved, m_file.Get()))
+        return Fail(lost, "the recording is in " + moved);
+
+    std::string name = m_path;
+    FileDescriptor copy;
+    bool isKept = MoveTo(name, copy);
+    if (!isKept && errno == EEXIST) {
+        name += '-';
+        copy = CreateUniqueFile(name);
+        isKept = copy.IsOpen() && Fill(copy, name);
+    }
+    if (!isKept)
+        return Fail(lost + ", and what was recorded cannot be kept");
+    SyncFolderOf(name);
+    if (!m_stretches.empty())
+        ts::CreateChannelLog(name, m_stretches);  // unless its own is still there
+    return Fail(lost, "what was recorded is kept in " + name);
 }
 
 }  // namespace tvdesktop

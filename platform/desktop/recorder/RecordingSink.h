@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "system/FileDescriptor.h"
 #include "ts/ChannelLog.h"
@@ -16,13 +17,23 @@ namespace tvdesktop {
 
 /// The recording's file with its side file; or a FIFO or device, which have no side file, are not
 /// synchronised and cannot be swapped. After a failed write a regular file ends with a whole
-/// packet.
+/// packet. A file that was made for a recording and did not get a packet goes with the sink, unless
+/// it was closed.
 ///
-/// Threads: thread-bound. Errors: members that answer false leave the reason in errno.
+/// What counts is the open file: its name may be taken away by others at any time.
+///
+/// Threads: thread-bound. Errors: members that do not succeed leave the reason in errno, and a
+/// sentence for a user in Problem().
 class RecordingSink {
   public:
-    /// Opens and empties a sink, and drops the side file of what it held.
-    /// @param source  the file that is recorded from; recording a file onto itself is refused
+    RecordingSink() = default;
+    ~RecordingSink();
+    RecordingSink(const RecordingSink &) = delete;
+    RecordingSink &operator=(const RecordingSink &) = delete;
+
+    /// Opens and empties a sink, and drops the side file of what it held. Refused when the sink or
+    /// its side file is what is recorded from, and when another recorder has the sink.
+    /// @param source  the file that is recorded from
     bool Open(const std::string &path, int source);
 
     /// Called when the sink takes nothing now (a full pipe), to wait until its descriptor can be
@@ -40,21 +51,37 @@ class RecordingSink {
     /// @return kRecorderOk, kRecorderNotTimeshift, kRecorderFileExists or kRecorderWriteFailed
     RecorderCode SwapTo(const std::string &path);
 
-    /// Brings everything to the disk and closes.
+    /// Brings everything to the disk and closes. A file that has lost its name is copied to one
+    /// that Problem() names; that is a failure too.
     bool Close();
 
     std::uint64_t Size() const { return m_size; }   ///< bytes written
     bool IsRegular() const { return m_isRegular; }  ///< not a pipe or a device
-    const std::string &Path() const { return m_path; }
+    const std::string &Problem() const { return m_problem; }
 
   private:
-    bool MoveInto(FileDescriptor &target, const std::string &path);
+    bool Fail(const std::string &what, const std::string &why);
+    bool Fail(const std::string &what);
+    bool IsSideFileFree(int source);
+    bool OpenFile();
+    bool Lock();
+    bool Empty(int source);
+    bool MoveTo(const std::string &path, FileDescriptor &copy);
+    bool CopyTo(const std::string &path, FileDescriptor &copy);
+    bool Fill(const FileDescriptor &copy, const std::string &path);
+    bool MakeSideFile(const std::string &path);
+    void DropOldNames();
+    bool KeepNameless();
     void CutToWholePackets();
 
     std::string m_path;
+    std::string m_name;  ///< of the file itself, where the path is a link
     FileDescriptor m_file;
     bool m_isRegular = false;
+    bool m_isNew = false;  ///< made here, and not closed
     std::uint64_t m_size = 0;
+    std::vector<ts::ChannelStretch> m_stretches;  ///< what the side file says
+    std::string m_problem;
 };
 
 }  // namespace tvdesktop

@@ -31,20 +31,28 @@ class Subscribers {
         m_subscribers.erase(number);
     }
 
+    /// One that throws keeps the event from nobody else.
     /// @return whether anybody took it
     bool Deliver(const Event &event) {
         bool taken = false;
         for (const int number : Numbers()) {
             // Asked again for each one: an earlier one may have unsubscribed it.
-            if (const auto subscriber = Find(number)) {
-                (*subscriber)(event);
-                taken = true;
-            }
+            if (const auto subscriber = Find(number))
+                taken = Call(*subscriber, event) || taken;
         }
         return taken;
     }
 
   private:
+    static bool Call(const EventSubscriber &subscriber, const Event &event) {
+        try {
+            subscriber(event);
+            return true;
+        } catch (...) {
+            return false;
+        }
+    }
+
     std::vector<int> Numbers() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         std::vector<int> numbers;

@@ -1,6 +1,7 @@
 #include "ChannelLog.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cinttypes>
@@ -10,6 +11,8 @@
 #include <sstream>
 
 #include "system/FileDescriptor.h"
+#include "system/Files.h"
+#include "TvDesktop.h"
 
 namespace tvdesktop::ts {
 
@@ -74,6 +77,25 @@ bool EndsInsideLine(int file, off_t size) {
     return size > 0 && ::pread(file, &last, 1, size - 1) == 1 && last != '\n';
 }
 
+std::string ToText(const std::vector<ChannelStretch> &stretches) {
+    std::string text = std::string(kVersionLine) + '\n';
+    for (const ChannelStretch &stretch : stretches)
+        text += ToLine(stretch);
+    return text;
+}
+
+/// Opens a side file that exists, but nothing else that has its name.
+FileDescriptor OpenToAppend(const std::string &path) {
+    FileDescriptor file(
+        ::open(path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode))
+        return file;
+    if (file.IsOpen())
+        errno = EINVAL;
+    return {};
+}
+
 }  // namespace
 
 std::string ChannelLogPath(const std::string &recording) {
@@ -95,8 +117,10 @@ std::vector<ChannelStretch> ReadChannelLog(const std::string &recording) {
 }
 
 bool AppendChannelLog(const std::string &recording, const ChannelStretch &stretch) {
-    const FileDescriptor file(
-        ::open(ChannelLogPath(recording).c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+    const std::string path = ChannelLogPath(recording);
+    FileDescriptor file = CreateFile(path);
+    if (!file.IsOpen() && errno == EEXIST)
+        file = OpenToAppend(path);
     if (!file.IsOpen())
         return false;
     const off_t size = ::lseek(file.Get(), 0, SEEK_END);
@@ -108,22 +132,13 @@ bool AppendChannelLog(const std::string &recording, const ChannelStretch &stretc
     return WriteAll(file.Get(), text.data(), text.size());
 }
 
-bool WriteChannelLog(const std::string &recording, const std::vector<ChannelStretch> &stretches) {
-    std::string text = std::string(kVersionLine) + '\n';
-    for (const ChannelStretch &stretch : stretches)
-        text += ToLine(stretch);
+bool CreateChannelLog(const std::string &recording, const std::vector<ChannelStretch> &stretches) {
+    return CreateFileWith(ChannelLogPath(recording), ToText(stretches));
+}
 
-    const std::string path = ChannelLogPath(recording);
-    const std::string temporary = path + ".tmp";
-    FileDescriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (!file.IsOpen())
-        return false;
-    const bool written = WriteAll(file.Get(), text.data(), text.size()) &&
-                         ::fsync(file.Get()) == 0 && file.Close() &&
-                         std::rename(temporary.c_str(), path.c_str()) == 0;
-    if (!written)
-        ::unlink(temporary.c_str());
-    return written;
+bool WriteChannelLog(const std::string &recording, const std::vector<ChannelStretch> &stretches) {
+    const std::string text = ToText(stretches);
+    return ReplaceFile(ChannelLogPath(recording), text.data(), text.size());
 }
 
 }  // namespace tvdesktop::ts

@@ -31,7 +31,12 @@ std::vector<ChannelStretch> ReadChannelLog(const std::string &recording);
 /// @return false when the file could not be written; errno tells why
 bool AppendChannelLog(const std::string &recording, const ChannelStretch &stretch);
 
+/// Writes a side file where there is none.
+/// @return false on failure, with no side file left; errno tells why, EEXIST when there is one
+bool CreateChannelLog(const std::string &recording, const std::vector<ChannelStretch> &stretches);
+
 /// Replaces the side file as a whole: a temporary file, flushed, then renamed over it.
+/// @return false on failure, nothing changed; errno tells why
 bool WriteChannelLog(const std::string &recording, const std::vector<ChannelStretch> &stretches);
 
 }  // namespace tvdesktop::ts
