@@ -6,11 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "Failure.h"
 
@@ -22,7 +24,12 @@ constexpr std::size_t kBarWidth = 16;
 constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr int kFatalSignals[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 
-volatile std::sig_atomic_t g_stopRequested = 0;
+constexpr std::uint32_t kSameRequestMs = 500;
+
+// Signals reach any thread. Milliseconds of a clock that only goes forward; they may wrap.
+std::atomic<bool> g_stopRequested{false};
+std::atomic<std::uint32_t> g_stopTimeMs{0};
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free, "used by signal handlers");
 volatile std::sig_atomic_t g_readsKeys = 0;
 
 // The terminal's own mode, for the signal handlers: tcsetattr is async-signal-safe.
@@ -40,11 +47,23 @@ void OnFatal(int signal) {
     std::raise(signal);
 }
 
-/// The first asks, the second does not wait for an answer.
+std::uint32_t NowMs() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint32_t>(now.tv_sec) * 1000U +
+           static_cast<std::uint32_t>(now.tv_nsec / 1'000'000);
+}
+
+/// The first asks, a later one does not wait for an answer. What follows at once is the same
+/// request: `timeout` and terminals signal a program and then its group.
 void OnStop(int signal) {
-    if (g_stopRequested != 0)
+    const std::uint32_t now = NowMs();
+    if (!g_stopRequested.load()) {
+        g_stopTimeMs = now;
+        g_stopRequested = true;
+    } else if (now - g_stopTimeMs.load() >= kSameRequestMs) {
         OnFatal(signal);
-    g_stopRequested = 1;
+    }
 }
 
 void OnSuspend(int /*signal*/) {
@@ -230,7 +249,7 @@ void CatchStopSignals() {
 }
 
 bool StopRequested() {
-    return g_stopRequested != 0;
+    return g_stopRequested;
 }
 
 }  // namespace tool

@@ -72,7 +72,8 @@ class Keyboard {
     bool m_isActive = false;
 };
 
-/// Asks SIGINT, SIGTERM and SIGHUP to end the work in order instead of killing the program.
+/// Asks SIGINT, SIGTERM and SIGHUP to end the work in order instead of killing the program. One
+/// that comes more than half a second after the first kills it.
 void CatchStopSignals();
 /// @return whether one of them came
 bool StopRequested();
