@@ -1,11 +1,11 @@
 #include "InformationFile.h"
 
+#include <TvDesktop.h>
+
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "Failure.h"
 
@@ -65,18 +65,10 @@ std::vector<std::uint8_t> EncodeInformation(const RecordingInformation &informat
 
 void WriteInformation(const std::string &recording, const RecordingInformation &information) {
     const std::string path = InformationPath(recording);
-    const std::string temporary = path + ".new";
     const std::vector<std::uint8_t> bytes = EncodeInformation(information);
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char *>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    if (!file || std::rename(temporary.c_str(), path.c_str()) != 0) {
-        const int reason = errno;
-        std::remove(temporary.c_str());
+    if (!tvdesktop::ReplaceFile(path, bytes.data(), bytes.size()))
         throw Failure("The information file '" + path +
-                      "' cannot be written: " + std::strerror(reason) + ".");
-    }
+                      "' cannot be written: " + std::strerror(errno) + ".");
 }
 
 }  // namespace tool

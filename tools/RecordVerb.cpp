@@ -51,6 +51,8 @@ void CheckOptions(const RecordOptions &options) {
                        "' is no file: the input is read twice, for its services and to record.");
     if (!options.swapTo.empty() && IsSamePlace(options.swapTo, options.out))
         throw WrongUse("--swap-to names the timeshift buffer itself.");
+    if (options.swapAfterMs && options.speed == 0)
+        throw WrongUse("--swap-after cannot be met at --speed max; give a speed such as 20.");
     CheckOutput(options.out, options.input, options.force);
     if (!options.swapTo.empty())
         CheckOutput(options.swapTo, options.input, options.force);
@@ -105,27 +107,46 @@ class RecordRun {
         for (const tvdesktop::Event &event : m_service.Take(patience)) {
             m_terminal.Line("event " + EventText(event));
             if (m_failure.empty())
-                m_failure = FailureText(event);
+                m_failure = WithReason(FailureText(event));
             m_isEnded = m_isEnded || IsDetail(event, kRecordingEnded);
         }
     }
 
+    std::string WithReason(const std::string &sentence) const {
+        const std::string reason = sentence.empty() ? "" : m_recording.FailureReason();
+        return reason.empty() ? sentence
+                              : sentence.substr(0, sentence.size() - 1) + " (" + reason + ").";
+    }
+
     void Swap() {
-        std::error_code ignored;
-        if (m_options.force && fs::is_regular_file(m_options.swapTo, ignored))
-            fs::remove(m_options.swapTo, ignored);
-        m_recording.SwapTo(m_options.swapTo);
+        SetAside earlier;
+        try {
+            if (m_options.force)
+                earlier.Take(m_options.swapTo);
+            m_recording.SwapTo(m_options.swapTo);
+        } catch (const Failure &failure) {
+            throw Failure(std::string(failure.what()) + " The timeshift buffer is still in " +
+                          m_options.out + ".");
+        }
+        earlier.Remove();
         m_isSwapped = true;
-        if (!fs::exists(m_options.out, ignored) && !IsDevice(m_options.out))
-            fs::remove(InformationPath(m_options.out), ignored);  // it went with the buffer
+        DropInformationWithout(m_options.out);  // it went with the buffer
         WriteInformationBeside(m_options.swapTo);
         m_terminal.Line("The timeshift buffer became " + m_options.swapTo + " at " +
                         TimeText(m_progress.positionMs) + ".");
     }
 
     void WriteInformationBeside(const std::string &path) {
-        if (!IsDevice(path))
-            WriteInformation(path, InformationOf(m_broadcast));
+        if (IsDevice(path))
+            return;
+        WriteInformation(path, InformationOf(m_broadcast));
+        m_hasInformation = true;
+    }
+
+    void DropInformationWithout(const std::string &recording) const {
+        std::error_code ignored;
+        if (m_hasInformation && !fs::exists(recording, ignored))
+            fs::remove(InformationPath(recording), ignored);
     }
 
     void End() {
@@ -135,8 +156,10 @@ class RecordRun {
         m_terminal.ClearStatus();
         if (m_failure.empty())
             m_failure = stopFailure;
-        if (!m_failure.empty())
+        if (!m_failure.empty()) {
+            DropInformationWithout(Destination());
             throw Failure(m_failure);
+        }
         if (m_options.swapAfterMs && !m_isSwapped)
             throw Failure("The recording ended before " + TimeText(*m_options.swapAfterMs) +
                           ": the timeshift buffer is still in " + m_options.out +
@@ -183,6 +206,7 @@ class RecordRun {
     Recording m_recording;
     Progress m_progress;
     bool m_isSwapped = false;
+    bool m_hasInformation = false;
     bool m_isEnded = false;
     std::string m_failure;
 };

@@ -110,7 +110,7 @@ void Recording::End() {
     const Reply stopped = m_service.Send(recorder::Stop());
     m_service.Send(recorder::ClearDemuxInfo());
     if (stopped.result != 0)
-        throw Failure(FailureOf(recorder::Stop(), stopped));
+        throw Failure(m_service.FailureText(recorder::Stop(), stopped));
 }
 
 void Recording::ProgramStreams(const tvdesktop::Service &broadcast) {

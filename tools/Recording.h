@@ -54,6 +54,9 @@ class Recording {
     /// Stops and forgets the PIDs.
     void End();
 
+    /// @return what it failed of, with the file and the reason; empty when it did not
+    std::string FailureReason() const { return m_service.RecorderFailure(); }
+
     Progress GetProgress() { return m_service.RecorderProgress(); }
 
   private:

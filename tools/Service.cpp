@@ -74,14 +74,13 @@ const char *WordsIn(const ResultWords (&table)[Count], std::uint32_t result) {
     return "the platform refused it";
 }
 
-}  // namespace
-
-std::string FailureOf(const Request &request, const Reply &reply) {
-    const char *words = request.target == Target::Recorder ? WordsIn(kRecorderResults, reply.result)
-                                                           : WordsIn(kPlayerResults, reply.result);
-    return std::string(CommandName(request.target, request.command)) + " failed: " + words +
-           " (result " + std::to_string(reply.result) + ").";
+/// Results of the recorder after which it can name the file and the reason.
+bool IsAboutFiles(std::uint32_t result) {
+    return result == tvdesktop::kRecorderSourceFailed || result == tvdesktop::kRecorderSinkFailed ||
+           result == tvdesktop::kRecorderWriteFailed || result == tvdesktop::kRecorderFileExists;
 }
+
+}  // namespace
 
 std::string HexText(const std::vector<std::uint8_t> &record) {
     return record.empty() ? "" : reinterpret_cast<const char *>(Encode(record).data());
@@ -166,8 +165,19 @@ Reply PvrService::Send(const Request &request) {
 Reply PvrService::Do(const Request &request) {
     Reply reply = Send(request);
     if (reply.result != 0)
-        throw Failure(FailureOf(request, reply));
+        throw Failure(FailureText(request, reply));
     return reply;
+}
+
+std::string PvrService::FailureText(const Request &request, const Reply &reply) const {
+    const bool isRecorder = request.target == Target::Recorder;
+    std::string words = isRecorder ? WordsIn(kRecorderResults, reply.result)
+                                   : WordsIn(kPlayerResults, reply.result);
+    const std::string known = isRecorder ? RecorderFailure() : "";
+    if (!known.empty() && IsAboutFiles(reply.result))
+        words = known;
+    return std::string(CommandName(request.target, request.command)) + " failed: " + words +
+           " (result " + std::to_string(reply.result) + ").";
 }
 
 Progress PvrService::RecorderProgress() {

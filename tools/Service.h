@@ -34,9 +34,6 @@ struct Progress {
 /// @return the hexadecimal text that carries a record, empty for an empty one
 std::string HexText(const std::vector<std::uint8_t> &record);
 
-/// @return the sentence for a request that failed: its name, what is wrong and the result
-std::string FailureOf(const Request &request, const Reply &reply);
-
 /// Every request goes through mox_pvr_control_recording and mox_pvr_control_playback. Events and
 /// player callbacks arrive on the platform's threads; they wait in a queue until the service's own
 /// loop takes them, so that no callback reaches the library while a request is under way.
@@ -75,6 +72,11 @@ class PvrService {
     /// The same for a request that must succeed.
     /// @throws Failure that names the request and its result
     Reply Do(const Request &request);
+
+    /// @return the sentence for a request of ours that failed, with what the recorder says of it
+    std::string FailureText(const Request &request, const Reply &reply) const;
+    /// @return what the recorder failed of, with the file and the reason; empty when it did not
+    std::string RecorderFailure() const { return tvdesktop::RecorderFailure(m_recorder); }
 
     Progress RecorderProgress();
     Progress PlaybackProgress();

@@ -6,13 +6,16 @@
 #include <sys/wait.h>
 
 #include <array>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <utility>
 
 #include "Failure.h"
+#include "OutputFile.h"
 #include "PacketFile.h"
 #include "TemporaryFolder.h"
 
@@ -101,17 +104,62 @@ TEST_F(MoxPvr, RecordsExactlyThePacketsOfAService) {
 }
 
 TEST_F(MoxPvr, SwapsATimeshiftBufferWithoutLosingOrDoublingAPacket) {
+    for (const char *earlier : {"kept.srf", "kept.srf.chan", "kept.inf"})
+        std::ofstream(In(earlier)) << "earlier";
     const Outcome run = Run("record " MOXPVR_SAMPLE " --speed 20 --service 1 --timeshift --out " +
-                            In("t.tsb") + " --swap-after 5 --swap-to " + In("kept.srf"));
+                            In("t.tsb") + " --force --swap-after 5 --swap-to " + In("kept.srf"));
     ASSERT_EQ(run.exitCode, 0) << run.output;
     ExpectWhole(In("kept.srf"), kFirstService);
-    EXPECT_TRUE(fs::exists(In("kept.inf")));
+    EXPECT_EQ(fs::file_size(In("kept.inf")), 10645U);
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_directory), {}), 4)
+        << "something was left beside recording, side file, information file and no.ts";
     EXPECT_FALSE(fs::exists(In("t.inf"))) << "the information file of a buffer that is gone";
+}
+
+TEST_F(MoxPvr, BringsAnEarlierRecordingBackUnlessItIsReplaced) {
+    for (const bool isReplaced : {false, true}) {
+        std::ofstream(In("a.srf")) << "earlier";
+        std::ofstream(In("a.srf.chan")) << "earlier";
+        {
+            SetAside earlier;
+            earlier.Take(In("a.srf"));
+            EXPECT_FALSE(fs::exists(In("a.srf")) || fs::exists(In("a.srf.chan")));
+            if (isReplaced)
+                earlier.Remove();
+        }
+        EXPECT_EQ(fs::exists(In("a.srf")) && fs::exists(In("a.srf.chan")), !isReplaced);
+        EXPECT_EQ(std::distance(fs::directory_iterator(m_directory), {}), isReplaced ? 1 : 3);
+    }
+}
+
+TEST_F(MoxPvr, TakesTwoStopSignalsInARowForOne) {
+    FILE *pipe =
+        popen(("echo $$; exec " MOXPVR_TOOL " record " MOXPVR_SAMPLE " --service 1 --out " +
+               In("a.srf") + " 2>&1")
+                  .c_str(),
+              "r");
+    ASSERT_NE(pipe, nullptr);
+    char line[1000] = "";
+    ASSERT_NE(std::fgets(line, sizeof line, pipe), nullptr);
+    const pid_t tool = std::atoi(line);
+    while (std::fgets(line, sizeof line, pipe) != nullptr &&
+           std::strstr(line, "first packets") == nullptr)
+        continue;
+    for (const int signal : {SIGTERM, SIGTERM, SIGINT})
+        EXPECT_EQ(::kill(tool, signal), 0);
+    while (std::fgets(line, sizeof line, pipe) != nullptr)
+        continue;
+    EXPECT_EQ(pclose(pipe), 0) << line;
+    EXPECT_NE(std::strstr(line, "Recorded"), nullptr) << line;
 }
 
 TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
     std::ofstream(In("old.srf")) << "precious";
     fs::copy_file(MOXPVR_SAMPLE, In("in.srf"));
+    fs::create_hard_link(In("in.srf"), In("x.srf.chan"));
+    fs::create_hard_link(In("in.srf"), In("y.inf"));
+    std::ofstream(In("own.srf.chan")) << "precious";
+    fs::create_directory(In("d.srf.chan"));
     const std::string record = "record " MOXPVR_SAMPLE " --speed max --service ";
     const struct {
         std::string arguments;
@@ -125,6 +173,15 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
         {record + "1 --out " + In("old.srf"), 1, "--force"},
         {"record " + In("in.srf") + " --service 1 --force --out " + In("in.srf"), 1,
          "input itself"},
+        {"record " + In("in.srf") + " --service 1 --force --out " + In("x.srf"), 1,
+         "x.srf.chan' is the input itself"},
+        {"record " + In("in.srf") + " --service 1 --force --out " + In("y.srf"), 1,
+         "y.inf' is the input itself"},
+        {record + "1 --out " + In("own.srf"), 1, "own.srf.chan' exists already"},
+        {record + "1 --force --out " + In("d.srf"), 1, "not a regular file"},
+        {record + "1 --out /proc/a.srf", 1, "cannot write /proc/a.srf: No such file"},
+        {record + "1 --timeshift --swap-after 3 --out " + In("a.tsb") + " --swap-to " + In("b.srf"),
+         2, "--speed"},
         {record + "1 --out " + In("a"), 2, "three letters"},
         {record + "1 --out " + In("none/a.srf"), 1, "none' does not exist"},
         {record + "1 --swap-after 3 --out " + In("a.srf"), 2, "--swap-to"},
@@ -140,6 +197,8 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
         EXPECT_NE(run.output.find(row.said), std::string::npos) << row.arguments << run.output;
     }
     EXPECT_EQ(fs::file_size(In("old.srf")), 8U) << "a refused recording was touched";
+    EXPECT_EQ(fs::file_size(In("own.srf.chan")), 8U);
+    EXPECT_EQ(fs::hard_link_count(In("in.srf")), 3U) << "a name of the input was taken";
     EXPECT_EQ(fs::file_size(In("in.srf")), fs::file_size(MOXPVR_SAMPLE));
 }
 
