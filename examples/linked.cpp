@@ -30,7 +30,8 @@ std::string SetSinkProperty(const std::string &path) {
     return text;
 }
 
-bool Record(const char *path, std::future<void> endOfSource) {
+// @return whether everything was recorded
+bool Record(const char *path, std::future<bool> endOfSource) {
     if (!Send("010000000700000002000000000000000000000000000000") ||  // SetHandle: 7, service 2
         !Send(SetSinkProperty(path)) ||
         !Send("0200000001020000ffffffff01020000") ||  // SetDemuxProperty: audio 0x201, no video
@@ -38,9 +39,9 @@ bool Record(const char *path, std::future<void> endOfSource) {
         !Send("13000000") ||                          // PreStart
         !Send("06000000"))                            // Start
         return false;
-    endOfSource.wait();
-    return Send("09000000") &&  // Stop
-           Send("0e000000");    // ClearDemuxInfo
+    const bool isWhole = endOfSource.get();
+    const bool isStopped = Send("09000000");          // Stop
+    return Send("0e000000") && isStopped && isWhole;  // ClearDemuxInfo
 }
 
 }  // namespace
@@ -52,11 +53,12 @@ int main(int argc, char **argv) {
     }
     tvdesktop::SetLogMinimumPriority(17);  // no log
 
-    // Detail codes from 102 on: the source has ended, or something failed.
-    std::promise<void> ended;
+    // Detail code 102: the source has ended. 151 to 153: the recording failed.
+    std::promise<bool> ended;
     const int subscription = tvdesktop::Subscribe([&ended](const tvdesktop::Event &event) {
-        if (event.number == 31 && event.record[1] >= 102)
-            ended.set_value();
+        const int detail = event.number == 31 ? event.record[1] : 0;
+        if (detail == 102 || (detail >= 151 && detail <= 153))
+            ended.set_value(detail == 102);
     });
 
     // On a TV the recorder comes from the TV; 0 is for as fast as the disk allows.
