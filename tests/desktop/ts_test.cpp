@@ -1,11 +1,14 @@
 // Stream time, packet framing, the channel log and service information.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <tv_stream.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 
 #include "TemporaryFolder.h"
+#include "BrokenDisk.h"
 #include "ts/ChannelLog.h"
 #include "ts/DvbText.h"
 #include "ts/PacketFilter.h"
@@ -63,45 +66,109 @@ TEST(StreamClock, CountsWrapsLeavesJumpsOutAndGoesOnWithAnotherPid) {
 /// One kind of damage to a stream of ten packets, and the packets that are left whole.
 struct Damage {
     const char *what;
-    std::size_t offset;
+    std::size_t packet;  ///< where it happens
+    std::size_t offset;  ///< in that packet
     std::size_t removed;
     Bytes inserted;
     std::vector<std::size_t> whole;
+    std::uint64_t lost = 0;    ///< packets without sync
+    std::uint64_t errors = 0;  ///< packets with transport_error_indicator
 };
 
 const Damage kDamages[] = {
-    {"none", 0, 0, {}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}},
-    {"bytes in front", 0, 0, Bytes(77, 0x47), {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}},
-    {"bytes between", 4 * 188, 0, Bytes(500, 0x55), {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}},
-    {"packet cut short", 3 * 188 + 50, 40, {}, {0, 1, 2, 4, 5, 6, 7, 8, 9}},
-    {"sync byte broken", 5 * 188, 1, {0}, {0, 1, 2, 3, 4, 6, 7, 8, 9}},
-    {"PID in doubt", 5 * 188 + 1, 1, {0x81}, {0, 1, 2, 3, 4, 6, 7, 8, 9}},
-    {"end missing", 9 * 188 + 100, 88, {}, {0, 1, 2, 3, 4, 5, 6, 7, 8}},
+    {"none", 0, 0, 0, {}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}},
+    {"bytes in front", 0, 0, 0, Bytes(77, 0x47), {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, 1},
+    {"bytes between", 6, 0, 0, Bytes(500, 0x55), {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, 3},
+    {"packet cut short", 5, 50, 40, {}, {0, 1, 2, 3, 4, 6, 7, 8, 9}, 1},
+    {"sync byte broken", 6, 0, 1, {0}, {0, 1, 2, 3, 4, 5, 7, 8, 9}, 1},
+    {"PID in doubt", 5, 1, 1, {0x81}, {0, 1, 2, 3, 4, 6, 7, 8, 9}, 0, 1},
+    {"end missing", 9, 100, 88, {}, {0, 1, 2, 3, 4, 5, 6, 7, 8}, 1},
 };
 
-Bytes Damaged(Bytes data, const Damage &damage) {
-    const auto at = data.begin() + static_cast<std::ptrdiff_t>(damage.offset);
-    const auto kept = data.erase(at, at + static_cast<std::ptrdiff_t>(damage.removed));
-    data.insert(kept, damage.inserted.begin(), damage.inserted.end());
-    return data;
+/// Bytes around each packet.
+struct Layout {
+    std::size_t before;
+    std::size_t after;
+};
+constexpr Layout kLayouts[] = {{0, 0}, {4, 0}, {0, 16}};
+
+Bytes Damaged(const Bytes &packets, const Damage &damage, const Layout &layout) {
+    const auto at = [](auto &bytes, std::size_t offset) {
+        return bytes.begin() + static_cast<std::ptrdiff_t>(offset);
+    };
+    Bytes stream;
+    for (std::size_t i = 0; i < packets.size() / 188; ++i) {
+        Bytes packet(at(packets, i * 188), at(packets, i * 188 + 188));
+        if (i == damage.packet) {
+            packet.erase(at(packet, damage.offset), at(packet, damage.offset + damage.removed));
+            packet.insert(at(packet, damage.offset), damage.inserted.begin(),
+                          damage.inserted.end());
+        }
+        const auto filler = static_cast<std::uint8_t>(0x40 + i);  // 0x47 once
+        stream.insert(stream.end(), layout.before, filler);
+        stream.insert(stream.end(), packet.begin(), packet.end());
+        stream.insert(stream.end(), layout.after, filler);
+    }
+    return stream;
 }
 
-/// Runs the filter over data that arrives `chunk` bytes at a time in a small block.
-Bytes Filtered(const Bytes &data, const ts::PidTable &keep, std::size_t chunk) {
+struct FilterResult {
+    Bytes kept;
+    std::uint64_t lost = 0;
+    std::uint64_t errors = 0;
+};
+
+/// Runs the filter over data that arrives `chunk` bytes at a time in a small block, and lets it
+/// stop once in front of every packet, as pacing does.
+FilterResult Filtered(const Bytes &data, const ts::PidTable &keep, std::size_t chunk) {
     Bytes block;
-    Bytes result;
+    FilterResult result;
     ts::PacketFilter filter;
     for (std::size_t offset = 0; offset <= data.size(); offset += chunk) {
         const auto from = data.begin() + static_cast<std::ptrdiff_t>(offset);
         const std::size_t count = std::min(chunk, data.size() - offset);
         block.insert(block.end(), from, from + static_cast<std::ptrdiff_t>(count));
-        const auto done = filter.Run(block.data(), block.size(), {}, keep, count < chunk,
-                                     [](const std::uint8_t *, bool) { return true; });
+        ts::PacketFilter::Result done;
+        bool goesOn = true;
+        for (std::size_t stops = 0; stops == 0 || !goesOn; ++stops) {
+            goesOn = true;
+            done = filter.Run(block.data(), block.size(), done, keep, count < chunk,
+                              [&, asked = stops > 0](const std::uint8_t *, bool) mutable {
+                                  goesOn = std::exchange(asked, false);
+                                  return goesOn;
+                              });
+        }
         const auto kept = block.begin() + static_cast<std::ptrdiff_t>(done.kept);
-        result.insert(result.end(), block.begin(), kept);
+        result.kept.insert(result.kept.end(), block.begin(), kept);
         block.erase(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(done.consumed));
     }
+    result.lost = filter.LostPackets(block.size());
+    result.errors = filter.TransportErrors();
     return result;
+}
+
+void ExpectPackets(const Bytes &data, const Bytes &expected, const Damage &damage) {
+    for (const std::size_t chunk : {1U, 187U, 188U, 189U, 1000U, 100'000U}) {
+        SCOPED_TRACE(std::to_string(chunk) + " bytes at a time");
+        const FilterResult filtered = Filtered(data, ts::PidTable().set(0x100), chunk);
+        EXPECT_EQ(filtered.kept, expected);
+        EXPECT_EQ(filtered.lost, damage.lost);
+        EXPECT_EQ(filtered.errors, damage.errors);
+    }
+    const std::string path = TempPath("damaged.ts");
+    TsBuilder stream;
+    stream.data = data;
+    stream.WriteTo(path);
+    ts::PacketReader reader;
+    ASSERT_TRUE(reader.Open(path));
+    Bytes read;
+    while (const std::uint8_t *packet = reader.Next()) {
+        EXPECT_EQ(PacketAt(data, static_cast<std::size_t>(reader.Offset())),
+                  Bytes(packet, packet + 188));
+        if (!ts::TransportError(packet))
+            read.insert(read.end(), packet, packet + 188);
+    }
+    EXPECT_EQ(read, expected);
 }
 
 TEST(Packets, SurviveDamageAroundThem) {
@@ -112,25 +179,80 @@ TEST(Packets, SurviveDamageAroundThem) {
             const Bytes packet = PacketAt(packets, index * 188);
             expected.insert(expected.end(), packet.begin(), packet.end());
         }
-        TsBuilder stream;
-        stream.data = Damaged(packets, damage);
-        for (const std::size_t chunk : {1U, 187U, 188U, 189U, 1000U, 100'000U})
-            EXPECT_EQ(Filtered(stream.data, ts::PidTable().set(0x100), chunk), expected)
-                << damage.what << ", " << chunk << " bytes at a time";
-
-        const std::string path = TempPath("damaged.ts");
-        stream.WriteTo(path);
-        ts::PacketReader reader;
-        ASSERT_TRUE(reader.Open(path));
-        Bytes read;
-        while (const std::uint8_t *packet = reader.Next()) {
-            EXPECT_EQ(PacketAt(stream.data, static_cast<std::size_t>(reader.Offset())),
-                      Bytes(packet, packet + 188));
-            if (!ts::TransportError(packet))
-                read.insert(read.end(), packet, packet + 188);
+        for (const Layout &layout : kLayouts) {
+            SCOPED_TRACE(damage.what + (", " + std::to_string(188 + layout.before + layout.after)) +
+                         " bytes per packet");
+            ExpectPackets(Damaged(packets, damage, layout), expected, damage);
         }
-        EXPECT_EQ(read, expected) << damage.what;
     }
+}
+
+/// A recording of three services of two seconds each; the side file is made from it.
+std::string RecordThreeServices() {
+    TsBuilder stream;
+    stream.Pat({{1, 0x1001}, {2, 0x1002}, {3, 0x1003}});
+    for (int service = 1; service <= 3; ++service) {
+        const int video = 0x100 * service;
+        stream.Pmt(0x1000 + service, service, video, {{0x1B, video}});
+        for (int ms = 0; ms <= 2000; ms += 40)
+            stream.Pcr(video, (service * 2000 + ms) * kMs, true);
+    }
+    std::string path = TempPath("services.srf");
+    stream.WriteTo(path);
+    const auto result = tvdesktop::RepairChannelLog(path);
+    EXPECT_EQ(result.stretches, 3U) << result.error;
+    return path;
+}
+
+TEST(BrokenDisk, IsSaidByAllReadersAndCostsNoSideFile) {
+    const std::string path = RecordThreeServices();
+    const auto size = static_cast<std::int64_t>(std::filesystem::file_size(path));
+    for (const std::int64_t brokenFrom : {std::int64_t{0}, std::int64_t{188}, size / 2}) {
+        const BrokenDisk disk(brokenFrom);
+        const auto repaired = tvdesktop::RepairChannelLog(path);
+        const auto scanned = tvdesktop::ScanServices(path);
+        void *player = tvdesktop::CreatePlayer({});
+        tv_stream_set_property(tvdesktop::StreamOf(player), 801, path.c_str(), 0);
+        const int played = tv_stream_start(tvdesktop::StreamOf(player));
+        tvdesktop::DestroyPlayer(player);
+        EXPECT_NE(repaired.error.find("Input/output error"), std::string::npos) << brokenFrom;
+        EXPECT_EQ(ts::ReadChannelLog(path).size(), 3U);
+        EXPECT_NE(scanned.error.find("Input/output error"), std::string::npos) << brokenFrom;
+        EXPECT_EQ(played, tvdesktop::kPlayerNoSource) << brokenFrom;
+    }
+    EXPECT_EQ(tvdesktop::RepairChannelLog(path).outcome, tvdesktop::RepairResult::Outcome::Kept);
+}
+
+TEST(Readers, RefuseWhatIsNoRegularFileWithoutWaiting) {
+    const std::string recording = RecordThreeServices();
+    const std::string side = ts::ChannelLogPath(recording);
+    const std::string fifo = TempPath("fifo");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string &target : {fifo, std::string("/dev/zero"), testing::TempDir()}) {
+        EXPECT_FALSE(ts::PacketReader().Open(target));
+        EXPECT_NE(tvdesktop::ScanServices(target).error.find("cannot read"), std::string::npos);
+        std::filesystem::remove(side);
+        std::filesystem::create_symlink(target, side);
+        EXPECT_TRUE(ts::ReadChannelLog(recording).empty());
+        EXPECT_NE(tvdesktop::RepairChannelLog(recording).error.find(side), std::string::npos);
+        EXPECT_TRUE(std::filesystem::is_symlink(side));
+    }
+    std::filesystem::remove(side);
+    std::filesystem::remove(fifo);
+}
+
+TEST(Scan, StopsAtItsLimitAlsoWithoutPackets) {
+    const std::string path = TempPath("zeros.ts");
+    TsBuilder stream;
+    stream.Junk(100, 0).WriteTo(path);
+    std::filesystem::resize_file(path, 1 << 30);
+    ts::PacketReader reader;
+    ASSERT_TRUE(reader.Open(path));
+    EXPECT_EQ(reader.Next(1'000'000), nullptr);
+    EXPECT_LT(reader.Tell(), 2'000'000U);
+    EXPECT_NE(tvdesktop::ScanServices(path).error.find("not a transport stream"),
+              std::string::npos);
+    std::filesystem::remove(path);
 }
 
 TEST(PacketReader, FollowsAGrowingFileAndSeeksIntoPackets) {

@@ -32,7 +32,7 @@ bool Recording::Follow() {
         Index(packet, m_tail.Offset());
         m_end = m_tail.Offset() + ts::kPacketSize;
     }
-    return true;
+    return m_tail.Error() == 0 && m_search.Error() == 0;
 }
 
 /// A lock that is free is given back at once.

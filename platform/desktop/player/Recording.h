@@ -35,7 +35,7 @@ class Recording {
     bool Open(const std::string &path);
 
     /// Takes in what was appended to the file and to its side file.
-    /// @return false when the file has become shorter than what was read from it
+    /// @return false when the file cannot be read, or became shorter than what was read from it
     bool Follow();
 
     /// @return whether a recorder holds the file; it locks what it writes

@@ -4,15 +4,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
+#include <optional>
 #include <sstream>
 
 #include "system/FileDescriptor.h"
 #include "system/Files.h"
 #include "TvDesktop.h"
+#include "system/RegularFile.h"
 
 namespace tvdesktop::ts {
 
@@ -72,6 +75,51 @@ void Append(std::vector<ChannelStretch> &stretches, const ChannelStretch &stretc
     stretches.push_back(stretch);
 }
 
+/// The lines of a file that end with a newline. One that is longer than a block, many times the
+/// longest stretch, ends the file: what it is, it is no side file. Threads: thread-bound.
+class LineReader {
+  public:
+    explicit LineReader(const FileDescriptor &file) : m_file(file) {}
+
+    /// @return nothing at the end, or when the file cannot be read
+    std::optional<std::string> Next() {
+        do {
+            const auto begin = m_block.begin() + m_next;
+            const auto end = m_block.begin() + m_filled;
+            const auto newline = std::find(begin, end, '\n');
+            if (newline != end) {
+                m_next = newline + 1 - m_block.begin();
+                return std::string(begin, newline);
+            }
+        } while (ReadMore());
+        return std::nullopt;
+    }
+
+    /// @return the errno of a read that failed; 0: none did
+    int Error() const { return m_error; }
+
+  private:
+    bool ReadMore() {
+        std::copy(m_block.begin() + m_next, m_block.begin() + m_filled, m_block.begin());
+        m_filled -= m_next;
+        m_next = 0;
+        const std::size_t room = m_block.size() - static_cast<std::size_t>(m_filled);
+        ssize_t count = 0;
+        do {
+            count = ::read(m_file.Get(), m_block.data() + m_filled, room);
+        } while (count < 0 && errno == EINTR);
+        m_error = count < 0 ? errno : 0;
+        m_filled += count > 0 ? count : 0;
+        return count > 0;
+    }
+
+    const FileDescriptor &m_file;
+    std::array<char, 16384> m_block{};
+    std::ptrdiff_t m_next = 0;
+    std::ptrdiff_t m_filled = 0;
+    int m_error = 0;
+};
+
 bool EndsInsideLine(int file, off_t size) {
     char last = '\n';
     return size > 0 && ::pread(file, &last, 1, size - 1) == 1 && last != '\n';
@@ -102,17 +150,26 @@ std::string ChannelLogPath(const std::string &recording) {
     return recording + ".chan";
 }
 
-std::vector<ChannelStretch> ReadChannelLog(const std::string &recording) {
-    std::vector<ChannelStretch> stretches;
-    std::ifstream file(ChannelLogPath(recording));
-    std::string line;
-    if (!std::getline(file, line) || line != kVersionLine)
-        return stretches;
-    while (std::getline(file, line) && !file.eof()) {
+bool ReadChannelLog(const std::string &recording, std::vector<ChannelStretch> &stretches) {
+    stretches.clear();
+    const FileDescriptor file = OpenRegularFile(ChannelLogPath(recording));
+    if (!file.IsOpen())
+        return errno == ENOENT;
+    LineReader lines(file);
+    if (lines.Next() != kVersionLine)
+        return lines.Error() == 0;
+    while (const auto line = lines.Next()) {
         ChannelStretch stretch;
-        if (FromLine(line, stretch))
+        if (FromLine(*line, stretch))
             Append(stretches, stretch);
     }
+    errno = lines.Error();
+    return lines.Error() == 0;
+}
+
+std::vector<ChannelStretch> ReadChannelLog(const std::string &recording) {
+    std::vector<ChannelStretch> stretches;
+    ReadChannelLog(recording, stretches);
     return stretches;
 }
 

@@ -21,10 +21,13 @@ struct ChannelStretch {
 /// Path of the side file: the recording's path with ".chan" appended.
 std::string ChannelLogPath(const std::string &recording);
 
-/// Reads a side file: text, a version line, then one line a stretch with its time, its offset and
+/// Reads a side file: text, a version line, then one line per stretch with its time, its offset and
 /// the 192 bytes of channel information as hexadecimal digits. Lines that do not parse, a last line
 /// without its newline, and stretches out of order are left out.
-/// @return the stretches in order; empty when there is no such file
+/// @param stretches  out: in order; empty when there is no such file, or one of another version
+/// @return false when there is a file that cannot be read; errno tells why, as of OpenRegularFile
+bool ReadChannelLog(const std::string &recording, std::vector<ChannelStretch> &stretches);
+/// The same for those who do without a side file that cannot be read.
 std::vector<ChannelStretch> ReadChannelLog(const std::string &recording);
 
 /// Adds one stretch; the line reaches the file with one write. A new file gets its version line.

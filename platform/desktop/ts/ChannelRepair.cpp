@@ -12,6 +12,7 @@
 #include "ServiceScan.h"
 #include "StreamClock.h"
 #include "StretchFinder.h"
+#include "system/RegularFile.h"
 #include "TsPacket.h"
 #include "TvDesktop.h"
 
@@ -156,9 +157,9 @@ bool IsSame(const std::vector<ChannelStretch> &left, const std::vector<ChannelSt
                       });
 }
 
-RepairResult Failed(const std::string &what) {
+RepairResult Failed(const std::string &error) {
     RepairResult result;
-    result.error = what + ": " + std::strerror(errno);
+    result.error = error;
     return result;
 }
 
@@ -168,9 +169,11 @@ RepairResult RepairChannelLog(const std::string &recording) {
     using Outcome = RepairResult::Outcome;
     ts::PacketReader reader;
     if (!reader.Open(recording))
-        return Failed("cannot read " + recording);
+        return Failed(CannotRead(recording, errno));
     const std::uint64_t size = reader.Size();
-    const std::vector<ChannelStretch> old = ts::ReadChannelLog(recording);
+    std::vector<ChannelStretch> old;
+    if (!ts::ReadChannelLog(recording, old))
+        return Failed(CannotRead(ts::ChannelLogPath(recording), errno));
     const ts::ChannelTable channels = ReadChannels(reader, old);
     ts::StretchFinder finder(channels);
     ForEachPacket(reader, [&](const std::uint8_t *packet, std::uint64_t offset) {
@@ -178,6 +181,8 @@ RepairResult RepairChannelLog(const std::string &recording) {
     });
     const std::vector<ChannelStretch> merged = Merge(reader, old, finder.Finish(), channels);
 
+    if (reader.Error() != 0)  // a part of the recording says nothing of the rest
+        return Failed(CannotRead(recording, reader.Error()));
     if (reader.Size() != size)
         return {recording + " is still being recorded", Outcome::Nothing, 0};
     if (merged.empty())
@@ -185,7 +190,8 @@ RepairResult RepairChannelLog(const std::string &recording) {
     if (IsSame(merged, old))
         return {"", Outcome::Kept, old.size()};
     if (!ts::WriteChannelLog(recording, merged))
-        return Failed("cannot write " + ts::ChannelLogPath(recording));
+        return Failed("cannot write " + ts::ChannelLogPath(recording) + ": " +
+                      std::strerror(errno));
     return {"", Outcome::Rebuilt, merged.size()};
 }
 

@@ -44,23 +44,29 @@ class PacketFilter {
             if (!place.found)
                 return done;
             const std::uint8_t *packet = block + place.offset;
-            const bool kept = keep[Pid(packet)] && !TransportError(packet);
+            const bool isDamaged = TransportError(packet);
+            const bool kept = keep[Pid(packet)] && !isDamaged;
             if (!visit(packet, kept))
                 return done;
             if (kept) {
                 std::memmove(block + done.kept, packet, kPacketSize);
                 done.kept += kPacketSize;
             }
-            done.consumed += kPacketSize;
+            m_transportErrors += isDamaged ? 1 : 0;
+            done.consumed = place.next;
             ++done.packets;
         }
     }
 
-    /// Forgets where packets began, for another source.
-    void Reset() { m_framing.Reset(); }
+    /// @return packets seen with transport_error_indicator
+    std::uint64_t TransportErrors() const { return m_transportErrors; }
+    /// @param rest  bytes that are left at the end of the source
+    /// @return about how many packets were cut short or lost with the sync byte
+    std::uint64_t LostPackets(std::size_t rest) const { return m_framing.LostPackets(rest); }
 
   private:
     PacketFraming m_framing;
+    std::uint64_t m_transportErrors = 0;
 };
 
 }  // namespace tvdesktop::ts

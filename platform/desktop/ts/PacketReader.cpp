@@ -1,10 +1,10 @@
 #include "PacketReader.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 
+#include "system/RegularFile.h"
 #include "TsPacket.h"
 
 namespace tvdesktop::ts {
@@ -17,11 +17,12 @@ constexpr std::size_t kBufferSize = 1024 * kPacketSize;
 
 bool PacketReader::Open(const std::string &path) {
     Close();
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    char probe = 0;
-    if (!file.IsOpen() || ::pread(file.Get(), &probe, 1, 0) < 0)
+    FileDescriptor file = OpenRegularFile(path);
+    if (!file.IsOpen())
         return false;
     m_file = std::move(file);
+    m_framing = {};
+    m_error = 0;
     m_buffer.resize(kBufferSize);
     Seek(0);
     return true;
@@ -39,14 +40,16 @@ void PacketReader::Seek(std::uint64_t offset) {
     m_position = 0;
 }
 
-const std::uint8_t *PacketReader::Next() {
+const std::uint8_t *PacketReader::Next(std::uint64_t end) {
     bool atEnd = false;
-    while (IsOpen()) {
+    while (IsOpen() && m_error == 0) {
         const auto place = m_framing.Find(m_buffer.data(), m_filled, m_position, atEnd);
         m_position = place.offset;
+        if (Tell() >= end)
+            break;
         if (place.found) {
             m_packetOffset = Tell();
-            m_position += kPacketSize;
+            m_position = place.next;
             return m_buffer.data() + place.offset;
         }
         if (atEnd)
@@ -56,7 +59,8 @@ const std::uint8_t *PacketReader::Next() {
     return nullptr;
 }
 
-/// Drops what was looked at and fills the buffer up. @return false when the file has no more now
+/// Drops what was looked at and fills the buffer up.
+/// @return false when the file has no more now, or cannot be read
 bool PacketReader::ReadMore() {
     std::copy(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_position),
               m_buffer.begin() + static_cast<std::ptrdiff_t>(m_filled), m_buffer.begin());
@@ -69,6 +73,8 @@ bool PacketReader::ReadMore() {
         count = ::pread(m_file.Get(), m_buffer.data() + m_filled, m_buffer.size() - m_filled,
                         static_cast<off_t>(m_bufferOffset + m_filled));
     } while (count < 0 && errno == EINTR);
+    if (count < 0)
+        m_error = errno;
     if (count <= 0)
         return false;
     m_filled += static_cast<std::size_t>(count);

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -14,28 +15,33 @@
 namespace tvdesktop::ts {
 
 /// Reads the whole packets of a file, which may still grow: at its end there is no packet now, and
-/// a later call goes on with what was written since.
+/// a later call continues with what was written since. A read error is not the end: it is kept, and
+/// no packet follows it, so that nobody judges a file by a part of it.
 ///
 /// Threads: thread-bound.
 class PacketReader {
   public:
-    /// Opens a file and begins at its first byte. Files that cannot be read at any place (pipes,
-    /// directories) are refused.
-    /// @return false on failure; errno tells why
+    /// Opens a regular file and begins at its first byte. Never waits.
+    /// @return false on failure; errno tells why, as of OpenRegularFile
     bool Open(const std::string &path);
     void Close();
     bool IsOpen() const { return m_file.IsOpen(); }
 
-    /// Goes on with the first whole packet at or behind a byte offset.
+    /// Continues with the first whole packet at or after a byte offset.
     void Seek(std::uint64_t offset);
 
+    /// @param end  byte offset; only packets that begin before it are looked for, so that a file
+    ///             without packets is not read to its end
     /// @return the next packet, valid until the next call of any member; null: none now
-    const std::uint8_t *Next();
+    const std::uint8_t *Next(std::uint64_t end = std::numeric_limits<std::uint64_t>::max());
+
+    /// @return the errno of the read that failed since Open; 0: none did
+    int Error() const { return m_error; }
 
     /// @return byte offset in the file of the packet that Next returned last
     std::uint64_t Offset() const { return m_packetOffset; }
 
-    /// @return byte offset behind which Next goes on
+    /// @return byte offset after which Next continues
     std::uint64_t Tell() const { return m_bufferOffset + m_position; }
 
     /// @return the file's size in bytes at this moment
@@ -51,6 +57,7 @@ class PacketReader {
     std::size_t m_position = 0;        ///< in the buffer: where the next packet is looked for
     std::uint64_t m_bufferOffset = 0;  ///< of the buffer's first byte in the file
     std::uint64_t m_packetOffset = 0;
+    int m_error = 0;
 };
 
 }  // namespace tvdesktop::ts

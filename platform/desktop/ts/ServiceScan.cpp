@@ -26,6 +26,7 @@
 
 #include "DvbText.h"
 #include "PacketReader.h"
+#include "system/RegularFile.h"
 #include "TsPacket.h"
 #include "TvDesktop.h"
 
@@ -314,8 +315,8 @@ const ElementaryStream *Service::First(StreamKind kind) const {
 
 std::vector<Service> ts::ScanTables(PacketReader &reader, std::uint64_t limit) {
     Scanner scanner;
-    while (!scanner.IsComplete() && reader.Tell() < limit) {
-        const std::uint8_t *packet = reader.Next();
+    while (!scanner.IsComplete()) {
+        const std::uint8_t *packet = reader.Next(limit);
         if (packet == nullptr)
             break;
         scanner.Push(packet);
@@ -326,12 +327,14 @@ std::vector<Service> ts::ScanTables(PacketReader &reader, std::uint64_t limit) {
 ScanResult ScanServices(const std::string &path) {
     ts::PacketReader reader;
     if (!reader.Open(path))
-        return {"cannot read " + path + ": " + std::strerror(errno), {}};
+        return {CannotRead(path, errno), {}};
 
-    const bool hasPackets = reader.Next() != nullptr;
+    const bool hasPackets = reader.Next(kScanLimit) != nullptr;
     reader.Seek(0);
     ScanResult result;
     result.services = ts::ScanTables(reader, kScanLimit);
+    if (reader.Error() != 0)
+        return {CannotRead(path, reader.Error()), {}};
     if (!hasPackets)
         result.error = path + " is not a transport stream";
     else if (result.services.empty())
