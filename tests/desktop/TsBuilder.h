@@ -3,6 +3,7 @@
 #ifndef TESTS_DESKTOP_TSBUILDER_H
 #define TESTS_DESKTOP_TSBUILDER_H
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -21,22 +22,48 @@ class TsBuilder {
   public:
     Bytes data;
 
-    /// PAT with (program_number, PMT PID) entries.
+    /// PAT with (program_number, PMT PID) entries, in as many sections as they need.
     TsBuilder &Pat(const std::vector<std::pair<int, int>> &programs) {
-        Bytes body = {0x00, 0x01, 0xC1, 0, 0};
-        for (const auto &[number, pid] : programs)
-            Append(body, {number >> 8, number, 0xE0 | pid >> 8, pid});
-        return Section(0, 0x00, body);
+        constexpr std::size_t kPerSection = 253;
+        const auto last =
+            static_cast<int>(programs.empty() ? 0 : (programs.size() - 1) / kPerSection);
+        for (int number = 0; number <= last; ++number) {
+            Bytes body;
+            Append(body, {0x00, 0x01, 0xC1, number, last});
+            const std::size_t begin = static_cast<std::size_t>(number) * kPerSection;
+            for (std::size_t i = begin; i < std::min(programs.size(), begin + kPerSection); ++i)
+                Append(body, {programs[i].first >> 8, programs[i].first,
+                              0xE0 | programs[i].second >> 8, programs[i].second});
+            Section(0, 0x00, body);
+        }
+        return *this;
     }
 
-    /// PMT with (stream_type, PID) entries.
-    TsBuilder &Pmt(int pmtPid, int program, int pcrPid,
-                   const std::vector<std::pair<int, int>> &streams) {
+    struct Stream {
+        int type;
+        int pid;
+        Bytes descriptors = {};
+    };
+
+    TsBuilder &Pmt(int pmtPid, int program, int pcrPid, const std::vector<Stream> &streams) {
         Bytes body;
         Append(body, {program >> 8, program, 0xC1, 0, 0, 0xE0 | pcrPid >> 8, pcrPid, 0xF0, 0});
-        for (const auto &[type, pid] : streams)
-            Append(body, {type, 0xE0 | pid >> 8, pid, 0xF0, 0});
+        for (const Stream &stream : streams) {
+            Append(body, {stream.type, 0xE0 | stream.pid >> 8, stream.pid, 0xF0,
+                          static_cast<int>(stream.descriptors.size())});
+            body.insert(body.end(), stream.descriptors.begin(), stream.descriptors.end());
+        }
         return Section(pmtPid, 0x02, body);
+    }
+
+    /// SDT of one service; `names` is provider and name, each with its length in front.
+    TsBuilder &Sdt(int service, const Bytes &names) {
+        const auto size = static_cast<int>(names.size());
+        Bytes body;
+        Append(body, {0, 1, 0xC1, 0, 0, 0, 1, 0xFF, service >> 8, service, 0xFC, 0x80, size + 3,
+                      0x48, size + 1, 1});
+        body.insert(body.end(), names.begin(), names.end());
+        return Section(0x11, 0x42, body);
     }
 
     /// A packet with an adaptation field that holds a PCR in 27 MHz ticks, and a payload.
@@ -102,11 +129,15 @@ class TsBuilder {
         const std::uint32_t crc = Crc32(section);
         for (int shift = 24; shift >= 0; shift -= 8)
             section.push_back(static_cast<std::uint8_t>(crc >> shift));
-        Bytes packet = Header(pid, true, 0x10);
-        packet.push_back(0);  // pointer_field
-        packet.insert(packet.end(), section.begin(), section.end());
-        packet.resize(188, 0xFF);
-        data.insert(data.end(), packet.begin(), packet.end());
+        section.insert(section.begin(), 0);  // pointer_field
+        for (std::size_t at = 0; at < section.size(); at += 184) {
+            Bytes packet = Header(pid, at == 0, 0x10);
+            const std::size_t end = std::min(section.size(), at + 184);
+            packet.insert(packet.end(), section.begin() + static_cast<std::ptrdiff_t>(at),
+                          section.begin() + static_cast<std::ptrdiff_t>(end));
+            packet.resize(188, 0xFF);
+            data.insert(data.end(), packet.begin(), packet.end());
+        }
         return *this;
     }
 

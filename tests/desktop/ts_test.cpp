@@ -325,37 +325,134 @@ TEST(ChannelLog, KeepsStretchesAndLeavesOutWhatIsBroken) {
     EXPECT_FALSE(ts::AppendChannelLog("/no/such/place", Stretch(0, 0, 1)));
 }
 
-TEST(ServiceScan, ReadsPmtsOfAllServices) {
-    const std::string path = TempPath("services.ts");
-    TsBuilder()
-        .Pat({{0, 0x10}, {7, 0x1001}, {3, 0x1000}})
-        .Pmt(0x1000, 3, 0x201, {{0x0F, 0x201}})
-        .Media(0x201)
-        .Junk(300)
-        .Pmt(0x1001, 7, 0x100, {{0x1B, 0x100}, {0x03, 0x101}, {0x81, 0x102}, {0x05, 0x103}})
-        .Media(0x100, 20)
-        .WriteTo(path);
-    const auto result = tvdesktop::ScanServices(path);
-    EXPECT_EQ(result.error, "");
-    ASSERT_EQ(result.services.size(), 2U);
+tvdesktop::ScanResult Scan(const TsBuilder &stream) {
+    const std::string path = TempPath("scanned.ts");
+    stream.WriteTo(path);
+    tvdesktop::ScanResult result = tvdesktop::ScanServices(path);
+    std::filesystem::remove(path);
+    return result;
+}
 
+TEST(ServiceScan, ReadsPmtsOfAllServices) {
+    const auto result = Scan(TsBuilder()
+                                 .Pat({{0, 0x10}, {7, 0x1000}, {3, 0x1000}})
+                                 .Pmt(0x10, 0, 0x300, {{0x1B, 0x300}})
+                                 .Pmt(0x1000, 3, 0x201, {{0x0F, 0x201}})
+                                 .Pmt(0x1001, 3, 0x333, {{0x1B, 0x333}})
+                                 .Media(0x201)
+                                 .Junk(300)
+                                 .Pmt(0x1000, 7, 0x100, {{0x1B, 0x100}, {0x03, 0x101}})
+                                 .Media(0x100, 20));
+    EXPECT_EQ(result.error, "");
+    ASSERT_EQ(result.services.size(), 2U) << "program 0 is no service";
     const auto radio = tvdesktop::ChannelInfoOf(result.services[0]);
     EXPECT_EQ(radio.programNum, 3);
     EXPECT_EQ(radio.videoPid, 0xFFFF);
     EXPECT_EQ(radio.audioPid, 0x201);
     EXPECT_EQ(radio.pcrPid, 0x201);
+    EXPECT_EQ(result.services[1].pmtPid, 0x1000) << "services may share a PMT PID";
+    EXPECT_EQ(tvdesktop::ChannelInfoOf(result.services[1]).audioPid, 0x101);
 
-    const auto &service = result.services[1];
-    EXPECT_EQ(service.pmtPid, 0x1001);
-    ASSERT_EQ(service.streams.size(), 4U);
-    EXPECT_EQ(service.First(tvdesktop::StreamKind::Video)->videoCodec, VIDEO_ENCODE_H264);
-    EXPECT_EQ(service.streams[2].audioCodec, AUDIO_ENCODE_AC3);
-    EXPECT_EQ(service.streams[3].kind, tvdesktop::StreamKind::Other);
-    EXPECT_EQ(tvdesktop::ChannelInfoOf(service).audioPid, 0x101);
-
-    TsBuilder().Junk(5000).WriteTo(path);
-    EXPECT_NE(tvdesktop::ScanServices(path).error, "");
+    EXPECT_NE(Scan(TsBuilder().Junk(5000)).error, "");
     EXPECT_NE(tvdesktop::ScanServices("/no/such/file").error, "");
+}
+
+TEST(ServiceScan, TakesNoLongerForAPacketWhenThereAreManyServices) {
+    constexpr int kPrograms = 60'000;
+    std::vector<std::pair<int, int>> programs;
+    for (int i = 1; i <= kPrograms; ++i)
+        programs.emplace_back(i, 0x1000);
+    TsBuilder stream;
+    stream.Pat(programs);
+    for (int i = 1; i <= kPrograms; ++i)
+        stream.Pmt(0x1000, i, 0x100, {{0x1B, 0x100}});
+    EXPECT_EQ(Scan(stream).services.size(), std::size_t{kPrograms});
+}
+
+TEST(ServiceScan, NamesKindAndCodecOfEveryStream) {
+    using tvdesktop::StreamKind;
+    constexpr auto kAudio = StreamKind::Audio;
+    constexpr auto kDescription = StreamKind::AudioDescription;
+    const struct {
+        int type;
+        Bytes descriptors;
+        StreamKind kind;
+        const char *codec;
+    } rows[] = {
+        {0x01, {}, StreamKind::Video, "MPEG-1"},
+        {0x02, {}, StreamKind::Video, "MPEG-2"},
+        {0x10, {}, StreamKind::Video, "MPEG-4"},
+        {0x1B, {}, StreamKind::Video, "H.264"},
+        {0x24, {}, StreamKind::Video, "HEVC"},
+        {0x03, {}, kAudio, "MPEG-1 audio"},
+        {0x04, {}, kAudio, "MPEG-2 audio"},
+        {0x0F, {}, kAudio, "AAC"},
+        {0x11, {}, kAudio, "HE-AAC"},
+        {0x81, {}, kAudio, "AC-3"},
+        {0x87, {}, kAudio, "E-AC-3"},
+        {0x05, {}, StreamKind::Other, "private sections"},
+        {0x06, {}, StreamKind::Other, "private data"},
+        {0x99, {}, StreamKind::Other, "type 153"},
+        {0x06, {0x56, 0}, StreamKind::Other, "teletext"},
+        {0x06, {0x59, 0}, StreamKind::Other, "subtitles"},
+        {0x06, {0x7B, 0}, kAudio, "DTS"},
+        // ISO 639 language: audio type, or the language for it
+        {0x03, {0x0A, 4, 'e', 'n', 'g', 0}, kAudio, "MPEG-1 audio"},
+        {0x03, {0x0A, 4, 'e', 'n', 'g', 3}, kDescription, "MPEG-1 audio"},
+        {0x03, {0x0A, 4, 'q', 'a', 'd', 0}, kDescription, "MPEG-1 audio"},
+        {0x1B, {0x0A, 4, 'q', 'a', 'd', 3}, StreamKind::Video, "H.264"},
+        {0x03, {0x0A, 2, 'q', 'a'}, kAudio, "MPEG-1 audio"},
+        // supplementary audio: editorial classification, language
+        {0x03, {0x7F, 2, 0x06, 0x80 | 0 << 2}, kAudio, "MPEG-1 audio"},
+        {0x03, {0x7F, 2, 0x06, 0x80 | 1 << 2}, kDescription, "MPEG-1 audio"},
+        {0x03, {0x7F, 2, 0x06, 0x80 | 2 << 2}, kAudio, "MPEG-1 audio"},
+        {0x03, {0x7F, 2, 0x06, 0x80 | 3 << 2}, kDescription, "MPEG-1 audio"},
+        {0x03, {0x7F, 5, 0x06, 0x81, 'q', 'a', 'd'}, kDescription, "MPEG-1 audio"},
+        {0x03, {0x7F, 2, 0x15, 0x84}, kAudio, "MPEG-1 audio"},
+        // preselection: audio description, spoken subtitles, one of two
+        {0x11, {0x7F, 4, 0x19, 1 << 3, 0, 0x80}, kDescription, "HE-AAC"},
+        {0x11, {0x7F, 4, 0x19, 1 << 3, 0, 0x40}, kDescription, "HE-AAC"},
+        {0x11, {0x7F, 4, 0x19, 1 << 3, 0, 0x20}, kAudio, "HE-AAC"},
+        {0x11, {0x7F, 4, 0x19, 2 << 3, 0, 0x80}, kAudio, "HE-AAC"},
+        // AC-3, E-AC-3 and AAC by component type
+        {0x06, {0x6A, 1, 0x00}, kAudio, "AC-3"},
+        {0x06, {0x6A, 2, 0x80, 2 << 3}, kDescription, "AC-3"},
+        {0x06, {0x6A, 2, 0x80, 3 << 3}, kAudio, "AC-3"},
+        {0x06, {0x6A, 2, 0x40, 2 << 3}, kAudio, "AC-3"},
+        {0x06, {0x7A, 2, 0x80, 0xC0 | 2 << 3}, kDescription, "E-AC-3"},
+        {0x06, {0x7C, 1, 0x58}, kAudio, "AAC"},
+        {0x0F, {0x7C, 3, 0x58, 0x80, 0x40}, kDescription, "AAC"},
+        {0x0F, {0x7C, 3, 0x58, 0x80, 0x4A}, kDescription, "AAC"},
+        {0x0F, {0x7C, 3, 0x58, 0x80, 0x03}, kAudio, "AAC"},
+        {0x0F, {0x7C, 3, 0x58, 0x00, 0x40}, kAudio, "AAC"},
+        // component
+        {0x03, {0x50, 2, 0xF2, 0x47}, kDescription, "MPEG-1 audio"},
+        {0x03, {0x50, 2, 0xF2, 0x03}, kAudio, "MPEG-1 audio"},
+        {0x81, {0x50, 2, 0xF4, 2 << 3}, kDescription, "AC-3"},
+        {0x0F, {0x50, 2, 0xF6, 0x44}, kDescription, "AAC"},
+    };
+    std::vector<TsBuilder::Stream> streams;
+    for (const auto &row : rows)
+        streams.push_back({row.type, 0x100, row.descriptors});
+    const auto result = Scan(TsBuilder().Pat({{1, 0x1000}}).Pmt(0x1000, 1, 0x100, streams));
+    ASSERT_EQ(result.services.size(), 1U);
+    ASSERT_EQ(result.services[0].streams.size(), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        EXPECT_EQ(result.services[0].streams[i].kind, rows[i].kind) << i;
+        EXPECT_EQ(result.services[0].streams[i].codec, rows[i].codec) << i;
+    }
+}
+
+TEST(ServiceScan, ShowsNoControlCharacterOfAStream) {
+    const auto result =
+        Scan(TsBuilder()
+                 .Pat({{1, 0x1000}})
+                 .Sdt(1, {3, 'P', 0x1B, 'Q', 7, 0x15, 'N', 0xE2, 0x80, 0xAE, 0x07, 'M'})
+                 .Pmt(0x1000, 1, 0x100, {{0x03, 0x100, {0x0A, 4, 0x1B, 'd', 0x9B, 0}}}));
+    ASSERT_EQ(result.services.size(), 1U);
+    EXPECT_EQ(result.services[0].provider, "PQ");
+    EXPECT_EQ(result.services[0].name, "NM");
+    EXPECT_EQ(result.services[0].streams[0].language, "d");
 }
 
 TEST(DvbText, ReadsTheCharacterTablesOfBroadcasts) {
@@ -366,6 +463,13 @@ TEST(DvbText, ReadsTheCharacterTablesOfBroadcasts) {
         {{0x10, 0x00, 0x0F, 0xA4}, "\u20AC"},
         {{0x15, 0xE2, 0x82, 0xAC}, "\u20AC"},
         {{0x86, 'A', 0x87, 0x8A, 'B'}, "A B"},
+        {{0x05, 'A', 0x9B, '3', 0x7F, 'B'}, "A3B"},
+        {{0x15, 'A', 0xC2, 0x9B, 0xE2, 0x80, 0x8F, 0xE2, 0x81, 0xA6, 0xD8, 0x9C, 'B'}, "AB"},
+        {{0x15, 'A', 0xEE, 0x82, 0x86, 0xEE, 0x82, 0x8A, 0x0A, 'B'}, "A B"},
+        {{0x11, 0xE0, 0x86, 0, 'A', 0xE0, 0x8A, 0, 'B', 0, 0x1B}, "A B"},
+        {{0x12, 0xE0, 0x86, 0xB0, 0xA1, 0xE0, 0x8A, 'B'}, "\uAC00 B"},
+        {{0x13, 0xE0, 0x86, 0xB0, 0xA1, 0xE0, 0x87, 'B'}, "\u554AB"},
+        {{0x1F, 0x01, 'A'}, "A"},
     };
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(ts::DvbTextToUtf8(text.data(), text.size()), expected);
