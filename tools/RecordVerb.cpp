@@ -5,6 +5,7 @@
 #include "Failure.h"
 #include "OutputFile.h"
 #include "Recording.h"
+#include "ReportText.h"
 #include "TimeText.h"
 #include "Verbs.h"
 
@@ -154,8 +155,13 @@ class RecordRun {
         const std::string stopFailure = Stop();
         ShowEvents(milliseconds(0));
         m_terminal.ClearStatus();
+        const tvdesktop::RecordingReport report = m_recording.Report();
+        if (const std::string loss = LossText(report); !loss.empty())
+            m_terminal.Line(loss, Style::Bad);
         if (m_failure.empty())
             m_failure = stopFailure;
+        if (m_failure.empty())
+            m_failure = UselessText(report);
         if (!m_failure.empty()) {
             DropInformationWithout(Destination());
             throw Failure(m_failure);

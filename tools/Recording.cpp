@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Failure.h"
+#include "Terminal.h"
 
 namespace tool {
 
@@ -70,6 +71,7 @@ RecordingInformation InformationOf(const tvdesktop::Service &service) {
 }
 
 std::vector<tvdesktop::Service> ServicesOf(const std::string &input) {
+    const StopAtOnce nothingToEnd;
     tvdesktop::ScanResult scan = tvdesktop::ScanServices(input);
     if (!scan.error.empty())
         throw Failure(scan.error);

@@ -58,6 +58,10 @@ class Recording {
     std::string FailureReason() const { return m_service.RecorderFailure(); }
 
     Progress GetProgress() { return m_service.RecorderProgress(); }
+    /// Once it has ended.
+    tvdesktop::RecordingReport Report() const {
+        return tvdesktop::GetRecordingReport(m_service.recorder());
+    }
 
   private:
     void ProgramStreams(const tvdesktop::Service &broadcast);

@@ -57,6 +57,7 @@ class PvrService {
     void TakeRecorder(void *recorder);
     /// Destroys the recorder and its instance; harmless without one.
     void ReleaseRecorder();
+    void *recorder() const { return m_recorder; }
 
     /// Registers a player and its stream under (1, 0) and takes them over.
     /// @throws Failure when the library refuses it

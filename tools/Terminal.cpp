@@ -31,6 +31,7 @@ std::atomic<bool> g_stopRequested{false};
 std::atomic<std::uint32_t> g_stopTimeMs{0};
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free, "used by signal handlers");
 volatile std::sig_atomic_t g_readsKeys = 0;
+void (*g_onStop)(int) = SIG_DFL;  ///< what the stop signals do outside of StopAtOnce
 
 // The terminal's own mode, for the signal handlers: tcsetattr is async-signal-safe.
 termios g_ownMode;
@@ -243,13 +244,24 @@ int Keyboard::NextByte() {
 }
 
 void CatchStopSignals() {
+    g_onStop = OnStop;
     for (const int signal : kStopSignals)
-        Handle(signal, OnStop);
+        Handle(signal, g_onStop);
     Handle(SIGPIPE, SIG_IGN);  // a reader that goes away must not cut a recording short
 }
 
 bool StopRequested() {
     return g_stopRequested;
+}
+
+StopAtOnce::StopAtOnce() {
+    for (const int signal : kStopSignals)
+        Handle(signal, OnFatal);
+}
+
+StopAtOnce::~StopAtOnce() {
+    for (const int signal : kStopSignals)
+        Handle(signal, g_onStop);
 }
 
 }  // namespace tool

@@ -78,6 +78,16 @@ void CatchStopSignals();
 /// @return whether one of them came
 bool StopRequested();
 
+/// While it lives, these signals end the program at once: for long work with nothing to end in
+/// order. The terminal's own mode comes back. One at a time.
+class StopAtOnce {
+  public:
+    StopAtOnce();
+    ~StopAtOnce();
+    StopAtOnce(const StopAtOnce &) = delete;
+    StopAtOnce &operator=(const StopAtOnce &) = delete;
+};
+
 }  // namespace tool
 
 #endif

@@ -202,6 +202,66 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
     EXPECT_EQ(fs::file_size(In("in.srf")), fs::file_size(MOXPVR_SAMPLE));
 }
 
+TEST_F(MoxPvr, RecordsWholePacketsOfAnyLayoutAndSaysWhatIsMissing) {
+    using Packet = std::array<std::uint8_t, 188>;
+    const auto isMedia = [](const Packet &packet) {
+        return (packet[1] & 0x1F) < 0x10 && packet[2];
+    };
+    const struct {
+        const char *what;
+        std::function<void(Packet &, std::size_t)> change;
+        std::size_t before, after;
+        int exitCode;
+        const char *said;
+    } rows[] = {
+        {"192 bytes", [](Packet &, std::size_t) {}, 4, 0, 0, "Recorded 00:29.9"},
+        {"204 bytes", [](Packet &, std::size_t) {}, 0, 16, 0, "Recorded 00:29.9"},
+        {"damaged",
+         [](Packet &packet, std::size_t i) {
+             if (i == 700)
+                 packet[1] |= 0x80;
+         },
+         0, 0, 0, "left out 1 packet of the source with a transport error"},
+        {"without sync",
+         [](Packet &packet, std::size_t i) {
+             if (i == 700)
+                 packet[0] = 0;
+         },
+         0, 0, 0, "left out about 1 packet of the source"},
+        {"scrambled",
+         [&](Packet &packet, std::size_t) {
+             if (isMedia(packet))
+                 packet[3] |= 0x80;
+         },
+         0, 0, 1, "the service is scrambled"},
+        {"without PCR", [](Packet &packet, std::size_t) { packet[5] &= 0xEF; }, 0, 0, 1, "no PCR"},
+        {"tables only",
+         [&](Packet &packet, std::size_t) {
+             if (isMedia(packet))
+                 packet[2] = 9;
+         },
+         0, 0, 1, "none came on the PIDs"},
+    };
+    for (const auto &row : rows) {
+        std::ifstream source(MOXPVR_SAMPLE, std::ios::binary);
+        std::ofstream changed(In("changed.ts"), std::ios::binary);
+        Packet packet;
+        for (std::size_t i = 0; source.read(reinterpret_cast<char *>(packet.data()), 188); ++i) {
+            row.change(packet, i);
+            changed << std::string(row.before, static_cast<char>(i));
+            changed.write(reinterpret_cast<const char *>(packet.data()), 188);
+            changed << std::string(row.after, static_cast<char>(i));
+        }
+        changed.close();
+        const Outcome run = Run("record " + In("changed.ts") +
+                                " --speed max --force --service 1 --out " + In("changed.srf"));
+        EXPECT_EQ(run.exitCode, row.exitCode) << row.what << '\n' << run.output;
+        EXPECT_NE(run.output.find(row.said), std::string::npos) << row.what << '\n' << run.output;
+        if (row.before + row.after > 0)
+            ExpectWhole(In("changed.srf"), kFirstService);
+    }
+}
+
 TEST_F(MoxPvr, PlaysToTheEndAndSaysWhenThereIsNothingToSee) {
     ASSERT_EQ(Record("--service 1 --seconds 4 --out " + In("a.srf")).exitCode, 0);
     const Outcome right = Run("play --clock 50 " + In("a.srf"));

@@ -159,6 +159,8 @@ struct RecorderOptions {
 ///   packet. tv_recorder_stop returns when everything recorded is flushed and closed; a pipe whose
 ///   reader is slow has one second in all, then the rest is lost and the stop answers 8.
 /// - Packets whose transport_error_indicator is set are not recorded, nor are packets cut short.
+///   Of packets of 192 and 204 bytes the 188 from the sync byte on are recorded.
+/// - A recording that is paced or limited ends with a source error when 4 MiB of it have no PCR.
 /// - Positions are milliseconds of stream time in the sink, counted by the PCRs that were recorded.
 /// - tv_recorder_get_timeshift_duration takes KiB and gives milliseconds, by the mean rate so far.
 /// - A swap (property 55) moves everything buffered into the new file, which then takes all that
@@ -177,6 +179,19 @@ void DestroyRecorder(void *recorder);
 /// user. Thread-safe.
 /// @return empty when the last start or swap succeeded and nothing failed since
 std::string RecorderFailure(void *recorder);
+/// What became of the packets of a source.
+struct RecordingReport {
+    std::uint64_t packets = 0;          ///< recorded
+    std::uint64_t scrambled = 0;        ///< of these, not in clear
+    std::uint64_t units = 0;            ///< pictures and frames of sound that begin in clear
+    std::uint64_t transportErrors = 0;  ///< left out for their transport_error_indicator
+    std::uint64_t lost = 0;             ///< left out, cut short or without sync byte; about that many
+    bool hasStreamTime = false;         ///< a PCR was recorded
+};
+
+/// Thread-safe.
+/// @return of the last recording that has ended
+RecordingReport GetRecordingReport(void *recorder);
 
 // --- Repair --------------------------------------------------------------------------------------
 

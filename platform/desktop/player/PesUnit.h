@@ -29,8 +29,7 @@ inline bool CarriesKind(std::uint8_t streamId, UnitKind kind) {
 ///         payload opens with a PES header (ISO/IEC 13818-1, 2.4.3.6) of the kind. A section that
 ///         begins on the same PID is none.
 inline bool BeginsUnit(const std::uint8_t *packet, UnitKind kind) {
-    const bool isScrambled = (packet[3] & 0xC0) != 0;
-    if (ts::TransportError(packet) || isScrambled || !ts::UnitStart(packet) ||
+    if (ts::TransportError(packet) || ts::IsScrambled(packet) || !ts::UnitStart(packet) ||
         !ts::HasPayload(packet))
         return false;
     const bool hasAdaptation = (packet[3] & 0x20) != 0;

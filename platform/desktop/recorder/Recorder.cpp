@@ -203,6 +203,11 @@ std::string Recorder::Failure() const {
     return m_failure;
 }
 
+RecordingReport Recorder::GetReport() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_report;
+}
+
 // --- The recorder's thread -----------------------------------------------------------------------
 
 void Recorder::Run(RecordingSession &session) noexcept {
@@ -328,6 +333,7 @@ void Recorder::Finish(RecordingSession &session, Next reason) {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_state = State::Ended;
+        m_report = session.Report();
         m_stopResult = reason == Next::SinkFailed ? kRecorderWriteFailed : kRecorderOk;
         m_failure = session.ErrorText();
         m_swapped.notify_all();

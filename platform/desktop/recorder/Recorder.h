@@ -62,6 +62,7 @@ class Recorder : public PlatformObject {
     std::string Failure() const;
     /// @return whether the caller is inside the recorder's callback
     bool IsOnThread() const;
+    RecordingReport GetReport() const;
 
   private:
     enum class State { Idle, Recording, Paused, Ended };
@@ -113,6 +114,7 @@ class Recorder : public PlatformObject {
     std::optional<RecorderCode> m_swapResult;
     RecorderCode m_stopResult = kRecorderOk;
     std::string m_failure;  ///< of the last start, swap or recording
+    RecordingReport m_report;  ///< of the last recording that has ended
     tv_recorder_callback m_callback = nullptr;
     void *m_userData = nullptr;
 

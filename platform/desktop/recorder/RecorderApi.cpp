@@ -144,6 +144,11 @@ std::string RecorderFailure(void *recorder) {
     return target != nullptr ? target->Failure() : "";
 }
 
+RecordingReport GetRecordingReport(void *recorder) {
+    const auto *target = ObjectAs<Recorder>(recorder);
+    return target != nullptr ? target->GetReport() : RecordingReport{};
+}
+
 bool SetRecordDuration(PlatformObject *object, int milliseconds) {
     return OnRecorder(object, [milliseconds](Recorder &target) {
                return target.SetDuration(milliseconds);

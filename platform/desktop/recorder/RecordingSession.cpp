@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "player/PesUnit.h"
+
 namespace tvdesktop {
 
 namespace {
@@ -66,6 +68,8 @@ RecordingSession::Next RecordingSession::Advance(Clock::time_point now) {
         return next;
     if (IsNoTransportStream())
         return Fail(Next::SourceFailed, m_sourceName + " is not a transport stream", 0);
+    if (LacksStreamTime())
+        return Fail(Next::SourceFailed, m_sourceName + " has no PCR for what is recorded", 0);
     if (!m_sourceEnded)
         return ReadMore();
     return Flush() ? Next::Ended : Next::SinkFailed;
@@ -73,6 +77,12 @@ RecordingSession::Next RecordingSession::Advance(Clock::time_point now) {
 
 bool RecordingSession::IsNoTransportStream() const {
     return !m_hasPackets && (m_sourceEnded || m_bytesRead > kLongestSearch);
+}
+
+bool RecordingSession::LacksStreamTime() const {
+    const bool isNeeded = IsPaced() || m_limitMs > 0;
+    return isNeeded && !m_report.hasStreamTime &&
+           m_report.packets * ts::kPacketSize > kLongestSearch;
 }
 
 /// Goes through what was read: to its end, to a PCR that is not due yet, or to the limit.
@@ -122,6 +132,11 @@ bool RecordingSession::IsDue(const std::uint8_t *packet, Clock::time_point now) 
 }
 
 void RecordingSession::CountRecorded(const std::uint8_t *packet) {
+    ++m_report.packets;
+    if (ts::IsScrambled(packet))
+        ++m_report.scrambled;
+    if (BeginsUnit(packet, UnitKind::Video) || BeginsUnit(packet, UnitKind::Audio))
+        ++m_report.units;
     const auto pcr = ts::Pcr(packet);
     if (!pcr)
         return;
@@ -130,7 +145,15 @@ void RecordingSession::CountRecorded(const std::uint8_t *packet) {
     if (m_recorded.pid() != ts::Pid(packet))
         return;
     m_recorded.Advance(*pcr);
+    m_report.hasStreamTime = true;
     m_limitReached = m_limitMs > 0 && m_recorded.milliseconds() >= m_limitMs;
+}
+
+RecordingReport RecordingSession::Report() const {
+    RecordingReport report = m_report;
+    report.transportErrors = m_filter.TransportErrors();
+    report.lost = m_filter.LostPackets(m_sourceEnded ? m_filled - m_done.consumed : 0);
+    return report;
 }
 
 RecordingSession::Next RecordingSession::ReadMore() {

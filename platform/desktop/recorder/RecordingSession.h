@@ -66,6 +66,7 @@ class RecordingSession {
     int SourceDescriptor() const { return m_source.Descriptor(); }
     std::int64_t PositionMs() const { return m_recorded.milliseconds(); }
     std::uint64_t Size() const { return m_sink.Size(); }
+    RecordingReport Report() const;
 
     /// What the recording failed of, for a user, and the system's reason (0: the data is the
     /// reason).
@@ -82,6 +83,7 @@ class RecordingSession {
     Next Filter(Clock::time_point now, bool atEnd);
     Next ReadMore();
     bool IsNoTransportStream() const;
+    bool LacksStreamTime() const;
     bool IsDue(const std::uint8_t *packet, Clock::time_point now);
     void CountRecorded(const std::uint8_t *packet);
 
@@ -100,6 +102,7 @@ class RecordingSession {
     bool m_hasPackets = false;
     std::uint64_t m_bytesRead = 0;
 
+    RecordingReport m_report;
     ts::StreamClock m_recorded;  ///< time of what is recorded
     int m_limitMs = 0;
     bool m_limitReached = false;

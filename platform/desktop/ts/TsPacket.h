@@ -30,6 +30,10 @@ inline bool UnitStart(const std::uint8_t *packet) {
     return (packet[1] & 0x40) != 0;
 }
 
+inline bool IsScrambled(const std::uint8_t *packet) {
+    return (packet[3] & 0xC0) != 0;
+}
+
 inline bool HasPayload(const std::uint8_t *packet) {
     return (packet[3] & 0x10) != 0;
 }
