@@ -1,5 +1,8 @@
 #include "PacketFile.h"
 
+#include <TvDesktop.h>
+
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <optional>
@@ -15,7 +18,7 @@ constexpr std::uint8_t kSyncByte = 0x47;
 
 using Packet = std::array<std::uint8_t, kPacketSize>;
 
-std::uint16_t PidOf(const Packet &packet) {
+std::uint16_t PidOf(const std::uint8_t *packet) {
     return static_cast<std::uint16_t>((packet[1] & 0x1F) << 8 | packet[2]);
 }
 
@@ -37,13 +40,6 @@ class PacketReader {
         return packet;
     }
 
-    std::optional<Packet> NextOf(const std::set<std::uint16_t> &pids) {
-        std::optional<Packet> packet = Next();
-        while (packet && pids.count(PidOf(*packet)) == 0)
-            packet = Next();
-        return packet;
-    }
-
   private:
     std::string m_path;
     std::ifstream m_file;
@@ -55,21 +51,29 @@ std::set<std::uint16_t> PidsIn(const std::string &path) {
     std::set<std::uint16_t> pids;
     PacketReader reader(path);
     for (std::optional<Packet> packet = reader.Next(); packet; packet = reader.Next())
-        pids.insert(PidOf(*packet));
+        pids.insert(PidOf(packet->data()));
     return pids;
 }
 
 std::string DifferenceFromSource(const std::string &recording, const std::string &source) {
     const std::set<std::uint16_t> pids = PidsIn(recording);
     PacketReader recorded(recording);
-    PacketReader original(source);
-    std::size_t count = 0;
-    for (std::optional<Packet> packet = recorded.Next(); packet; packet = recorded.Next()) {
-        if (packet != original.NextOf(pids))
-            return "packet " + std::to_string(count) + " is not that of the source";
-        ++count;
-    }
-    return count == 0 ? "empty" : "";
+    std::optional<Packet> next = recorded.Next();
+    std::size_t same = 0;
+    const bool isRead = tvdesktop::ReadPackets(source, [&](const std::uint8_t *packet) {
+        if (pids.count(PidOf(packet)) == 0)
+            return true;
+        if (!next || !std::equal(next->begin(), next->end(), packet))
+            return false;
+        ++same;
+        next = recorded.Next();
+        return true;
+    });
+    if (!isRead)
+        throw Failure("'" + source + "' cannot be read.");
+    if (next)
+        return "packet " + std::to_string(same) + " is not that of the source";
+    return same == 0 ? "empty" : "";
 }
 
 }  // namespace tool

@@ -13,7 +13,8 @@ namespace tool {
 /// @throws Failure when the file cannot be read or a packet does not begin with the sync byte
 std::set<std::uint16_t> PidsIn(const std::string &path);
 
-/// Compares a recording with the packets of the same PIDs of its source.
+/// Compares a recording with the packets of the same PIDs of its source, which may be damaged and
+/// of another layout.
 /// @return empty when the recording is the beginning of them, packet for packet; else where and how
 ///         it differs, in words
 std::string DifferenceFromSource(const std::string &recording, const std::string &source);

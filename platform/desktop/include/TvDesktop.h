@@ -101,6 +101,12 @@ ScanResult ScanServices(const std::string &path);
 /// Channel information as a TV would hand it out for a service.
 TvChannelInfo ChannelInfoOf(const Service &service);
 
+/// Hands out the packets of a transport stream as a recorder takes them: 188 bytes from the sync
+/// byte on, those cut short or with transport_error_indicator left out.
+/// @param visit  false ends it
+/// @return false when the file cannot be read
+bool ReadPackets(const std::string &path, const std::function<bool(const std::uint8_t *)> &visit);
+
 // --- Recorder ------------------------------------------------------------------------------------
 
 /// What tv_recorder_* answers; 0 is success.

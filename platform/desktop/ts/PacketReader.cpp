@@ -6,6 +6,7 @@
 
 #include "system/RegularFile.h"
 #include "TsPacket.h"
+#include "TvDesktop.h"
 
 namespace tvdesktop::ts {
 
@@ -89,3 +90,18 @@ std::uint64_t PacketReader::Size() const {
 }
 
 }  // namespace tvdesktop::ts
+
+namespace tvdesktop {
+
+bool ReadPackets(const std::string &path, const std::function<bool(const std::uint8_t *)> &visit) {
+    ts::PacketReader reader;
+    if (!reader.Open(path))
+        return false;
+    while (const std::uint8_t *packet = reader.Next()) {
+        if (!ts::TransportError(packet) && !visit(packet))
+            break;
+    }
+    return reader.Error() == 0;
+}
+
+}  // namespace tvdesktop
