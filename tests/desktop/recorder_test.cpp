@@ -532,6 +532,26 @@ TEST_F(RecorderTest, EndsAtTheSetDuration) {
     EXPECT_EQ(ReadFile(Path("out.ts")), stream.data);
 }
 
+TEST_F(RecorderTest, EndsWhenWhatItIsToCountHasNoPcr) {
+    constexpr int kPackets = 30'000;
+    CreateOn(TsBuilder().Media(0x100, kPackets, true));
+    for (const int limit : {0, 1000}) {
+        ASSERT_EQ(Sink("a.srf"), 0);
+        ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
+        ASSERT_TRUE(SetRecordDuration(static_cast<PlatformObject *>(m_recorder), limit));
+        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+        if (limit == 0)
+            WaitForEnd();
+        else
+            WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorSource);
+        const RecordingReport report = GetRecordingReport(m_recorder);
+        EXPECT_EQ(report.packets == kPackets, limit == 0);
+        EXPECT_EQ(report.packets * 188, std::filesystem::file_size(Path("a.srf")));
+        EXPECT_EQ(report.units, 1U);
+        EXPECT_FALSE(report.hasStreamTime);
+    }
+}
+
 TEST_F(RecorderTest, SwapsWhilePacketsFlow) {
     TsBuilder stream;
     for (int i = 0; i < 20'000; ++i)
