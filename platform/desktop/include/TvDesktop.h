@@ -191,8 +191,8 @@ struct RecordingReport {
     std::uint64_t scrambled = 0;        ///< of these, not in clear
     std::uint64_t units = 0;            ///< pictures and frames of sound that begin in clear
     std::uint64_t transportErrors = 0;  ///< left out for their transport_error_indicator
-    std::uint64_t lost = 0;             ///< left out, cut short or without sync byte; about that many
-    bool hasStreamTime = false;         ///< a PCR was recorded
+    std::uint64_t lost = 0;      ///< left out, cut short or without sync byte; about that many
+    bool hasStreamTime = false;  ///< a PCR was recorded
 };
 
 /// Thread-safe.
