@@ -295,7 +295,7 @@ void Recorder::WaitForNews(Wakeup::Timeout timeout, int file) {
     m_wakeup.Wait(timeout, file, POLLIN);
 }
 
-/// @return false when the time is over that a stop gives to all that is still to be written
+/// @return false when the time has ended that a stop gives to all that is still to be written
 bool Recorder::WaitForRoom(int descriptor) {
     for (;;) {
         Wakeup::Timeout timeout;
