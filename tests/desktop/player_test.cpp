@@ -375,11 +375,11 @@ TEST_F(PlayerTest, EveryStateTakesTheCommandsThatFitIt) {
         const PlayerState state = m_engine.State();
         EXPECT_EQ("SRPp"[static_cast<int>(state.run)], step.run);
         EXPECT_EQ(state.positionMs, step.position);
+        EXPECT_FALSE(step.run == 'S' && state.waitingForUnmute);
         EXPECT_EQ(m_engine.NeedsTime(), step.needsTime);
         EXPECT_EQ(state.rate, step.rate);
         EXPECT_EQ(Heard(), step.heard);
     }
-    EXPECT_FALSE(m_engine.State().waitingForUnmute);
     EXPECT_TRUE(m_engine.State().sourceMuted) << "lifted for the source before";
 }
 
@@ -425,6 +425,11 @@ TEST_F(PlayerTest, StepsGoFromPictureToPictureAndOverTheBorder) {
         m_engine.Step();
     Play(100);
     EXPECT_EQ(Heard(), "30/0@39920 16");
+    m_engine.SetSpeed(1.0);
+    Play(100);
+    EXPECT_EQ(Heard(), "16 30/0@39920") << "a command that leads nowhere else";
+    Set({{104, 0}, {103, 0}});
+    EXPECT_EQ(m_engine.Step(), kPlayerNoStream) << "without a PID the end is not reached";
     Program(0x100);
     m_engine.Seek(60, -1.0);
     Play(200);
@@ -488,13 +493,12 @@ TEST_F(PlayerTest, FollowsATimeshiftBufferFromItsBeginning) {
     Log({{0, 188, Channel(0x100)}, {kBorder, static_cast<std::uint64_t>(border), Channel(0x300)}});
     EXPECT_EQ(m_engine.ChannelInfoAt(kEnd, &info), kPlayerOk);
     EXPECT_EQ(info->videoPid, 0x100) << "the next stretch has no packet yet";
-    m_engine.Pause();
-    EXPECT_EQ(m_engine.GetPosition(&position, &duration), kPlayerOk);
-    EXPECT_EQ(duration, kBorder);
-    EXPECT_EQ(position, 0);
-
     Log({{0, 188, Channel(0x100)}, {kBorder, static_cast<std::uint64_t>(border), Channel(0x200)}});
     Write(m_second, std::ios::app);
+    m_engine.Pause();
+    EXPECT_EQ(m_engine.GetPosition(&position, &duration), kPlayerOk);
+    EXPECT_EQ(duration, kEnd) << "a paused player learns of growth when it is asked";
+    EXPECT_EQ(position, 0);
     EXPECT_EQ(m_engine.ChannelInfoAt(kEnd, &info), kPlayerOk);
     EXPECT_EQ(info->videoPid, 0x200) << "it took another's place";
 
