@@ -2,12 +2,11 @@
 /// Plain types that the TV's media libraries share with their users.
 ///
 /// Only the documented fields have a meaning here; everything between them belongs to the media
-/// libraries and travels through unread. The offsets are part of the binary interface and pinned
-/// below.
+/// libraries and travels through unread. The offsets are part of the binary interface; the library
+/// checks them when it is built, also against a TV's own header of this name.
 #ifndef TVPLATFORM_TVTYPES_H
 #define TVPLATFORM_TVTYPES_H
 
-#include <cstddef>
 #include <cstdint>
 
 /// What a media callback reports.
@@ -104,25 +103,5 @@ struct TvChannelInfo {
     int32_t pidDescrambled;  ///< non-zero: the sender reports descrambled PIDs
     uint8_t reserved[4];     ///< [1] non-zero: only one audio PID is descrambled
 };
-
-static_assert(sizeof(TSVideo) == 20 && offsetof(TSVideo, pid) == 10 &&
-                  offsetof(TSVideo, codecType) == 12 && offsetof(TSVideo, pcrPid) == 16,
-              "TSVideo is read by offset");
-static_assert(sizeof(TSAudio) == 28 && offsetof(TSAudio, codecType) == 16 &&
-                  offsetof(TSAudio, pid) == 20 && offsetof(TSAudio, multiSoundMode) == 24,
-              "TSAudio is read by offset");
-static_assert(sizeof(TvChannelInfo) >= 192 && offsetof(TvChannelInfo, programNum) == 6 &&
-                  offsetof(TvChannelInfo, major) == 8 && offsetof(TvChannelInfo, minor) == 10 &&
-                  offsetof(TvChannelInfo, audioPid) == 144 &&
-                  offsetof(TvChannelInfo, audioCodecType) == 152 &&
-                  offsetof(TvChannelInfo, multiSoundMode) == 156 &&
-                  offsetof(TvChannelInfo, korean3d) == 168 &&
-                  offsetof(TvChannelInfo, videoPid) == 172 &&
-                  offsetof(TvChannelInfo, subVideoPid) == 174 &&
-                  offsetof(TvChannelInfo, videoCodecType) == 176 &&
-                  offsetof(TvChannelInfo, pcrPid) == 178 &&
-                  offsetof(TvChannelInfo, pidDescrambled) == 184 &&
-                  offsetof(TvChannelInfo, reserved) == 188,
-              "channel information is read by offset");
 
 #endif

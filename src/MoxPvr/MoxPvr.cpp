@@ -19,6 +19,11 @@ namespace {
 constexpr MOXHandle kPlaybackHandle{PROFILE_TYPE_MAIN, 0};
 constexpr MOXHandle kRecorderHandle{PROFILE_TYPE_RECORD, 0};
 
+// Services built elsewhere keep handles with these numbers.
+static_assert(PROFILE_TYPE_UNKNOWN == 0 && PROFILE_TYPE_MAIN == 1 && PROFILE_TYPE_PIP == 101 &&
+              PROFILE_TYPE_DUAL == 201 && PROFILE_TYPE_RECORD == 301 &&
+              PROFILE_TYPE_ANALYSIS == 401);
+
 constexpr int kTunerIndex = 0;
 
 constexpr int kRegistered = 0;

@@ -14,6 +14,7 @@
 #include "EventRecord.h"
 #include "GstError.h"
 #include "MoxPvrPlayback/InformationFile.h"
+#include "PlatformLayout.h"
 #include "WireRecord.h"
 
 using mox::kLogProgress;

@@ -14,6 +14,7 @@
 #include "ControlRequest.h"
 #include "EventRecord.h"
 #include "GstError.h"
+#include "PlatformLayout.h"
 #include "WireRecord.h"
 
 using mox::kLogProgress;

@@ -1,6 +1,7 @@
 #include "AllocationFailure.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
