@@ -1,5 +1,9 @@
 #include "MoxPvrPlayback/InformationFile.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstring>
 
 namespace mox {
@@ -18,9 +22,22 @@ bool InformationFilePath::Derive(const char *recording) {
     return true;
 }
 
+RegularFile OpenRegularFile(const char *path) {
+    RegularFile none(nullptr, std::fclose);
+    const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0)
+        return none;
+    struct stat status {};
+    const bool isRegular = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    std::FILE *file = isRegular ? fdopen(descriptor, "r") : nullptr;
+    if (file == nullptr) {
+        close(descriptor);
+        return none;
+    }
+    return {file, std::fclose};
+}
+
 std::size_t InformationFile::ReadFrom(std::FILE *file) {
-    if (std::fseek(file, 0, SEEK_SET) != 0)
-        return 0;
     return std::fread(m_bytes, 1, kSize, file);
 }
 

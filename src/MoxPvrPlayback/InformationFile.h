@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 
 #include "WireRecord.h"
 
@@ -23,12 +24,20 @@ class InformationFilePath {
     char m_text[kTextFieldSize] = {};
 };
 
+using RegularFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
+
+/// Opens a file for reading and never waits for it: whatever lies under the name of an information
+/// file, only a regular file is read.
+/// @return null for a file that cannot be opened, a directory, a FIFO or a device
+RegularFile OpenRegularFile(const char *path);
+
 /// What was read of an information file; what the file does not reach reads as zero. All fields are
 /// little-endian.
 class InformationFile {
   public:
     static constexpr std::size_t kSize = 10645;  ///< as much of a file as is ever read
 
+    /// @param file  at its start
     /// @return number of bytes read, 0 for an empty or unreadable file
     std::size_t ReadFrom(std::FILE *file);
 

@@ -428,8 +428,7 @@ unsigned int CMOXPVRPlayback::ReadInformationFile(const char *recording,
         return mox::kMissing;
     }
     MOX_LOG_AT(place, kLogProgress, "the file path of srf exists\n");
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "r"),
-                                                                std::fclose);
+    const mox::RegularFile file = mox::OpenRegularFile(path.c_str());
     if (file == nullptr) {
         MOX_LOG_AT(place, kLogReport, "[FAT]fopen failed [%s]\n", path.c_str());
         return mox::kMissing;

@@ -1,7 +1,10 @@
 // The information file beside a recording.
-#include <cstdio>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include "InstanceTest.h"
 #include "TemporaryFolder.h"
@@ -101,6 +104,29 @@ TEST_F(InformationFileTest, ReportsEveryStep) {
            "4 the file path of srf exists; 16 [FAT]ATV channel; 16 ChannelType:3 fileType:1");
 }
 
+TEST_F(InformationFileTest, ReadsOnlyARegularFileAndNeverWaitsForAnother) {
+    const std::string name = m_folder + "a.inf";
+    const std::pair<std::function<int(const char *)>, std::string> others[] = {
+        {[](auto path) { return mkfifo(path, 0600); }, "[FAT]fopen failed [" + name + "]"},
+        {[](auto path) { return mkdir(path, 0700); }, "[FAT]fopen failed [" + name + "]"},
+        {[](auto path) { return mknod(path, S_IFSOCK, 0); }, "[FAT]fopen failed [" + name + "]"},
+        {[](auto path) { return symlink("/dev/zero", path); }, "[FAT]fopen failed [" + name + "]"},
+        // Regular, and unreadable at its start.
+        {[](auto path) { return symlink("/proc/self/mem", path); }, "[FAT]fread failed, ret [0]"},
+    };
+    for (const auto &[make, reason] : others) {
+        ASSERT_EQ(make(name.c_str()), 0);
+        EXPECT_EQ(FileType(m_folder + "a.srf"), "1 9");
+        EXPECT_THAT(Fake().All(),
+                    testing::EndsWith("16 GetFileType(MoxPvrPlayback): " + reason + '\n'));
+        EXPECT_EQ(Pids(m_folder + "a.srf"), "1 9 9 9");
+        fs::remove(name);
+    }
+    Write(m_folder + "b", 826);
+    fs::create_symlink("b", name);
+    EXPECT_EQ(Pids(m_folder + "a.srf"), "0 80000101 103 102");
+}
+
 TEST_F(InformationFileTest, DerivesItsPath) {
     const std::string fill = m_folder + std::string(100, 'x') + '/';
     fs::create_directories(fill);
@@ -110,10 +136,11 @@ TEST_F(InformationFileTest, DerivesItsPath) {
         EXPECT_EQ(Pids(cut + rest), "0 80000101 103 102") << rest;
     const fs::path before = fs::current_path();
     fs::current_path(m_folder);
-    Write("inf", 826);
+    for (const char *name : {"inf", "nf", "f"})
+        Write(name, 826);
     EXPECT_EQ(Pids("srf"), "0 80000101 103 102");
-    EXPECT_EQ(Pids("rf"), "1 9 9 9");
-    EXPECT_EQ(Pids(""), "1 9 9 9");
+    for (const char *name : {"rf", "f", ""})
+        EXPECT_EQ(Pids(name), "1 9 9 9") << name;
     CMOXPVRPlayback fresh;
     auto type = static_cast<IMOXPVRPlayback::eRecordedFileType>(9);
     EXPECT_EQ(fresh.GetFileType(type), 1U);
