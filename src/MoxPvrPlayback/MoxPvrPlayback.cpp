@@ -6,6 +6,7 @@
 #include <TVPlayerDataUtil.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <memory>
 #include <new>
 #include <utility>
@@ -27,8 +28,14 @@ namespace {
 
 constexpr double kNormalRate = 1.0;
 
+/// How long a channel change may wait for its unmute before the next request ends the wait.
+constexpr std::chrono::seconds kLongestChannelChange{5};
+
 /// The user data of every playback is followed under this handle.
 constexpr MOXHandle kUserDataHandle{PROFILE_TYPE_MAIN, 20};
+
+/// What ResetChannel answers for the channel that is set up. A platform's own -1 counts the same.
+constexpr int kSameChannel = -1;
 
 /// "This PID stays", in 32-bit and in 16-bit PID fields.
 constexpr unsigned int kKeepPid = 0xFFFFFFFE;
@@ -43,6 +50,22 @@ constexpr int kKorean3dOn = 1;
 constexpr int kNo3dFormat = -1;
 constexpr int kKorean3dFormat = 6;
 constexpr int k3dModeOn = 1;
+
+/// The channel information at a time, copied straight after it was read: the platform may refresh
+/// or free its record in any later call.
+struct ChannelReading {
+    ChannelReading(void *stream, int time)
+        : result(tv_stream_get_channel_info(stream, time, &record)) {
+        if (HasRecord())
+            info = *record;
+    }
+
+    bool HasRecord() const { return result == 0 && record != nullptr; }
+
+    TvChannelInfo *record = nullptr;  ///< the platform's own; its address only
+    int result;
+    TvChannelInfo info{};
+};
 
 bool IsAudioOnly(const TvChannelInfo &info) {
     return (info.videoPid == 0 || info.videoPid == 0xFFFF) && info.audioPid > 0;
@@ -174,38 +197,38 @@ unsigned int CMOXPVRPlayback::SetProperty(unsigned char *record) {
                            TV_PROPERTY_PVRSRC_IS_TIMESHIFT, isTimeshift, 0);
     m_strFileName = std::move(fileName);
 
-    TvChannelInfo *info = nullptr;
-    const int read = tv_stream_get_channel_info(m_tv_stream, m_nStartPos, &info);
-    if (read != 0) {
+    const ChannelReading reading(m_tv_stream, m_nStartPos);
+    if (reading.result != 0) {
         MOX_LOG(kLogReport,
                 "[FAT] SetProperty | tv_stream_get_channel_info is called failed, result[%d]\n",
-                read);
-        return ToResult(read);
+                reading.result);
+        return ToResult(reading.result);
     }
-    if (info == nullptr) {
+    if (!reading.HasRecord()) {
         MOX_LOG(kLogReport, "SetProperty | channel_info_temp is NULL.\n");
         return mox::kMissing;
     }
-    MOX_LOG(kLogReport, "channel_info_temp->reserved[1]:%d\n", info->reserved[1]);
-    m_bAllAudioPidDescrambled = info->reserved[1] == 0;
+    const TvChannelInfo &info = reading.info;
+    MOX_LOG(kLogReport, "channel_info_temp->reserved[1]:%d\n", info.reserved[1]);
+    m_bAllAudioPidDescrambled = info.reserved[1] == 0;
     if (m_bAllAudioPidDescrambled)
         MOX_LOG(kLogReport, "all pids are descrambled\n");
     else
         MOX_LOG(kLogReport, "only one audio pid is descrambled\n");
-    if (IsAudioOnly(*info))
+    if (IsAudioOnly(info))
         m_bIsAudioChannel = true;  // and stays so for the life of the instance
     MOX_LOG(kLogReport,
             "[FAT] SetProperty | Video Pid:0x%x, Audio Pid:0x%x,PCR pid:0x%x audioDecodeType:%d "
             "videoType:%d\n",
-            info->videoPid, static_cast<unsigned int>(info->audioPid), info->pcrPid,
-            info->audioCodecType, info->videoCodecType);
-    m_bIsATV = IsAnalogue(*info);
+            info.videoPid, static_cast<unsigned int>(info.audioPid), info.pcrPid,
+            info.audioCodecType, info.videoCodecType);
+    m_bIsATV = IsAnalogue(info);
     if (m_bIsATV)
         MOX_LOG(kLogReport, "m_bIsATV[%d], it's analog recorded file\n", 1);
     else
         MOX_LOG(kLogReport, "m_bIsATV[%d], it's not analog recorded file\n", 0);
-    const unsigned int result = ProgramPids(*info, m_bIsAudioChannel);
-    RememberChannel(*info);
+    const unsigned int result = ProgramPids(info, m_bIsAudioChannel);
+    RememberChannel(info);
     MOX_LOG(kLogProgress, "SetProperty | this func is ended, result [%d]\n", result);
     return result;
 }
@@ -303,7 +326,7 @@ unsigned int CMOXPVRPlayback::TrickPlay(unsigned char *record) {
     MOX_LOG(kLogProgress, "TrickPlay | this func is started\n");
     if (!HasPlayer() || record == nullptr)
         return mox::kMissing;
-    if (m_bChannelChanging) {
+    if (WaitsForUnmute()) {
         MOX_LOG(kLogReport, "[ZZZ]Previous CHANNELCHANGED not finished: %d, ignore trick\n", 1);
         return mox::kSuccess;
     }
@@ -315,9 +338,9 @@ unsigned int CMOXPVRPlayback::TrickPlay(unsigned char *record) {
     tv_stream_set_property(m_tv_stream, TV_PROPERTY_AUDIO_SINK_MUTE, 1, 0);
     tv_stream_set_property(m_tv_stream, TV_PROPERTY_VIDEO_STILL_MODE, 1, 0);
     MOX_LOG(kLogReport, "TrickPlay | Received the trick play event with rate @mox-pvr %f\n", rate);
+    m_dRecoverSpeed = rate;  // first: playback at this rate may run into another stretch at once
     const int result = tv_player_set_play_speed(m_tv_player, static_cast<long long>(time), rate);
     MOX_LOG(kLogReport, "TrickPlay | this func is ended, result [%d]\n", result);
-    m_dRecoverSpeed = rate;
     return ToResult(result);
 }
 
@@ -443,33 +466,79 @@ unsigned int CMOXPVRPlayback::ReadInformationFile(const char *recording,
 
 // --- Channel changes inside a recording ----------------------------------------------------------
 
+/// Where and how playback continues after the unmute that ends a channel change.
+struct CMOXPVRPlayback::Recovery {
+    long long position;
+    double rate;
+};
+
+struct CMOXPVRPlayback::ResetOutcome {
+    int result;         ///< as ResetChannel answers it
+    bool isProgrammed;  ///< the decoders were set up
+};
+
+/// Rate, position and start are published before the flag that announces them.
+void CMOXPVRPlayback::BeginChannelChange(const Recovery &recovery) {
+    m_dRecoverSpeed = recovery.rate;
+    BeginChannelChange(recovery.position);
+}
+
+/// The same at the rate last requested.
+void CMOXPVRPlayback::BeginChannelChange(long long position) {
+    m_llRecoverTime = position;
+    m_changeStart = m_clock();
+    m_bChannelChanging = true;
+}
+
+/// @return whether a channel change is under way; one that has waited too long is given up
+bool CMOXPVRPlayback::WaitsForUnmute(LogPlace place) {
+    if (!m_bChannelChanging)
+        return false;
+    const auto waited = m_clock() - m_changeStart.load();
+    if (waited <= kLongestChannelChange)
+        return true;
+    MOX_LOG_AT(place, kLogReport, "[ZZZ]Previous CHANNELCHANGED given up, no unmute for %lld ms\n",
+               static_cast<long long>(
+                   std::chrono::duration_cast<std::chrono::milliseconds>(waited).count()));
+    m_bChannelChanging = false;
+    return false;
+}
+
 int CMOXPVRPlayback::ResetChannel(int time, bool bForce) {
+    return ResetChannel(time, bForce, nullptr).result;
+}
+
+/// @param recovery  begins a channel change before the decoders are set up, so that their unmute
+///                  finds it; null: none
+CMOXPVRPlayback::ResetOutcome CMOXPVRPlayback::ResetChannel(int time, bool bForce,
+                                                            const Recovery *recovery) {
     MOX_LOG(kLogReport, "[FAT] ResetChannel started, new_time = %d\n", time);
-    TvChannelInfo *info = nullptr;
-    const int read = tv_stream_get_channel_info(m_tv_stream, time, &info);
-    if (read != 0 || info == nullptr) {
-        MOX_LOG(kLogProgress, "[ZZZ]get channel info failed, result[%d]\n", read);
-        return read;
+    const ChannelReading reading(m_tv_stream, time);
+    if (!reading.HasRecord()) {
+        MOX_LOG(kLogProgress, "[ZZZ]get channel info failed, result[%d]\n", reading.result);
+        return {reading.result, false};
     }
+    const TvChannelInfo &info = reading.info;
     MOX_LOG(kLogProgress,
             "[ZZZ] Video Pid:%d, Audio Pid:%d,PCR pid:%d audioDecodeType:%d videoType:%d\n",
-            info->videoPid, info->audioPid, info->pcrPid, info->audioCodecType,
-            info->videoCodecType);
-    if (!bForce && info->videoPid == m_usChannelVideoPid &&
-        info->videoCodecType == m_ucChannelVideoType) {
-        MOX_LOG(kLogReport, "[ZZZ] | channel info same vpid = [%d],vtype = [%d]\n", info->videoPid,
-                info->videoCodecType);
-        return -1;
+            info.videoPid, info.audioPid, info.pcrPid, info.audioCodecType, info.videoCodecType);
+    if (!bForce && info.videoPid == m_usChannelVideoPid &&
+        info.videoCodecType == m_ucChannelVideoType) {
+        MOX_LOG(kLogReport, "[ZZZ] | channel info same vpid = [%d],vtype = [%d]\n", info.videoPid,
+                info.videoCodecType);
+        return {kSameChannel, false};
     }
-    const bool isAudioOnly = IsAudioOnly(*info);
+    if (recovery != nullptr)
+        BeginChannelChange(*recovery);
+    const bool isAudioOnly = IsAudioOnly(info);
     if (isAudioOnly)
         MOX_LOG(kLogReport, "[ZZZ]audio only case\n");
-    ProgramPids(*info, isAudioOnly);
+    ProgramPids(info, isAudioOnly);
     tv_player_set_position(m_tv_player, time, kNormalRate);
-    RememberChannel(*info);
+    RememberChannel(info);
 
-    const int videoCodec = ConvertedVideoCodec(*info);
-    const int audioCodec = TVPlayerDataUtil::ConvertAudioEncodeType(info->audioCodecType);
+    const int videoCodec = ConvertedVideoCodec(info);
+    const int audioCodec = TVPlayerDataUtil::ConvertAudioEncodeType(info.audioCodecType);
     if (isAudioOnly)
         MOX_LOG(kLogReport, "[ZZZ] audio only, set Atype = %d\n", audioCodec);
     else
@@ -478,15 +547,14 @@ int CMOXPVRPlayback::ResetChannel(int time, bool bForce) {
     if (!isAudioOnly)
         result = tv_stream_set_property(m_tv_stream, TV_PROPERTY_VIDEO_CODEC_TYPE, videoCodec, 0);
     MOX_LOG(kLogProgress, "[ZZZ] ResetChannel end, result [%d]\n", result);
-    return result;
+    return {result, true};
 }
 
 unsigned int CMOXPVRPlayback::Skip(unsigned char *record) {
-    constexpr int kSameChannel = -1;
     MOX_LOG(kLogProgress, "Skip | this func is started\n");
     if (!HasPlayer())
         return mox::kMissing;
-    if (m_bChannelChanging) {
+    if (WaitsForUnmute()) {
         MOX_LOG(kLogReport, "[ZZZ]Previous CHANNELCHANGED not finished: %d, ignore pause\n", 1);
         return mox::kSuccess;
     }
@@ -494,23 +562,29 @@ unsigned int CMOXPVRPlayback::Skip(unsigned char *record) {
         return mox::kMissing;
     const WireRecord request(record);
     const int time = request.I32(4);
-    const long long position = request.U32(4);
-    const double rate = request.F64(8);
+    const Recovery target{request.U32(4), request.F64(8)};
+    const bool needUnmute = target.rate != kNormalRate;
+    const double rateBefore = m_dRecoverSpeed;
+    const ResetOutcome reset = ResetChannel(time, false, needUnmute ? &target : nullptr);
     int result = mox::kSuccess;
-    if (ResetChannel(time, false) == kSameChannel) {
+    if (reset.result == kSameChannel) {
+        if (needUnmute && reset.isProgrammed)
+            WithdrawChannelChange(rateBefore);  // the -1 was the platform's, and counts the same
         MOX_LOG(kLogReport, "[ZZZ]channel not change, do skip\n");
-        result = tv_player_set_position(m_tv_player, position, rate);
+        result = tv_player_set_position(m_tv_player, target.position, target.rate);
     } else {
-        if (rate != kNormalRate) {
-            m_llRecoverTime = position;
-            m_dRecoverSpeed = rate;
-            m_bChannelChanging = true;
-        }
+        if (needUnmute && !reset.isProgrammed)
+            BeginChannelChange(target);
         MOX_LOG(kLogReport, "[ZZZ]| skip meet new channel,time [%d], needUmute=[%d]\n", time,
                 m_bChannelChanging.load());
     }
     MOX_LOG(kLogProgress, "Skip | this func is ended, result [%d]\n", result);
     return ToResult(result);
+}
+
+void CMOXPVRPlayback::WithdrawChannelChange(double rate) {
+    m_bChannelChanging = false;
+    m_dRecoverSpeed = rate;
 }
 
 /// Playback runs into another channel's stretch at `property.timeCode`.
@@ -519,15 +593,14 @@ void CMOXPVRPlayback::CrossIntoChannel(MOXPVRPlaybackCallbackProperty &property,
     // seconds where that is the millisecond.
     constexpr int kRewindBackOff = 10000;
     MOX_LOG_AT(place, kLogReport, "[ZZZ]PVRSYS_EVENT_CHANNELCHANGED %d\n", property.timeCode);
-    if (m_bChannelChanging) {
+    if (WaitsForUnmute(place)) {
         MOX_LOG_AT(place, kLogReport, "[ZZZ]Previous CHANNELCHANGED not finished: %d\n", 1);
         return;
     }
     const double rate = m_dRecoverSpeed;
     const bool needUnmute = rate != kNormalRate;
     if (needUnmute) {
-        m_llRecoverTime = property.timeCode;
-        m_bChannelChanging = true;
+        BeginChannelChange(property.timeCode);
         if (rate < 0.0)
             property.timeCode =
                 property.timeCode > kRewindBackOff ? property.timeCode - kRewindBackOff : 0;
@@ -767,20 +840,19 @@ unsigned int CMOXPVRPlayback::SetPlaybackProperty(MOXPVRPlaybackProperty propert
 
 unsigned int CMOXPVRPlayback::GetPidProperty(unsigned int &videoPid, unsigned int &audioPid,
                                              unsigned int &pcrPid) {
-    TvChannelInfo *info = nullptr;
-    const int result = tv_stream_get_channel_info(m_tv_stream, 0, &info);
-    if (result != 0) {
+    const ChannelReading reading(m_tv_stream, 0);
+    if (reading.result != 0) {
         MOX_LOG(kLogReport, "[FAT]tv_stream_get_channel_info is called failed, result[%d]\n",
-                result);
-        return ToResult(result);
+                reading.result);
+        return ToResult(reading.result);
     }
-    if (info == nullptr) {
+    if (!reading.HasRecord()) {
         MOX_LOG(kLogReport, "[FAT]channel_info_temp is NULL.\n");
         return mox::kMissing;
     }
-    videoPid = info->videoPid;
-    audioPid = static_cast<unsigned int>(info->audioPid);
-    pcrPid = info->pcrPid;
+    videoPid = reading.info.videoPid;
+    audioPid = static_cast<unsigned int>(reading.info.audioPid);
+    pcrPid = reading.info.pcrPid;
     MOX_LOG(kLogReport, "[FAT]video pid:0x%x,audio pid:0x%x,pcr pid:0x%x\n", videoPid, audioPid,
             pcrPid);
     return mox::kSuccess;
@@ -788,27 +860,26 @@ unsigned int CMOXPVRPlayback::GetPidProperty(unsigned int &videoPid, unsigned in
 
 unsigned int CMOXPVRPlayback::Reset(bool audioOnly) {
     MOX_LOG(kLogReport, "[FAT] Reset | this func is started\n");
-    TvChannelInfo *info = nullptr;
-    const int read = tv_stream_get_channel_info(m_tv_stream, m_nStartPos, &info);
-    if (read != 0 || info == nullptr) {
+    const ChannelReading reading(m_tv_stream, m_nStartPos);
+    if (!reading.HasRecord()) {
         MOX_LOG(kLogProgress,
                 "Reset | tv_stream_get_channel_info is called failed, result[%d], "
                 "channel_info[0x%08x]\n",
-                read, mox::Low32(info));
-        return read != 0 ? ToResult(read) : mox::kMissing;
+                reading.result, mox::Low32(reading.record));
+        return reading.result != 0 ? ToResult(reading.result) : mox::kMissing;
     }
+    const TvChannelInfo &info = reading.info;
     MOX_LOG(kLogReport,
             "Reset | Video Pid:%d, Audio Pid:%d,PCR pid:%d audioDecodeType:%d videoType:%d\n",
-            info->videoPid, info->audioPid, info->pcrPid, info->audioCodecType,
-            info->videoCodecType);
-    if (IsAudioOnly(*info)) {
+            info.videoPid, info.audioPid, info.pcrPid, info.audioCodecType, info.videoCodecType);
+    if (IsAudioOnly(info)) {
         MOX_LOG(kLogReport, "audio only case\n");
         audioOnly = true;
     }
-    const int audioCodec = TVPlayerDataUtil::ConvertAudioEncodeType(info->audioCodecType);
-    const int stereoMode = TVPlayerDataUtil::ConvertDigitalMTSModeType(info->multiSoundMode);
+    const int audioCodec = TVPlayerDataUtil::ConvertAudioEncodeType(info.audioCodecType);
+    const int stereoMode = TVPlayerDataUtil::ConvertDigitalMTSModeType(info.multiSoundMode);
     const unsigned int result =
-        audioOnly ? ResetAudioCodec(audioCodec) : ResetAllCodecs(*info, audioCodec);
+        audioOnly ? ResetAudioCodec(audioCodec) : ResetAllCodecs(info, audioCodec);
     const int stereoResult = tv_stream_set_property(
         m_tv_stream, TV_PROPERTY_AUDIO_DECODER_MPEG_STEREO_MODE, stereoMode, 0);
     MOX_LOG(kLogReport, "[FAT] Reset | TV_PROPERTY_AUDIO_DECODER_MPEG_STEREO_MODE[%d][result:%d]\n",
@@ -1015,10 +1086,13 @@ void CMOXPVRPlayback::UnmuteCB(TVCallbackType type, MOXPVRPlaybackCallbackProper
     if (isChannelChanging) {
         const double rate = m_dRecoverSpeed;
         const long long position = m_llRecoverTime;
+        const auto start = m_changeStart.load();
         MOX_LOG(kLogReport, "[ZZZ]channel change umute, recover speed:%f, time:%lld\n", rate,
                 position);
         tv_player_set_position(m_tv_player, position, rate);
-        m_bChannelChanging = false;
+        // A change that was given up meanwhile and replaced by another ends nothing.
+        if (m_changeStart.load() == start)
+            m_bChannelChanging = false;
     }
     MOX_LOG(kLogProgress, "UnmuteCB | this func is ended\n");
 }

@@ -4,6 +4,7 @@
 #define MOXPVR_MOXPVRPLAYBACK_H
 
 #include <atomic>
+#include <chrono>
 #include <string>
 
 #include "IMOXPVRPlayback.h"
@@ -14,6 +15,9 @@ struct _GstMessage;
 
 namespace mox {
 class InformationFile;
+
+/// Monotonic time, for the wait of a channel change.
+using Clock = std::chrono::steady_clock::time_point (*)();
 }  // namespace mox
 
 /// Plays one recording or timeshift buffer through a platform player and its stream, which belong
@@ -25,14 +29,19 @@ class InformationFile;
 /// A recording may hold stretches of several channels. While the decoders are set up for another
 /// stretch during trick play, a channel change is under way: the position and the rate to return to
 /// are kept, skips, trick play and further crossings are refused, and the next unmute of a decoder
-/// ends it.
+/// ends it. One that has waited for more than five seconds is given up by the next of these
+/// requests, which is carried out. An unmute that comes still later counts for the change then
+/// under way, or as an ordinary one.
 ///
-/// Threads: operations come from one thread at a time; DoTvpCallback and its handlers may run on
-/// another one meanwhile. What both touch is atomic; position and rate to return to are published
-/// before the changing flag and read after it. A Skip sets the flag only after it has moved the
-/// player: a service that hands callbacks on between two requests loses no unmute to that.
+/// Threads: operations come from one thread at a time; DoTvpCallback and its handlers are handed in
+/// between them. They may also run on another thread meanwhile: what both touch is atomic, and
+/// whatever a callback needs is published before the platform call that can cause it, position and
+/// rate to return to before the changing flag; they are read after it. The programming of the
+/// decoders may then interleave.
 class CMOXPVRPlayback : public IMOXPVRPlayback {
   public:
+    explicit CMOXPVRPlayback(mox::Clock clock = std::chrono::steady_clock::now) : m_clock(clock) {}
+
     void Initilize(MOXHandle handle, void *player, void *stream);
 
     // The interface.
@@ -103,12 +112,19 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
 
   private:
     struct ConvertedAudio;
+    struct Recovery;
+    struct ResetOutcome;
 
     static constexpr unsigned int kNoPid = 0xFFFFFFFF;
 
     bool HasPlayer(mox::LogPlace place = mox::LogPlace::Here()) const;
     unsigned int ProgramPids(const TvChannelInfo &info, bool isAudioOnly);
     void RememberChannel(const TvChannelInfo &info);
+    void BeginChannelChange(const Recovery &recovery);
+    void BeginChannelChange(long long position);
+    void WithdrawChannelChange(double rate);
+    bool WaitsForUnmute(mox::LogPlace place = mox::LogPlace::Here());
+    ResetOutcome ResetChannel(int time, bool bForce, const Recovery *recovery);
     void CrossIntoChannel(MOXPVRPlaybackCallbackProperty &property,
                           mox::LogPlace place = mox::LogPlace::Here());
 
@@ -136,6 +152,7 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     void SendUnmuteEvent(mox::LogPriority received, mox::LogPriority outcome,
                          mox::LogPlace place = mox::LogPlace::Here());
 
+    const mox::Clock m_clock;
     std::atomic<int> m_nHandle{0};
     int m_nStartPos = 0;
     MOXHandle m_instanceHandle;
@@ -163,6 +180,7 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     std::atomic<double> m_dRecoverSpeed{1.0};
     std::atomic<long long> m_llRecoverTime{0};
     std::atomic<bool> m_bChannelChanging{false};
+    std::atomic<std::chrono::steady_clock::time_point> m_changeStart{};
 };
 
 /// Owns the playbacks, one under each handle. Lives from its first use to the end of the process.

@@ -104,6 +104,8 @@ FakePlatform &Fake() {
 void FakePlatform::Reset() {
     results.clear();
     channels.clear();
+    during.clear();
+    now = {};
     failing = 0;
     failed.clear();
     hasEventManager = hasUserDataManager = true;
@@ -134,7 +136,12 @@ void FakePlatform::Write(const char *format, ...) {
 }
 
 int FakePlatform::Result(const char *call, int usual) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (const auto event = during.extract(call)) {
+        lock.unlock();
+        event.mapped()();
+        lock.lock();
+    }
     if (failing > 0 && --failing == 0) {
         failed = call;
         return usual == 0 ? kFailure : 0;
@@ -146,7 +153,15 @@ int FakePlatform::Result(const char *call, int usual) {
 TvChannelInfo *FakePlatform::ChannelAt(int time) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     auto next = channels.upper_bound(time);
-    return next == channels.begin() ? nullptr : &(--next)->second;
+    if (next == channels.begin())
+        return nullptr;
+    t_lentRecord = (--next)->second;
+    return &t_lentRecord;
+}
+
+std::chrono::steady_clock::time_point FakePlatform::Now() {
+    Fake().Result("clock");
+    return Fake().now;
 }
 
 std::string FakePlatform::Take(const char *firstLetters) {
@@ -181,8 +196,10 @@ std::string FakePlatform::Take(const char *firstLetters) {
 #define POSITION_CALL(name)                                            \
     int name(void *object, long long *position, long long *duration) { \
         const PlatformCall call;                                       \
-        *position = Fake().position;                                   \
-        *duration = Fake().duration;                                   \
+        if (Fake().position != 0)                                      \
+            *position = Fake().position;                               \
+        if (Fake().duration != 0)                                      \
+            *duration = Fake().duration;                               \
         Fake().Write(#name "(%p)", object);                            \
         return Fake().Result(#name);                                   \
     }

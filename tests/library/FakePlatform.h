@@ -5,6 +5,9 @@
 
 #include <tv_recorder.h>
 
+#include <chrono>
+#include <cstring>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -33,11 +36,15 @@ class FakePlatform {
     std::map<std::string, int> results;
     /// Channel information by the time from which it applies; empty: no record anywhere.
     std::map<int, TvChannelInfo> channels;
+    /// What happens inside the next call of a name, once; Now is the call "clock".
+    std::map<std::string, std::function<void()>> during;
     bool hasEventManager = true;
     bool hasUserDataManager = true;
+    // Outputs; at 0 the platform writes nothing.
     long long position = 0;
     long long duration = 0;
     unsigned int timeshiftDuration = 0;
+    std::chrono::steady_clock::time_point now;
     /// Which of the coming calls fails, 1 the next one; 0 none. Such a call answers 77, Send 0.
     int failing = 0;
     /// The call that did so.
@@ -60,7 +67,9 @@ class FakePlatform {
 
     void Write(const char *format, ...) __attribute__((format(printf, 2, 3)));
     int Result(const char *call, int usual = 0);
+    /// Lends a record that this thread's next call spoils.
     TvChannelInfo *ChannelAt(int time);
+    static std::chrono::steady_clock::time_point Now();
 
   private:
     std::string Take(const char *firstLetters);
@@ -74,9 +83,14 @@ class FakePlatform {
 /// allocations from the library's.
 inline thread_local int g_platformDepth = 0;
 
+inline thread_local TvChannelInfo t_lentRecord;
+
 /// Open from the begin of each platform call to its end.
 struct PlatformCall {
-    PlatformCall() { ++g_platformDepth; }
+    PlatformCall() {
+        ++g_platformDepth;
+        std::memset(&t_lentRecord, 0x5A, sizeof t_lentRecord);
+    }
     ~PlatformCall() { --g_platformDepth; }
     PlatformCall(const PlatformCall &) = delete;
     PlatformCall &operator=(const PlatformCall &) = delete;

@@ -92,6 +92,15 @@ inline std::string Expand(std::string operation, const std::string &file, std::s
 }
 
 template <typename Instance>
+Instance Make() {
+    return Instance();
+}
+template <>
+inline CMOXPVRPlayback Make() {
+    return CMOXPVRPlayback(FakePlatform::Now);
+}
+
+template <typename Instance>
 class InstanceTest : public testing::Test {
   protected:
     void SetUp() override { Fake().Reset(); }
@@ -126,7 +135,7 @@ class InstanceTest : public testing::Test {
         return at;
     }
 
-    Instance m_instance;
+    Instance m_instance = Make<Instance>();
     char m_buffer[64] = {};
     std::string m_reply;
 };

@@ -9,7 +9,9 @@
 // An operation is a request: its command number and the fields of its record, which are integers of
 // 32 bits, 16 behind "h:", 64 behind "q:", reals, names (they begin with a slash) and zeros ("pad:"
 // and how many); or DoTvpCallback with the type and the record. Behind the fields stand, where they
-// matter, "= result", "reply=", "state=" and what the platform answers to a call, "call=".
+// matter, "= result", "reply=", "state=" and what the platform answers to a call, "call=", or what
+// is done inside that call, "call=>Operation,...".
+#include <algorithm>
 #include <fstream>
 
 #include "InstanceTest.h"
@@ -95,6 +97,8 @@ void SetPlatform(const Operation &setting) {
         std::tie(Fake().position, Fake().duration) = std::pair(setting[0], setting[1]);
     else if (setting.name == "timeshift-duration")
         Fake().timeshiftDuration = static_cast<unsigned int>(setting[0]);
+    else if (setting.name == "later")  // milliseconds
+        Fake().now += std::chrono::milliseconds(setting[0]);
     else if (setting.name == "no-managers")
         Fake().hasEventManager = Fake().hasUserDataManager = false;
     else
@@ -143,15 +147,28 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
     }
 
   private:
+    void Perform(const Operation &operation) {
+        if (Callback(this->m_instance, operation))
+            return;
+        EXPECT_EQ(this->Send(operation.ToRequest()), operation.result);
+        const auto reply = operation.answers.find("reply");
+        EXPECT_EQ(this->m_reply, reply != operation.answers.end() ? reply->second : "none");
+    }
+
     void Do(const Operation &operation, const std::string &journal) {
         std::map<std::string, std::string> answers = operation.answers;
         Fake().results.clear();
-        for (const auto &[call, answer] : answers)
-            Fake().results[call] = call == "reply" ? 0 : std::stoi(answer);
-        if (!Callback(this->m_instance, operation)) {
-            EXPECT_EQ(this->Send(operation.ToRequest()), operation.result);
-            EXPECT_EQ(this->m_reply, answers.count("reply") != 0 ? answers["reply"] : "none");
+        for (auto [call, answer] : answers) {
+            if (answer[0] == '>') {
+                std::replace(answer.begin(), answer.end(), ',', ' ');
+                const Operation inside("> " + answer.substr(1));
+                Fake().during[call] = [this, inside] { Perform(inside); };
+            } else if (call != "reply") {
+                Fake().results[call] = std::stoi(answer);
+            }
         }
+        Perform(operation);
+        EXPECT_TRUE(Fake().during.empty()) << "calls that were not made";
         const std::string left = operation.kind == '>' ? Fake().All() : Fake().Effects();
         if (operation.kind != '-') {
             EXPECT_EQ(left.substr(this->AfterDispatch(left)),
