@@ -20,12 +20,15 @@ TEST(Codec, DecodesPairsAndRefusesOtherLengths) {
         const auto decode = old ? parse_string_to_buf_old : parse_string_to_buf;
         for (Row row : rows) {
             SCOPED_TRACE(row.text);
-            char bytes[4] = {};
+            char bytes[16];
+            std::memset(bytes, 0x5A, sizeof bytes);
             int length = 77;
             EXPECT_EQ(decode(row.text.data(), row.length, bytes, &length),
                       old ? row.oldResult : row.result);
             EXPECT_EQ(length, row.decoded);
-            EXPECT_EQ(std::string(bytes, row.bytes.size()), old ? row.oldBytes : row.bytes);
+            std::string expected = old ? row.oldBytes : row.bytes;
+            expected.resize(sizeof bytes, 0x5A);  // nothing else is written
+            EXPECT_EQ(std::string(bytes, sizeof bytes), expected);
             EXPECT_EQ(decode(nullptr, 2, bytes, &length), old ? 1 : -1);
             EXPECT_EQ(decode(row.text.data(), 2, nullptr, &length), old ? 1 : -1);
         }
@@ -33,6 +36,7 @@ TEST(Codec, DecodesPairsAndRefusesOtherLengths) {
         int length = 77;
         EXPECT_EQ(decode(text, -4, text, &length), old ? 0 : -1);
         EXPECT_EQ(length, old ? -2 : 0);
+        EXPECT_STREQ(text, "1234");
     }
 }
 
@@ -67,28 +71,32 @@ TEST(Codec, EncodesEveryByteInOrder) {
 template <typename Instance>
 class DispatchTest : public InstanceTest<Instance> {
   protected:
-    /// Runs every command on an instance without platform objects. Each row: the operation, the
-    /// result, and "!" where a missing object is reported.
+    /// Runs every command on an instance without a recorder or player, with a reply buffer and
+    /// without. Each row: the operation, the result, "!" where the missing object is reported and
+    /// nothing called, and "reply" where the operation is not reached without a buffer.
     void CheckCommands(const std::vector<std::string> &rows, const char *missing) {
         for (unsigned int number = 1; number <= rows.size(); ++number) {
-            std::string operation, result, failure;
-            std::istringstream(rows[number - 1]) >> operation >> result >> failure;
-            SCOPED_TRACE(operation);
-            EXPECT_EQ(std::to_string(this->Send(Request(number))), result);
-            const std::string journal = Fake().All();
+            std::string operation, result, failure, need;
+            std::istringstream(rows[number - 1]) >> operation >> result >> failure >> need;
             const std::string place = ' ' + operation + FileOf(this->m_instance);
-            EXPECT_EQ(journal.find(place) == std::string::npos, operation == "GetTunerIndex");
-            const std::string line = "log 16" + place + "failed [" + missing + "]\\n\n";
-            EXPECT_EQ(journal.find(line) != std::string::npos, failure == "!");
-            EXPECT_EQ(journal.find("\ntv_player_"), std::string::npos);
-            EXPECT_EQ(journal.find("\ntv_recorder_"), std::string::npos);
+            for (char *const reply : {this->m_buffer, static_cast<char *>(nullptr)}) {
+                SCOPED_TRACE(operation + (reply != nullptr ? "" : " without a buffer"));
+                const bool isReached = reply != nullptr || need != "reply";
+                std::string text = Request(number).text();
+                EXPECT_EQ(std::to_string(this->Send(text.data(), 8, reply)), result);
+                const std::string journal = Fake().All();
+                EXPECT_EQ(journal.find(place) == std::string::npos,
+                          !isReached || operation == "GetTunerIndex");
+                const std::string line = "log 16" + place + "failed [" + missing + "]\\n\n";
+                EXPECT_EQ(journal.find(line) != std::string::npos, isReached && failure == "!");
+                EXPECT_TRUE(failure != "!" || journal.find("\ntv_") == std::string::npos);
+            }
         }
     }
 
     /// Announces lengths of a text that holds command 1 and zeros, longer than the longest record;
-    /// runs an unknown command and one without the reply buffer that it needs.
-    void CheckRefusals(unsigned int unknown, const std::vector<unsigned int> &needReply,
-                       const char *refusal) {
+    /// runs an unknown command.
+    void CheckRefusals(unsigned int unknown, const char *refusal) {
         std::string text = Request(1).text();
         text.resize(16386, '0');
         for (const unsigned int size : {0U, 1U, 7U, 16383U, 16385U, 16386U, 1U << 31, ~0U, ~1U}) {
@@ -99,11 +107,6 @@ class DispatchTest : public InstanceTest<Instance> {
         EXPECT_EQ(Fake().All(), "");
         EXPECT_EQ(this->Send(text.data(), 16384, this->m_buffer), 0U);
         EXPECT_EQ(this->Send(text.data(), 2, this->m_buffer), 0U);
-        for (const unsigned int command : needReply) {
-            std::string request = Request(command).text();
-            EXPECT_EQ(this->Send(request.data(), 8, nullptr), 1U);
-            EXPECT_EQ(Fake().Logs().find("GetProgress"), std::string::npos);
-        }
         for (const unsigned int command : {0U, unknown, ~0U}) {
             EXPECT_EQ(this->Send(Request(command)), 2U);
             EXPECT_NE(Fake().All().find(Format("%s%s", FileOf(this->m_instance), refusal)),
@@ -116,13 +119,14 @@ using RecorderDispatch = DispatchTest<CMOXPVRRecorder>;
 using PlaybackDispatch = DispatchTest<CMOXPVRPlayback>;
 
 TEST_F(RecorderDispatch, ReachesOneOperationPerCommand) {
-    CheckCommands({"SetHandle 0", "SetDemuxProperty 1 !", "SetSinkProperty 1 !",
-                   "SetChannelInfoProperty 1 !", "SetATVProperty 1 !", "Start 1 !", "Pause 1 !",
-                   "Resume 1 !", "Stop 1 !", "GetProgress 1 !", "SwapTS2Record 1 !", "UpdateSi 1 !",
-                   "GetTSDuration 1 !", "ClearDemuxInfo 1 !", "RecordInformPowerChange 2 !",
-                   "GetTunerIndex 0", "SetBackgroundAPID 1 !", "SetDuration 0", "PreStart 1 !"},
-                  "m_handle");
-    CheckRefusals(20, {10, 13}, "[FAT] CtrlRecorder | error command\n");
+    CheckCommands(
+        {"SetHandle 0", "SetDemuxProperty 1 !", "SetSinkProperty 1 !", "SetChannelInfoProperty 1 !",
+         "SetATVProperty 1 !", "Start 1 !", "Pause 1 !", "Resume 1 !", "Stop 1 !",
+         "GetProgress 1 ! reply", "SwapTS2Record 1 !", "UpdateSi 1 !", "GetTSDuration 1 ! reply",
+         "ClearDemuxInfo 1 !", "RecordInformPowerChange 2 !", "GetTunerIndex 0",
+         "SetBackgroundAPID 1 !", "SetDuration 0", "PreStart 1 !"},
+        "m_handle");
+    CheckRefusals(20, "[FAT] CtrlRecorder | error command\n");
     std::string upper = "0A000000";
     EXPECT_EQ(Send(upper.data(), 8, m_buffer), 1U);
     EXPECT_EQ(Fake().All(), Expand("CtrlRecorder", FileOf(m_instance), R"(
@@ -131,11 +135,15 @@ TEST_F(RecorderDispatch, ReachesOneOperationPerCommand) {
 }
 
 TEST_F(PlaybackDispatch, ReachesOneOperationPerCommand) {
-    CheckCommands({"SetHandle 0", "SetProperty 1", "Start 0", "Pause 1 !", "Resume 1 !",
-                   "TrickPlay 1 !", "Skip 1 !", "Stop 1 !", "GetProgress 1 !", "StepFrame 1 !",
-                   "Ready 1 !", "Reset 1", "AllPidDescrambled 0"},
-                  "m_tv_player");
-    CheckRefusals(14, {9}, "[FAT] CMOXPVRPlayback | error command \n");
+    for (void *const stream : {static_cast<void *>(nullptr), kStream}) {
+        m_instance.Initilize(MOXHandle{}, nullptr, stream);
+        Fake().All();
+        CheckCommands({"SetHandle 0", "SetProperty 1", "Start 0", "Pause 1 !", "Resume 1 !",
+                       "TrickPlay 1 !", "Skip 1 !", "Stop 1 !", "GetProgress 1 ! reply",
+                       "StepFrame 1 !", "Ready 1 !", "Reset 1", "AllPidDescrambled 0"},
+                      "m_tv_player");
+    }
+    CheckRefusals(14, "[FAT] CMOXPVRPlayback | error command \n");
     EXPECT_EQ(Send(Request(14)), 2U);
     EXPECT_EQ(Fake().All(), Expand("CtrlPlayback", FileOf(m_instance), R"(
 4 CMOXPVRPlayback | play command [14]; 16 [FAT] CMOXPVRPlayback | error command )"));

@@ -17,6 +17,8 @@ TEST_F(RecorderTest, AnswersOtherServices) {
     EXPECT_EQ(position, 1);
     EXPECT_EQ(m_instance.GetRecordProgress(position) + m_instance.GetMoxHandle(handle), 0);
     EXPECT_TRUE(position == -2 && handle == (MOXHandle{301, 7}));
+    Fake().position = 0;  // nothing is written
+    EXPECT_EQ(m_instance.GetRecordProgress(position) + position, 0);
     IMOXPVRRecorder::ePvrRecordState state = IMOXPVRRecorder::E_RECORD_STATE_PENDING;
     EXPECT_EQ(fresh.GetState(state), 0);
     EXPECT_EQ(state, IMOXPVRRecorder::E_RECORD_STATE_NONE);
@@ -26,6 +28,8 @@ TEST_F(RecorderTest, AnswersOtherServices) {
 @GetRecordProgress; 4 this func is started; 16 failed [m_handle]\n
 4 this func is started; tv_recorder_get_position(recorder); 4 GetProgress | pos[8589934590] duration[0]
 4 this func is ended, nResult[0]; @GetMoxHandle; 4 this func is called
+@GetRecordProgress; 4 this func is started; tv_recorder_get_position(recorder); 4 GetProgress | pos[0] duration[0]
+4 this func is ended, nResult[0]
 @GetState; 4 this func is started; 4 m_eRecordState[0]
 @DoTvpCallback; 4 DoTvpCallback | this func is started; 4 DoTvpCallback | this func is ended)");
 }
@@ -56,6 +60,9 @@ TEST_F(PlaybackTest, AnswersOtherServices) {
 @SetHandle; 4 SetHandle | this func is started, LastModifyDate[2015-03-16 02:45]
 @SetProperty; 4 SetProperty | this func is started; 16 SetProperty | struct buf is NULL.
 @TrickPlay; 4 TrickPlay | this func is started; @Skip; 4 Skip | this func is started)");
+    std::tie(Fake().position, Fake().duration) = std::pair(0, 0);  // nothing is written
+    EXPECT_EQ(m_instance.GetPlaybackProgress(position, duration), 0U);
+    EXPECT_TRUE(position == 0 && duration == 0);
 }
 
 TEST_F(RecorderTest, TakesNoMoreThanARecordHolds) {

@@ -4,7 +4,20 @@
 
 namespace {
 
-using PlaybackCallbackTest = PlaybackTest;
+class PlaybackCallbackTest : public PlaybackTest {
+  protected:
+    /// The message variant of an unmute, on the playback with the number 5.
+    void ExpectUnmute(TVCallbackType type, bool trick) {
+        m_instance.UnmuteCB(type, static_cast<GstMessage *>(nullptr));
+        Expect("UnmuteCB",
+               Format(R"(16 [FAT] UnmuteCB | this func is started
+16 UnmuteCB | received event, event_group[773]; event 31 05030000 00000000 00000000 00000000
+16 UnmuteCB | send event out successfully
+16 [FAT] tv_stream_set_property(TV_PROPERTY_VIDEO_STILL_MODE, %sTV_PROPERTY_VIDEO_SINK_MUTE, TV_PROPERTY_PVRSRC_MUTE) to FALSE
+set 603=0x0, %s602=0x0, 807=0x0; 4 UnmuteCB | this func is ended)",
+                      trick ? "" : "TV_PROPERTY_AUDIO_SINK_MUTE, ", trick ? "" : "406=0x0, "));
+    }
+};
 
 TEST_F(PlaybackCallbackTest, UnderstandsBusMessages) {
     StartGStreamer();
@@ -43,17 +56,11 @@ event 31 05330000 00000000 00000000 00000000; 16 ErrorCB | send event out succes
     }
     gst_object_unref(source);
     GstMessage *const none = nullptr;
-    Send(Request(6).U32(0).F64(2.0));
-    Fake().All();
-    for (const bool trick : {true, false}) {  // the unmute ends the trick mode
-        m_instance.UnmuteCB(TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE, none);
-        Expect("UnmuteCB",
-               Format(R"(16 [FAT] UnmuteCB | this func is started
-16 UnmuteCB | received event, event_group[773]; event 31 05030000 00000000 00000000 00000000
-16 UnmuteCB | send event out successfully
-16 [FAT] tv_stream_set_property(TV_PROPERTY_VIDEO_STILL_MODE, %sTV_PROPERTY_VIDEO_SINK_MUTE, TV_PROPERTY_PVRSRC_MUTE) to FALSE
-set 603=0x0, %s602=0x0, 807=0x0; 4 UnmuteCB | this func is ended)",
-                      trick ? "" : "TV_PROPERTY_AUDIO_SINK_MUTE, ", trick ? "" : "406=0x0, "));
+    for (const double rate : {2.0, 1.0}) {
+        Send(Request(6).U32(0).F64(rate));
+        Fake().All();
+        for (const bool trick : {rate != 1.0, false})  // the unmute ends the trick mode
+            ExpectUnmute(TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE, trick);
     }
     m_instance.AppCB(none);
     m_instance.ErrorCB(none);
@@ -61,6 +68,10 @@ set 603=0x0, %s602=0x0, 807=0x0; 4 UnmuteCB | this func is ended)",
     Expect("AppCB", R"(4 AppCB | this func is started; 16 failed [param]\n
 @ErrorCB; 4 this func is started; 16 failed [param]\n
 @UnmuteCB; 16 [FAT] UnmuteCB | this func is started; 16 Receive event [23])");
+    Open(Channel(0, 0x44, 0x45));
+    ExpectUnmute(TV_PLAYER_CALLBACK_AUDIODEC_AUDIO_INFO_LOCK, false);
+    m_instance.UnmuteCB(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, none);
+    Expect("UnmuteCB", "16 [FAT] UnmuteCB | this func is started; 16 Receive event [30]");
 }
 
 TEST_F(PlaybackCallbackTest, RefusesMissingRecordsAndOtherTypes) {

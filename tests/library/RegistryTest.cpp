@@ -108,6 +108,20 @@ TEST_F(RegistryTest, ReplacesAndDestroysEntries) {
     EXPECT_EQ(MoxPvrAPI::GetPlaybackInstance(kMain), nullptr);
 }
 
+TEST_F(RegistryTest, AnnouncesItsEndsAndItsStarts) {
+    delete CMOXPVRPlaybackMgr::GetInstance();
+    delete CMOXPVRRecorderMgr::GetInstance();
+    CMOXPVRPlaybackMgr::GetInstance();
+    CMOXPVRRecorderMgr::GetInstance();
+    EXPECT_EQ(
+        Fake().All(),
+        R"(log 4 ~CMOXPVRPlaybackMgr(MoxPvrPlayback): CMOXPVRPlaybackMgr |  destructor playback mgr
+log 4 ~CMOXPVRRecorderMgr(MoxPvrRecord): CMOXPVRRecorderMgr |  destructor recorder mgr
+log 4 CMOXPVRPlaybackMgr(MoxPvrPlayback): CMOXPVRPlaybackMgr |  constructor playback mgr
+log 4 CMOXPVRRecorderMgr(MoxPvrRecord): CMOXPVRRecorderMgr |  constructor recorder mgr
+)");
+}
+
 TEST(MoxHandle, OrdersByProfileThenSubId) {
     const MOXHandle ascending[] = {{-1, 9}, {0, 0}, {1, 0}, {1, 5}, {1, 65535}, {301, 0}};
     for (const MOXHandle &left : ascending) {

@@ -1,5 +1,6 @@
 // Callbacks on one thread while commands run on another; built to run under a thread sanitizer.
-#include <atomic>
+#include <gst/gst.h>
+
 #include <thread>
 
 #include "InstanceTest.h"
@@ -33,6 +34,7 @@ TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
         Send(Request(6).U32(0).F64(i % 3 - 1.0));
         Send(Request(7).U32(static_cast<unsigned int>(i % 2 * 20000)).F64(2.0));
         Send(Request(1).U32(5));
+        Send(Request(2).Name("/pvr/a.srf").U32(static_cast<unsigned int>(i % 2 * 20000)));
         m_instance.SetPidProperty(0x100, 0x101, static_cast<unsigned int>(i));
     }
     platform.join();
@@ -48,19 +50,28 @@ TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
 TEST_F(RecorderTest, TakesCallbacksWhileCommandsRun) {
     Send(Request(1).U32(5));
     Fake().All();
+    gst_init(nullptr, nullptr);
     std::thread platform([] {
         TvStreamAsmSoundCommand command{2};
-        for (int i = 0; i < kRounds; ++i)
+        GstMessage *message = gst_message_new_application(
+            nullptr, gst_structure_new("pvr", "app_type", G_TYPE_INT, 4, nullptr));
+        for (int i = 0; i < kRounds; ++i) {
             Fake().callback(TV_PLAYER_CALLBACK_ASM_COMMAND, Fake().callbackUser, &command);
+            Fake().callback(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, Fake().callbackUser,
+                            message);
+        }
+        gst_message_unref(message);
     });
     for (int i = 0; i < kRounds; ++i) {
+        Send(Request(1).U32(5));
         Send(Request(6));
         Send(Request(12).U32(1).U32(static_cast<unsigned int>(i)));
         Send(Request(7));
     }
     platform.join();
     const std::string events = Fake().Events();
-    EXPECT_EQ(CountLines(events, "event 31 059a0000 "), static_cast<std::size_t>(kRounds));
+    for (const char *event : {"event 31 059a0000 ", "event 31 05660000 "})
+        EXPECT_EQ(CountLines(events, event), static_cast<std::size_t>(kRounds));
     EXPECT_EQ(CountLines(events, "event 32769 "), static_cast<std::size_t>(kRounds));
 }
 
