@@ -19,8 +19,10 @@
 /// Unless a slot says otherwise it answers 0 on success, 1 for a missing player, record or channel
 /// information, and otherwise the platform's own result.
 ///
-/// Threads: calls come from one thread at a time; the two DoTvpCallback slots may run on another
-/// one meanwhile. No slot throws.
+/// Threads: calls come from one thread at a time. Hand the platform's callbacks to DoTvpCallback
+/// between requests; concurrent delivery is free of data races, but the programming of decoders may
+/// interleave. Registration, lookup and destruction never run beside anything else: a service keeps
+/// the instance pointer and makes no facade call on a callback thread. No slot throws.
 class MOXPVR_EXPORT IMOXPVRPlayback {
   public:
     /// What the playback last did with success. Start, Ready and Stop move it only for services

@@ -14,8 +14,9 @@
 /// All functions have C++ linkage in the global namespace, so that a service can resolve them by
 /// their mangled names. None throws.
 ///
-/// Threads: thread-bound. No two calls of the entry points or the facade run at the same time. The
-/// codec functions are reentrant.
+/// Threads: thread-bound. Each request looks its instance up, so no two calls of the entry points
+/// or the facade run at the same time, and none on a callback thread. The codec functions are
+/// reentrant.
 #ifndef MOXPVR_MOXPVR_H
 #define MOXPVR_MOXPVR_H
 

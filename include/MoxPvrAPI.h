@@ -14,7 +14,8 @@
 /// destroying the earlier one, so destroy it first. Stop and release a platform recorder before
 /// its instance is destroyed: the callback registration outlives the instance.
 ///
-/// Threads: thread-bound. No two calls of the facade or the entry points run at the same time.
+/// Threads: thread-bound. Registration, lookup and destruction never run beside anything else: a
+/// service keeps the instance pointer and makes no facade call on a callback thread.
 class MOXPVR_EXPORT MoxPvrAPI {
   public:
     /// @return 0 when an instance was registered; 1 for a null player or stream, or out of memory

@@ -5,7 +5,8 @@
 
 struct MOXHandle;
 
-/// Takes events from any thread and hands them to the TV's services. Thread-safe.
+/// Takes events from any thread and hands them to the TV's services. Thread-safe. No function
+/// throws: the library sends from inside the platform's own callbacks.
 class TIEventManager {
   public:
     /// @return the process-wide event manager, or null when there is none; never freed

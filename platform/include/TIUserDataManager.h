@@ -5,7 +5,8 @@
 
 struct MOXHandle;
 
-/// One manager per handle, made on first use. Thread-bound: one thread at a time.
+/// One manager per handle, made on first use. Thread-bound: one thread at a time. No function
+/// throws.
 class TIUserDataManager {
   public:
     /// @return the manager of a handle, or null when there is none; owned by the platform

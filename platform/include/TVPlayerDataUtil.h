@@ -5,7 +5,7 @@
 
 #include "TVTypes.h"
 
-/// Pure functions, reentrant.
+/// Pure functions, reentrant. None throws, also for a number that names no codec or mode.
 class TVPlayerDataUtil {
   public:
     static int ConvertVideoEncodeType(EVideoEncodeType type);    ///< for property 509

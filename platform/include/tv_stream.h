@@ -40,7 +40,9 @@ int tv_stream_stop(void *stream);
 int tv_stream_set_property(void *stream, int id, ...);
 
 /// @param time  milliseconds of stream time
-/// @param info  out: the record that applies then; owned by the stream, never freed by the caller
+/// @param info  out: the record that applies then; owned by the stream, never freed by the caller.
+///              It stays valid and unchanged until the next call on the stream, whatever it is:
+///              callers copy the fields that they need straight away
 int tv_stream_get_channel_info(void *stream, int time, TvChannelInfo **info);
 
 /// @return non-zero when audio description is on
