@@ -228,7 +228,7 @@ TEST(Readers, RefuseWhatIsNoRegularFileWithoutWaiting) {
     const std::string side = ts::ChannelLogPath(recording);
     const std::string fifo = TempPath("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    for (const std::string &target : {fifo, std::string("/dev/zero"), testing::TempDir()}) {
+    for (const std::string &target : {fifo, std::string("/dev/zero"), TemporaryFolder()}) {
         EXPECT_FALSE(ts::PacketReader().Open(target));
         EXPECT_NE(tvdesktop::ScanServices(target).error.find("cannot read"), std::string::npos);
         std::filesystem::remove(side);

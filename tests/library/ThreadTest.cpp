@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "InstanceTest.h"
+#include "StartGStreamer.h"
 
 namespace {
 
@@ -50,7 +51,7 @@ TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
 TEST_F(RecorderTest, TakesCallbacksWhileCommandsRun) {
     Send(Request(1).U32(5));
     Fake().All();
-    gst_init(nullptr, nullptr);
+    StartGStreamer();
     std::thread platform([] {
         TvStreamAsmSoundCommand command{2};
         GstMessage *message = gst_message_new_application(

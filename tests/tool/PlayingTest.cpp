@@ -3,11 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 #include "Events.h"
 #include "Recording.h"
+#include "TemporaryFolder.h"
 
 namespace tool {
 namespace {
@@ -19,22 +19,22 @@ class PlayingTest : public testing::Test {
   protected:
     void SetUp() override {
         tvdesktop::SetLogMinimumPriority(17);
-        std::string pattern = testing::TempDir() + "playing-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_directory = pattern;
-        Recording recording(m_service, {MOXPVR_SAMPLE, /*speed=*/60});
+        Recording recording(m_service, {MOXPVR_SAMPLE_FILE, /*speed=*/60});
         recording.Begin(Broadcast(1), {Path(), false});
         RecordUntil(recording, 4000);
         recording.ChangeTo(Broadcast(3));
         RecordUntil(recording, 8000);
         recording.End();
     }
-    void TearDown() override { fs::remove_all(m_directory); }
+    void TearDown() override {
+        for (const fs::directory_entry &file : fs::directory_iterator(TemporaryFolder()))
+            fs::remove_all(file);
+    }
 
-    std::string Path() const { return m_directory + "/a.srf"; }
+    static std::string Path() { return TemporaryFolder() + "a.srf"; }
 
     static tvdesktop::Service Broadcast(std::uint16_t id) {
-        std::vector<tvdesktop::Service> services = ServicesOf(MOXPVR_SAMPLE);
+        std::vector<tvdesktop::Service> services = ServicesOf(MOXPVR_SAMPLE_FILE);
         return services.at(id - 1U);
     }
     void RecordUntil(Recording &recording, std::int64_t positionMs) {
@@ -51,7 +51,6 @@ class PlayingTest : public testing::Test {
         return !isEnded;
     }
 
-    std::string m_directory;
     PvrService m_service;
 };
 
