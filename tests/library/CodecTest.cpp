@@ -1,6 +1,9 @@
 // The request codec and the two dispatchers.
 #include "InstanceTest.h"
 
+#include <algorithm>
+#include <vector>
+
 namespace {
 
 TEST(Codec, DecodesPairsAndRefusesOtherLengths) {
@@ -40,6 +43,63 @@ TEST(Codec, DecodesPairsAndRefusesOtherLengths) {
     }
 }
 
+/// What a pair of characters decodes to, by its definition.
+int PairValue(unsigned char first, unsigned char second) {
+    const std::string digits = "0123456789abcdefABCDEF";
+    const auto value = [&](unsigned char c) {
+        const auto at = digits.find(static_cast<char>(c));
+        return at == std::string::npos ? 0 : static_cast<int>(at < 16 ? at : at - 6);
+    };
+    return 16 * value(first) + value(second);
+}
+
+// The decoder works on several characters at once, so each pair must come right wherever it is.
+TEST(Codec, DecodesEveryPairAtEveryPlaceOfATextAndInPlace) {
+    std::string pairs;
+    std::string expected;
+    for (int first = 0; first < 256; ++first) {
+        for (int second = 0; second < 256; ++second) {
+            pairs += {static_cast<char>(first), static_cast<char>(second)};
+            expected += static_cast<char>(
+                PairValue(static_cast<unsigned char>(first), static_cast<unsigned char>(second)));
+        }
+    }
+    for (std::size_t shift = 0; shift < 64; shift += 2) {
+        std::string text = pairs.substr(shift) + pairs.substr(0, shift);
+        int length = 0;
+        ASSERT_EQ(
+            parse_string_to_buf(text.data(), static_cast<int>(text.size()), text.data(), &length),
+            0);
+        ASSERT_EQ(length, 65536);
+        ASSERT_EQ(text.substr(0, 65536), expected.substr(shift / 2) + expected.substr(0, shift / 2))
+            << "from pair " << shift / 2;
+    }
+}
+
+TEST(Codec, ReadsAndWritesNothingOutsideTheTextAndTheRecord) {
+    for (std::size_t alignment = 0; alignment < 16; ++alignment) {
+        for (std::size_t length = 2; length <= 70; length += 2) {
+            // Each in a block that ends where it does, so that a byte too many is noticed.
+            std::vector<char> text(alignment + length);
+            std::vector<unsigned char> bytes(alignment + length / 2 + 1, 0xEE);
+            for (std::size_t i = 0; i < text.size(); ++i)
+                text[i] = static_cast<char>(i * 37 + length);
+            int decoded = 0;
+            ASSERT_EQ(parse_string_to_buf(text.data() + alignment, static_cast<int>(length),
+                                          bytes.data() + alignment, &decoded),
+                      0);
+            ASSERT_EQ(decoded, static_cast<int>(length / 2));
+            for (std::size_t i = 0; i < length / 2; ++i)
+                ASSERT_EQ(bytes[alignment + i],
+                          PairValue(static_cast<unsigned char>(text[alignment + 2 * i]),
+                                    static_cast<unsigned char>(text[alignment + 2 * i + 1])));
+            ASSERT_EQ(bytes.back(), 0xEE);
+            ASSERT_EQ(std::count(bytes.begin(), bytes.begin() + static_cast<long>(alignment), 0xEE),
+                      static_cast<long>(alignment));
+        }
+    }
+}
+
 TEST(Codec, EncodesEveryByteInOrder) {
     unsigned char bytes[256];
     std::string expected;
@@ -58,14 +118,10 @@ TEST(Codec, EncodesEveryByteInOrder) {
         EXPECT_EQ(build_buf_to_string(bytes, count, nullptr, &length), 1);
         EXPECT_EQ(length, 0U);
     }
-    const std::string digits = "0123456789abcdefABCDEF";
-    for (int c = -128; c < 128; ++c) {
-        const auto at = digits.find(static_cast<char>(c));
-        EXPECT_EQ(hex_char_to_int(static_cast<char>(c)), at == std::string::npos ? 0
-                                                         : at < 16               ? at
-                                                                                 : at - 6)
+    for (int c = -128; c < 128; ++c)
+        EXPECT_EQ(hex_char_to_int(static_cast<char>(c)),
+                  PairValue('0', static_cast<unsigned char>(c)))
             << c;
-    }
 }
 
 template <typename Instance>
