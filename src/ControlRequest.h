@@ -1,44 +1,36 @@
 /// @file
-/// What the two control dispatchers share: the decoded request, its results and the command table.
+/// What the two control dispatchers share: the decoded request, the command table, and the way to
+/// an operation and back.
 #ifndef MOXPVR_CONTROLREQUEST_H
 #define MOXPVR_CONTROLREQUEST_H
 
 #include <cstddef>
+#include <new>
+#include <optional>
 #include <type_traits>
 
 #include "MoxPvr.h"
-#include "WireRecord.h"
+#include "MoxPvrProtocol.h"
 
 namespace mox {
 
-/// Results of operations and control calls; every other value is the platform's own.
-enum Result : unsigned int {
-    kSuccess = 0,
-    kMissing = 1,        ///< no platform object, record or reply buffer; out of memory; unread file
-    kBadRequest = 2,     ///< text that cannot be decoded, unknown command
-    kNoInstance = 9999,  ///< no instance is registered for an entry point's request
-};
-
-/// Longest request text: two characters for each byte of the record.
-inline constexpr unsigned int kMaxRequestText = 2 * kRecordSize;
-
-/// A request on its way to an operation: the record, zero behind what was decoded, on the
+/// A request on its way to an operation: the record, zero after what was decoded, on the
 /// dispatcher's stack.
 class ControlRequest {
   public:
     /// @return false for a text that is empty, odd or longer than the record
     bool Decode(unsigned char *text, unsigned int length) {
         int decoded = 0;
-        return length <= kMaxRequestText &&
+        return length <= moxpvr::kMaxRequestText &&
                parse_string_to_buf(reinterpret_cast<char *>(text), static_cast<int>(length),
                                    m_bytes, &decoded) == 0;
     }
 
-    unsigned int Command() { return WireRecord(m_bytes).U32(0); }
+    unsigned int Command() const { return moxpvr::CommandOf(m_bytes, sizeof m_bytes); }
     unsigned char *record() { return m_bytes; }
 
   private:
-    alignas(8) unsigned char m_bytes[kRecordSize] = {};
+    alignas(8) unsigned char m_bytes[moxpvr::kRecordSize] = {};
 };
 
 /// What an operation may get: its record and where its reply goes.
@@ -77,6 +69,37 @@ template <typename Instance, std::size_t Count>
 const ControlCommand<Instance> *FindCommand(const ControlCommand<Instance> (&table)[Count],
                                             unsigned int command) {
     return command >= 1 && command <= Count ? &table[command - 1] : nullptr;
+}
+
+/// Carries out a command that was found.
+/// @return its result; nothing when memory ran out on the way
+template <typename Instance>
+std::optional<unsigned int> Run(const ControlCommand<Instance> &command, Instance &instance,
+                                const ControlArguments &arguments) {
+    if (command.needsReply && arguments.reply == nullptr)
+        return moxpvr::kMissing;
+    try {
+        return command.run(instance, arguments);
+    } catch (const std::bad_alloc &) {
+        return std::nullopt;
+    }
+}
+
+/// @param record  as the dispatcher hands it to an operation
+/// @return        the fields of a request
+template <typename Request>
+Request Read(const unsigned char *record) {
+    Request request;
+    moxpvr::Decode(record, moxpvr::kRecordSize, request);
+    return request;
+}
+
+/// Writes an operation's reply as text.
+template <typename Reply>
+void Answer(const Reply &reply, void *text, unsigned int *textLength) {
+    unsigned char bytes[moxpvr::EncodedSize(Reply{})] = {};
+    moxpvr::Encode(reply, bytes);
+    build_buf_to_string(bytes, sizeof bytes, text, textLength);
 }
 
 }  // namespace mox

@@ -3,14 +3,17 @@
 ///
 /// A line begins with the source file's base name, the name of the operation and the line number.
 /// Only the three files that services know from the log (MoxPvr, MoxPvrRecord, MoxPvrPlayback) may
-/// log.
+/// log. MOX_LOG is a macro because a message must be a literal for two reasons: the prefix is
+/// joined to it before the program runs, so that a line is one call with one format, and the
+/// compiler checks it against its arguments.
 #ifndef MOXPVR_LOGLINE_H
 #define MOXPVR_LOGLINE_H
 
 #include <dlog.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <type_traits>
 
 namespace mox {
 
@@ -31,9 +34,14 @@ struct LogPlace {
     }
 };
 
-inline const char *BaseName(const char *path) {
-    const char *slash = std::strrchr(path, '/');
-    return slash == nullptr ? path : slash + 1;
+/// @return where the base name begins in a path
+constexpr std::size_t BaseNameAt(const char *path) {
+    std::size_t begin = 0;
+    for (std::size_t i = 0; path[i] != '\0'; ++i) {
+        if (path[i] == '/')
+            begin = i + 1;
+    }
+    return begin;
 }
 
 /// What "[0x%x]" prints of a pointer: its low 32 bits.
@@ -47,11 +55,15 @@ void CheckLogMessage(const char *message, ...) __attribute__((format(printf, 1, 
 template <typename... Arguments>
 void WriteLog(LogPriority priority, const char *file, LogPlace place, const char *format,
               Arguments... arguments) {
-    __dlog_print(DLOG_ID_MAIN, priority, "PVR_SVC_MOX", format, BaseName(file), place.function,
-                 place.line, arguments...);
+    __dlog_print(DLOG_ID_MAIN, priority, "PVR_SVC_MOX", format, file, place.function, place.line,
+                 arguments...);
 }
 
 }  // namespace mox
+
+/// The base name of the file that uses it, found by the compiler.
+#define MOX_LOG_FILE \
+    (__FILE__ + std::integral_constant<std::size_t, mox::BaseNameAt(__FILE__)>::value)
 
 #define MOX_LOG_PREFIX "%s: %s(%d) > [PVR][MOX]"
 
@@ -61,6 +73,6 @@ void WriteLog(LogPriority priority, const char *file, LogPlace place, const char
 /// The same in the name of the operation at `place`.
 #define MOX_LOG_AT(place, priority, ...)       \
     (false ? mox::CheckLogMessage(__VA_ARGS__) \
-           : mox::WriteLog(priority, __FILE__, place, MOX_LOG_PREFIX __VA_ARGS__))
+           : mox::WriteLog(priority, MOX_LOG_FILE, place, MOX_LOG_PREFIX __VA_ARGS__))
 
 #endif

@@ -44,7 +44,7 @@ bool FindPlayback(mox::LogPlace place = mox::LogPlace::Here()) {
 unsigned int mox_pvr_set_tv_player(void *player) {
     MOX_LOG(kLogProgress, "g_temp_tv_player is set as [0x%x]\n", mox::Low32(player));
     g_temp_tv_player = player;
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 unsigned int mox_pvr_set_tv_stream(void *stream) {
@@ -61,14 +61,14 @@ unsigned int mox_pvr_set_recorder_handle(void *recorder) {
 unsigned int mox_pvr_control_playback(unsigned int inSize, unsigned char *inData,
                                       unsigned int &outSize, unsigned char *outData) {
     if (!FindPlayback())
-        return mox::kNoInstance;
+        return moxpvr::kNoInstance;
     return g_temp_playback->CtrlPlayback(inSize, inData, outSize, outData);
 }
 
 unsigned int mox_pvr_set_playback_pid_property(void * /*unused*/, unsigned int videoPid,
                                                unsigned int audioPid, unsigned int pcrPid) {
     if (!FindPlayback())
-        return mox::kNoInstance;
+        return moxpvr::kNoInstance;
     return g_temp_playback->SetPidProperty(videoPid, audioPid, pcrPid);
 }
 
@@ -77,7 +77,7 @@ unsigned int mox_pvr_control_recording(unsigned int inSize, unsigned char *inDat
     g_temp_recorder = MoxPvrAPI::GetRecorderInstance(kRecorderHandle);
     if (g_temp_recorder == nullptr) {
         MOX_LOG(kLogReport, "g_temp_recorder is null, which should be set firstly\n");
-        return mox::kNoInstance;
+        return moxpvr::kNoInstance;
     }
     return g_temp_recorder->CtrlRecorder(inSize, inData, outSize, outData);
 }

@@ -37,8 +37,12 @@ RegularFile OpenRegularFile(const char *path) {
     return {file, std::fclose};
 }
 
-std::size_t InformationFile::ReadFrom(std::FILE *file) {
-    return std::fread(m_bytes, 1, kSize, file);
+std::size_t ReadInformation(std::FILE *file, moxpvr::InformationFile &information) {
+    unsigned char bytes[moxpvr::InformationFile::Size()];
+    const std::size_t count = std::fread(bytes, 1, sizeof bytes, file);
+    if (count > 0)
+        moxpvr::Decode(bytes, count, information);
+    return count;
 }
 
 }  // namespace mox

@@ -4,11 +4,10 @@
 #define MOXPVR_INFORMATIONFILE_H
 
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <memory>
 
-#include "WireRecord.h"
+#include "MoxPvrProtocol.h"
 
 namespace mox {
 
@@ -21,7 +20,7 @@ class InformationFilePath {
     const char *c_str() const { return m_text; }
 
   private:
-    char m_text[kTextFieldSize] = {};
+    char m_text[moxpvr::kTextFieldSize] = {};
 };
 
 using RegularFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
@@ -31,29 +30,10 @@ using RegularFile = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
 /// @return null for a file that cannot be opened, a directory, a FIFO or a device
 RegularFile OpenRegularFile(const char *path);
 
-/// What was read of an information file; what the file does not reach reads as zero. All fields are
-/// little-endian.
-class InformationFile {
-  public:
-    static constexpr std::size_t kSize = 10645;  ///< as much of a file as is ever read
-
-    /// @param file  at its start
-    /// @return number of bytes read, 0 for an empty or unreadable file
-    std::size_t ReadFrom(std::FILE *file);
-
-    std::uint32_t VideoPid() { return Fields().U32(798); }
-    std::uint32_t PcrPid() { return Fields().U32(802); }
-    std::uint32_t AudioPid() { return Fields().U32(806); }
-    std::uint16_t ChannelType() { return Fields().U16(824); }
-
-    /// Channel types 1 and 3.
-    bool IsAnalogue() { return (ChannelType() & ~2U) == 1; }
-
-  private:
-    WireRecord Fields() { return WireRecord(m_bytes); }
-
-    unsigned char m_bytes[kSize] = {};
-};
+/// Reads what an information file holds; fields that it does not reach read as 0.
+/// @param file  at its start
+/// @return number of bytes read, 0 for an empty or unreadable file, which leaves the fields alone
+std::size_t ReadInformation(std::FILE *file, moxpvr::InformationFile &information);
 
 }  // namespace mox
 

@@ -16,13 +16,14 @@
 #include "GstError.h"
 #include "MoxPvrPlayback/InformationFile.h"
 #include "PlatformLayout.h"
-#include "WireRecord.h"
 
 using mox::kLogProgress;
 using mox::kLogReport;
 using mox::kLogTrace;
 using mox::LogPlace;
-using mox::WireRecord;
+using moxpvr::EventDetail;
+
+namespace protocol = moxpvr::playback;
 
 namespace {
 
@@ -37,11 +38,7 @@ constexpr MOXHandle kUserDataHandle{PROFILE_TYPE_MAIN, 20};
 /// What ResetChannel answers for the channel that is set up. A platform's own -1 counts the same.
 constexpr int kSameChannel = -1;
 
-/// "This PID stays", in 32-bit and in 16-bit PID fields.
-constexpr unsigned int kKeepPid = 0xFFFFFFFE;
-constexpr unsigned int kKeepPid16 = 0xFFFE;
-
-constexpr int kNoDescriptionPid = 0xFFFF;
+constexpr int kNoDescriptionPid = moxpvr::kNoPid16;
 constexpr int kNoDescriptionCodec = -1;
 
 /// Korean 3D mode and format numbers of the platform.
@@ -68,12 +65,12 @@ struct ChannelReading {
 };
 
 bool IsAudioOnly(const TvChannelInfo &info) {
-    return (info.videoPid == 0 || info.videoPid == 0xFFFF) && info.audioPid > 0;
+    return (info.videoPid == 0 || info.videoPid == moxpvr::kNoPid16) && info.audioPid > 0;
 }
 
 /// Analogue channels are recorded on fixed PIDs.
 bool IsAnalogue(const TvChannelInfo &info) {
-    return info.videoPid == 0x40 && info.audioPid == 0x41;
+    return info.videoPid == moxpvr::kAnalogueVideoPid && info.audioPid == moxpvr::kAnalogueAudioPid;
 }
 
 int ConvertedVideoCodec(const TvChannelInfo &info) {
@@ -119,24 +116,20 @@ constexpr mox::ControlCommand<CMOXPVRPlayback> kCommands[] = {
 unsigned int CMOXPVRPlayback::CtrlPlayback(unsigned int inSize, unsigned char *inData,
                                            unsigned int &outSize, unsigned char *outData) {
     if (inSize == 0 || inData == nullptr)
-        return mox::kBadRequest;
+        return moxpvr::kBadRequest;
     mox::ControlRequest request;
     if (!request.Decode(inData, inSize))
-        return mox::kBadRequest;
+        return moxpvr::kBadRequest;
     MOX_LOG(kLogProgress, "CMOXPVRPlayback | play command [%d]\n", request.Command());
     const auto *command = mox::FindCommand(kCommands, request.Command());
     if (command == nullptr) {
         MOX_LOG(kLogReport, "[FAT] CMOXPVRPlayback | error command \n");
-        return mox::kBadRequest;
+        return moxpvr::kBadRequest;
     }
-    if (command->needsReply && outData == nullptr)
-        return mox::kMissing;
-    try {
-        return command->run(*this, {request.record(), outData, &outSize});
-    } catch (const std::bad_alloc &) {
+    const auto result = mox::Run(*command, *this, {request.record(), outData, &outSize});
+    if (!result)
         MOX_LOG(kLogReport, "[FAT] CMOXPVRPlayback | out of memory\n");
-        return mox::kMissing;
-    }
+    return result.value_or(moxpvr::kMissing);
 }
 
 // --- Lifecycle -----------------------------------------------------------------------------------
@@ -161,75 +154,73 @@ bool CMOXPVRPlayback::HasPlayer(LogPlace place) const {
 unsigned int CMOXPVRPlayback::SetHandle(unsigned char *record) {
     MOX_LOG(kLogProgress, "SetHandle | this func is started, LastModifyDate[2015-03-16 02:45]\n");
     if (record == nullptr)
-        return mox::kMissing;
-    const WireRecord request(record);
-    const unsigned char handle = request.U8(4);
-    const int isSupportCi = request.I32(16);
-    MOX_LOG(kLogReport, "SetHandle | handle [%d] is_support_ci[%d]\n", handle, isSupportCi);
-    m_nHandle = handle;
-    m_bIsSupportCI = isSupportCi != 0;
-    return mox::kSuccess;
+        return moxpvr::kMissing;
+    const auto request = mox::Read<protocol::SetHandle>(record);
+    MOX_LOG(kLogReport, "SetHandle | handle [%d] is_support_ci[%d]\n", request.handle, request.ci);
+    m_nHandle = request.handle;
+    m_bIsSupportCI = request.ci != 0;
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::SetProperty(unsigned char *record) {
     MOX_LOG(kLogProgress, "SetProperty | this func is started\n");
     if (record == nullptr) {
         MOX_LOG(kLogReport, "SetProperty | struct buf is NULL.\n");
-        return mox::kMissing;
+        return moxpvr::kMissing;
     }
-    const WireRecord request(record);
-    char *uri = request.Text(4);
-    const int startPos = request.I32(260);
-    const int isTimeshift = request.I32(264);
-    const int isPastPlayback = request.I32(268);
-    std::string fileName(uri);
-    m_nStartPos = startPos;
-    MOX_LOG(kLogReport, "SetProperty | Received playback uri is %s\n", uri);
-    MOX_LOG(kLogReport, "SetProperty | Received start pos is %d\n", startPos);
-    MOX_LOG(kLogReport, "SetProperty | Received is_timeshift is %d\n", isTimeshift);
-    MOX_LOG(kLogReport, "SetProperty | Received is_pastPlayback is %d\n", isPastPlayback);
+    auto request = mox::Read<protocol::SetProperty>(record);
+    std::string fileName(request.path.c_str());
+    m_nStartPos = request.startPosition;
+    MOX_LOG(kLogReport, "SetProperty | Received playback uri is %s\n", request.path.c_str());
+    MOX_LOG(kLogReport, "SetProperty | Received start pos is %d\n", request.startPosition);
+    MOX_LOG(kLogReport, "SetProperty | Received is_timeshift is %d\n", request.isTimeshift);
+    MOX_LOG(kLogReport, "SetProperty | Received is_pastPlayback is %d\n", request.isPastPlayback);
     MOX_LOG(kLogReport, "SetProperty | Set3DMode off\n");
     tv_stream_set_kr3d_mode_format(m_tv_stream, kKorean3dOff, kNo3dFormat);
-    m_bIsPastPlayback = isPastPlayback != 0;
-    m_bIsTimeshift = isTimeshift != 0;
-    tv_stream_set_property(m_tv_stream, TV_PROPERTY_PVRSRC_URI, uri,
-                           TV_PROPERTY_PVRSRC_START_POSITION, startPos,
-                           TV_PROPERTY_PVRSRC_IS_TIMESHIFT, isTimeshift, 0);
+    m_bIsPastPlayback = request.isPastPlayback != 0;
+    m_bIsTimeshift = request.isTimeshift != 0;
+    tv_stream_set_property(m_tv_stream, TV_PROPERTY_PVRSRC_URI, request.path.text,
+                           TV_PROPERTY_PVRSRC_START_POSITION, request.startPosition,
+                           TV_PROPERTY_PVRSRC_IS_TIMESHIFT, request.isTimeshift, 0);
     m_strFileName = std::move(fileName);
+    return OpenChannel();
+}
 
+/// Sets the stream up for the channel at the start position.
+unsigned int CMOXPVRPlayback::OpenChannel(LogPlace place) {
     const ChannelReading reading(m_tv_stream, m_nStartPos);
     if (reading.result != 0) {
-        MOX_LOG(kLogReport,
-                "[FAT] SetProperty | tv_stream_get_channel_info is called failed, result[%d]\n",
-                reading.result);
+        MOX_LOG_AT(place, kLogReport,
+                   "[FAT] SetProperty | tv_stream_get_channel_info is called failed, result[%d]\n",
+                   reading.result);
         return ToResult(reading.result);
     }
     if (!reading.HasRecord()) {
-        MOX_LOG(kLogReport, "SetProperty | channel_info_temp is NULL.\n");
-        return mox::kMissing;
+        MOX_LOG_AT(place, kLogReport, "SetProperty | channel_info_temp is NULL.\n");
+        return moxpvr::kMissing;
     }
     const TvChannelInfo &info = reading.info;
-    MOX_LOG(kLogReport, "channel_info_temp->reserved[1]:%d\n", info.reserved[1]);
+    MOX_LOG_AT(place, kLogReport, "channel_info_temp->reserved[1]:%d\n", info.reserved[1]);
     m_bAllAudioPidDescrambled = info.reserved[1] == 0;
     if (m_bAllAudioPidDescrambled)
-        MOX_LOG(kLogReport, "all pids are descrambled\n");
+        MOX_LOG_AT(place, kLogReport, "all pids are descrambled\n");
     else
-        MOX_LOG(kLogReport, "only one audio pid is descrambled\n");
+        MOX_LOG_AT(place, kLogReport, "only one audio pid is descrambled\n");
     if (IsAudioOnly(info))
         m_bIsAudioChannel = true;  // and stays so for the life of the instance
-    MOX_LOG(kLogReport,
-            "[FAT] SetProperty | Video Pid:0x%x, Audio Pid:0x%x,PCR pid:0x%x audioDecodeType:%d "
-            "videoType:%d\n",
-            info.videoPid, static_cast<unsigned int>(info.audioPid), info.pcrPid,
-            info.audioCodecType, info.videoCodecType);
+    MOX_LOG_AT(place, kLogReport,
+               "[FAT] SetProperty | Video Pid:0x%x, Audio Pid:0x%x,PCR pid:0x%x audioDecodeType:%d "
+               "videoType:%d\n",
+               info.videoPid, static_cast<unsigned int>(info.audioPid), info.pcrPid,
+               info.audioCodecType, info.videoCodecType);
     m_bIsATV = IsAnalogue(info);
     if (m_bIsATV)
-        MOX_LOG(kLogReport, "m_bIsATV[%d], it's analog recorded file\n", 1);
+        MOX_LOG_AT(place, kLogReport, "m_bIsATV[%d], it's analog recorded file\n", 1);
     else
-        MOX_LOG(kLogReport, "m_bIsATV[%d], it's not analog recorded file\n", 0);
+        MOX_LOG_AT(place, kLogReport, "m_bIsATV[%d], it's not analog recorded file\n", 0);
     const unsigned int result = ProgramPids(info, m_bIsAudioChannel);
     RememberChannel(info);
-    MOX_LOG(kLogProgress, "SetProperty | this func is ended, result [%d]\n", result);
+    MOX_LOG_AT(place, kLogProgress, "SetProperty | this func is ended, result [%d]\n", result);
     return result;
 }
 
@@ -279,7 +270,7 @@ unsigned int CMOXPVRPlayback::Start() {
 unsigned int CMOXPVRPlayback::Stop() {
     MOX_LOG(kLogProgress, "Stop | this func is started\n");
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     TIUserDataManager *userData = TIUserDataManager::Instance(kUserDataHandle);
     const int left = userData != nullptr ? userData->Stop() : 0;
     MOX_LOG(kLogReport, "TIUserDataManager::Instance()->Stop is called, bResult[%d]\n", left);
@@ -292,7 +283,7 @@ unsigned int CMOXPVRPlayback::Stop() {
 
 unsigned int CMOXPVRPlayback::Ready() {
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_player_ready(m_tv_player);
     MOX_LOG(kLogReport, "Ready | this func is ended, result [%d]\n", result);
     if (result == 0 && m_bIsSupportCI)
@@ -302,7 +293,7 @@ unsigned int CMOXPVRPlayback::Ready() {
 
 unsigned int CMOXPVRPlayback::Pause() {
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_player_pause(m_tv_player);
     MOX_LOG(kLogReport, "Pause | this func is ended, result [%d]\n", result);
     if (result == 0)
@@ -312,7 +303,7 @@ unsigned int CMOXPVRPlayback::Pause() {
 
 unsigned int CMOXPVRPlayback::Resume() {
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_player_resume(m_tv_player);
     MOX_LOG(kLogReport, "Resume | this func is ended, result [%d]\n", result);
     if (result == 0)
@@ -325,14 +316,12 @@ unsigned int CMOXPVRPlayback::Resume() {
 unsigned int CMOXPVRPlayback::TrickPlay(unsigned char *record) {
     MOX_LOG(kLogProgress, "TrickPlay | this func is started\n");
     if (!HasPlayer() || record == nullptr)
-        return mox::kMissing;
+        return moxpvr::kMissing;
     if (WaitsForUnmute()) {
         MOX_LOG(kLogReport, "[ZZZ]Previous CHANNELCHANGED not finished: %d, ignore trick\n", 1);
-        return mox::kSuccess;
+        return moxpvr::kSuccess;
     }
-    const WireRecord request(record);
-    const unsigned int time = request.U32(4);
-    const double rate = request.F64(8);
+    const auto [time, rate] = mox::Read<protocol::TrickPlay>(record);
     if (rate != kNormalRate)
         m_bTrickMode = true;
     tv_stream_set_property(m_tv_stream, TV_PROPERTY_AUDIO_SINK_MUTE, 1, 0);
@@ -348,7 +337,7 @@ unsigned int CMOXPVRPlayback::StepFrame(unsigned char * /*record*/, void * /*rep
                                         unsigned int * /*replyLength*/) {
     MOX_LOG(kLogProgress, "StepFrame | this func is called\n");
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     MOX_LOG(kLogReport, "StepFrame | set still mode to 0\n");
     tv_stream_set_property(m_tv_stream, TV_PROPERTY_VIDEO_STILL_MODE, 0, 0);
     const int result = tv_player_step_play(m_tv_player);
@@ -359,23 +348,21 @@ unsigned int CMOXPVRPlayback::StepFrame(unsigned char * /*record*/, void * /*rep
 unsigned int CMOXPVRPlayback::GetProgress(void *reply, unsigned int *replyLength) {
     MOX_LOG(kLogProgress, "GetProgress | this func is started\n");
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     long long position = 0;
     long long duration = 0;
     const int result = tv_player_get_position(m_tv_player, &position, &duration);
     MOX_LOG(kLogReport, "GetProgress | position[%lld] duration[%lld]\n", position, duration);
-    mox::ReplyRecord<3> answer;
-    answer.Put(0, ToResult(result));
-    answer.Put(1, static_cast<std::uint64_t>(position));
-    answer.Put(2, static_cast<std::uint64_t>(duration));
-    build_buf_to_string(answer.data(), answer.size(), reply, replyLength);
+    mox::Answer(protocol::GetProgressReply{result, static_cast<std::uint32_t>(position),
+                                           static_cast<std::uint32_t>(duration)},
+                reply, replyLength);
     MOX_LOG(kLogProgress, "GetProgress | this func is ended, result [%d]\n", result);
     return ToResult(result);
 }
 
 unsigned int CMOXPVRPlayback::GetPlaybackProgress(long &position, long &duration) {
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     long long playerPosition = 0;
     long long playerDuration = 0;
     const int result = tv_player_get_position(m_tv_player, &playerPosition, &playerDuration);
@@ -383,18 +370,18 @@ unsigned int CMOXPVRPlayback::GetPlaybackProgress(long &position, long &duration
     duration = static_cast<long>(playerDuration);
     MOX_LOG(kLogProgress, "position[%ld] duration[%ld]\n", position, duration);
     MOX_LOG(kLogProgress, "this func is ended, result [%d]\n", result);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::GetState(ePvrPlaybackState &state) {
     MOX_LOG(kLogProgress, "m_ePlaybackState[%d]\n", m_ePlaybackState);
     state = m_ePlaybackState;
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::GetMoxHandle(MOXHandle &handle) {
     handle = m_instanceHandle;
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 // --- Recorded file information -------------------------------------------------------------------
@@ -406,62 +393,63 @@ unsigned int CMOXPVRPlayback::GetFileName(std::string &name) {
         name = m_strFileName;
     } catch (const std::bad_alloc &) {
         MOX_LOG(kLogReport, "[FAT] GetFileName | out of memory\n");
-        return mox::kMissing;
+        return moxpvr::kMissing;
     }
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::GetFileType(eRecordedFileType &type) {
-    mox::InformationFile information;
+    moxpvr::InformationFile information;
     const unsigned int result = ReadInformationFile(m_strFileName.c_str(), information);
-    if (result != mox::kSuccess)
+    if (result != moxpvr::kSuccess)
         return result;
     type = E_RECORDED_FILE_TYPE_DTV;
     if (information.IsAnalogue()) {
         MOX_LOG(kLogReport, "[FAT]ATV channel\n");
         type = E_RECORDED_FILE_TYPE_ATV;
     }
-    MOX_LOG(kLogReport, "ChannelType:%d fileType:%d\n", information.ChannelType(), type);
-    return mox::kSuccess;
+    MOX_LOG(kLogReport, "ChannelType:%d fileType:%d\n", static_cast<int>(information.channelType),
+            type);
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::GetPidPropertyByUri(std::string uri, unsigned int &videoPid,
                                                   unsigned int &audioPid, unsigned int &pcrPid) {
-    mox::InformationFile information;
+    moxpvr::InformationFile information;
     const unsigned int result = ReadInformationFile(uri.c_str(), information);
-    if (result != mox::kSuccess)
+    if (result != moxpvr::kSuccess)
         return result;
-    videoPid = information.VideoPid();
-    audioPid = information.AudioPid();
-    pcrPid = information.PcrPid();
-    return mox::kSuccess;
+    videoPid = information.videoPid;
+    audioPid = information.audioPid;
+    pcrPid = information.pcrPid;
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::ReadInformationFile(const char *recording,
-                                                  mox::InformationFile &information,
+                                                  moxpvr::InformationFile &information,
                                                   LogPlace place) const {
     mox::InformationFilePath path;
     if (!path.Derive(recording)) {
         MOX_LOG_AT(place, kLogReport, "the file path of srf is null\n");
-        return mox::kMissing;
+        return moxpvr::kMissing;
     }
     MOX_LOG_AT(place, kLogProgress, "[FAT]|the path of inf file is [%s]\n", path.c_str());
     if (access(path.c_str(), F_OK) != 0) {
         MOX_LOG_AT(place, kLogReport, "the file path of srf is null\n");
-        return mox::kMissing;
+        return moxpvr::kMissing;
     }
     MOX_LOG_AT(place, kLogProgress, "the file path of srf exists\n");
     const mox::RegularFile file = mox::OpenRegularFile(path.c_str());
     if (file == nullptr) {
         MOX_LOG_AT(place, kLogReport, "[FAT]fopen failed [%s]\n", path.c_str());
-        return mox::kMissing;
+        return moxpvr::kMissing;
     }
-    const std::size_t count = information.ReadFrom(file.get());
+    const std::size_t count = mox::ReadInformation(file.get(), information);
     if (count < 1) {
         MOX_LOG_AT(place, kLogReport, "[FAT]fread failed, ret [%d]\n", static_cast<int>(count));
-        return mox::kMissing;
+        return moxpvr::kMissing;
     }
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 // --- Channel changes inside a recording ----------------------------------------------------------
@@ -553,20 +541,20 @@ CMOXPVRPlayback::ResetOutcome CMOXPVRPlayback::ResetChannel(int time, bool bForc
 unsigned int CMOXPVRPlayback::Skip(unsigned char *record) {
     MOX_LOG(kLogProgress, "Skip | this func is started\n");
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     if (WaitsForUnmute()) {
         MOX_LOG(kLogReport, "[ZZZ]Previous CHANNELCHANGED not finished: %d, ignore pause\n", 1);
-        return mox::kSuccess;
+        return moxpvr::kSuccess;
     }
     if (record == nullptr)
-        return mox::kMissing;
-    const WireRecord request(record);
-    const int time = request.I32(4);
-    const Recovery target{request.U32(4), request.F64(8)};
+        return moxpvr::kMissing;
+    const auto request = mox::Read<protocol::Skip>(record);
+    const int time = static_cast<int>(request.time);
+    const Recovery target{request.time, request.rate};
     const bool needUnmute = target.rate != kNormalRate;
     const double rateBefore = m_dRecoverSpeed;
     const ResetOutcome reset = ResetChannel(time, false, needUnmute ? &target : nullptr);
-    int result = mox::kSuccess;
+    int result = moxpvr::kSuccess;
     if (reset.result == kSameChannel) {
         if (needUnmute && reset.isProgrammed)
             WithdrawChannelChange(rateBefore);  // the -1 was the platform's, and counts the same
@@ -618,7 +606,7 @@ bool CMOXPVRPlayback::MayChangeAudioPid() const {
 
 /// @return whether the PID changed and was sent; so for the next two
 bool CMOXPVRPlayback::ApplyPcrPid(unsigned int pid, LogPlace place) {
-    if (pid == m_uPcrPid || pid == kKeepPid)
+    if (pid == m_uPcrPid || pid == moxpvr::kKeepPid)
         return false;
     MOX_LOG_AT(place, kLogReport, "[FAT] set pcr pid[0x%x]\n", pid);
     m_uPcrPid = pid;
@@ -627,7 +615,7 @@ bool CMOXPVRPlayback::ApplyPcrPid(unsigned int pid, LogPlace place) {
 }
 
 bool CMOXPVRPlayback::ApplyVideoPid(unsigned int pid, LogPlace place) {
-    if (pid == m_uVideoPid || pid == kKeepPid)
+    if (pid == m_uVideoPid || pid == moxpvr::kKeepPid)
         return false;
     MOX_LOG_AT(place, kLogReport, "[FAT] set video pid[0x%x]\n", pid);
     m_uVideoPid = pid;
@@ -637,7 +625,7 @@ bool CMOXPVRPlayback::ApplyVideoPid(unsigned int pid, LogPlace place) {
 
 bool CMOXPVRPlayback::ApplyAudioPid(unsigned int pid, LogPlace place) {
     MOX_LOG_AT(place, kLogReport, "m_bAllAudioPidDescrambled %d\n", m_bAllAudioPidDescrambled);
-    if (!MayChangeAudioPid() || pid == m_uAudioPid || pid == kKeepPid)
+    if (!MayChangeAudioPid() || pid == m_uAudioPid || pid == moxpvr::kKeepPid)
         return false;
     MOX_LOG_AT(place, kLogReport, "[FAT] set audio pid[0x%x]\n", pid);
     m_uAudioPid = pid;
@@ -654,7 +642,7 @@ unsigned int CMOXPVRPlayback::SetPidProperty(unsigned int videoPid, unsigned int
     MOX_LOG(kLogReport, "[FAT] SetPidProperty | videoPid[0x%x] audioPid[0x%x] pcrPid[0x%x]\n",
             videoPid, audioPid, pcrPid);
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const bool pcrChanged = ApplyPcrPid(pcrPid);
     const bool videoChanged = ApplyVideoPid(videoPid);
     if (ApplyAudioPid(audioPid)) {
@@ -666,26 +654,26 @@ unsigned int CMOXPVRPlayback::SetPidProperty(unsigned int videoPid, unsigned int
     }
     if (!pcrChanged && !videoChanged)
         MOX_LOG(kLogReport, MOX_LOG_NOTHING_CHANGED);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::SetPidProperty(unsigned int videoPid, unsigned int videoCodecType,
                                              unsigned int audioPid, unsigned int audioCodecType,
                                              unsigned int pcrPid) {
-    constexpr unsigned int kWrongPid = 0xFFFF;
+    constexpr unsigned int kWrongPid = moxpvr::kNoPid16;
     MOX_LOG(kLogProgress, "SetPidProperty | this func is started\n");
     MOX_LOG(kLogReport,
             "[FAT] SetPidProperty | videoPid[0x%x] videoCodecType[%d] audioPid[0x%x] "
             "audioCodecType[%d] pcrPid[0x%x]\n",
             videoPid, videoCodecType, audioPid, audioCodecType, pcrPid);
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     if (videoPid == kWrongPid || audioPid == kWrongPid || pcrPid == kWrongPid) {
         MOX_LOG(kLogReport,
                 "pid is wrong, do nothing. nVideoPid[0x%d][%d] nAudioPid[0x%d][%d] "
                 "nPcrPid[0x%d][%d]\n",
                 videoPid, videoPid, audioPid, audioPid, pcrPid, pcrPid);
-        return mox::kSuccess;
+        return moxpvr::kSuccess;
     }
     const bool pcrChanged = ApplyPcrPid(pcrPid);
     const bool videoChanged = ApplyVideoPid(videoPid);
@@ -703,7 +691,7 @@ unsigned int CMOXPVRPlayback::SetPidProperty(unsigned int videoPid, unsigned int
     }
     if (!pcrChanged && !videoChanged)
         MOX_LOG(kLogReport, MOX_LOG_NOTHING_CHANGED);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 /// An audio stream's codec and sound mode as the stream's properties take them.
@@ -725,7 +713,7 @@ unsigned int CMOXPVRPlayback::SetPidProperty(TSVideo video, TSAudio audio) {
             video.pcrPid);
     const ConvertedAudio converted(audio);
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const bool videoChanged = RememberVideo(video);
     const bool audioChanged = MayChangeAudioPid() && IsAudioChange(audio);
     return ApplyAudio(audio, converted, audioChanged, videoChanged);
@@ -742,9 +730,10 @@ unsigned int CMOXPVRPlayback::SetPidProperty(TSVideo video, TSAudio audio,
             video.pcrPid, selection);
     const ConvertedAudio converted(audio);
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const bool videoChanged = RememberVideo(video);
-    const bool audioChanged = !IsExceptionAudioChangeCase(selection) && audio.pid != kKeepPid16 &&
+    const bool audioChanged = !IsExceptionAudioChangeCase(selection) &&
+                              audio.pid != moxpvr::kKeepPid16 &&
                               (audio.pid != m_uAudioPid || audio.codecType != m_eAudioCodecType);
     return ApplyAudio(audio, converted, audioChanged, videoChanged);
 }
@@ -753,11 +742,11 @@ unsigned int CMOXPVRPlayback::SetPidProperty(TSVideo video, TSAudio audio,
 /// recording's own and replaces what is kept.
 /// @return whether the video stream changed
 bool CMOXPVRPlayback::RememberVideo(const TSVideo &video, LogPlace place) {
-    if (video.pcrPid != m_uPcrPid && video.pcrPid != kKeepPid16) {
+    if (video.pcrPid != m_uPcrPid && video.pcrPid != moxpvr::kKeepPid16) {
         MOX_LOG_AT(place, kLogReport, "[FAT] set pcr pid[0x%x]\n", video.pcrPid);
         m_uPcrPid = video.pcrPid;
     }
-    if (video.pid == kKeepPid16 ||
+    if (video.pid == moxpvr::kKeepPid16 ||
         (video.pid == m_uVideoPid && video.codecType == m_eVideoCodecType))
         return false;
     MOX_LOG_AT(place, kLogReport, "[FAT] set video pid[0x%x]\n", video.pid);
@@ -767,7 +756,7 @@ bool CMOXPVRPlayback::RememberVideo(const TSVideo &video, LogPlace place) {
 }
 
 bool CMOXPVRPlayback::IsAudioChange(const TSAudio &audio, LogPlace place) const {
-    if (audio.pid != m_uAudioPid && audio.pid != kKeepPid16) {
+    if (audio.pid != m_uAudioPid && audio.pid != moxpvr::kKeepPid16) {
         MOX_LOG_AT(place, kLogReport, "[FAT] set audio pid[0x%x]\n", audio.pid);
         return true;
     }
@@ -787,7 +776,7 @@ unsigned int CMOXPVRPlayback::ApplyAudio(const TSAudio &audio, const ConvertedAu
         MOX_LOG_AT(place, kLogReport,
                    "[FAT] SetPidProperty | Video PID changed case. It will be handle by calling "
                    "ResetChannel()\n");
-        return mox::kSuccess;
+        return moxpvr::kSuccess;
     }
     if (audioChanged) {
         MOX_LOG_AT(place, kLogReport,
@@ -803,7 +792,7 @@ unsigned int CMOXPVRPlayback::ApplyAudio(const TSAudio &audio, const ConvertedAu
                "[FAT] SetPidProperty | "
                "TV_PROPERTY_AUDIO_DECODER_MPEG_STEREO_MODE[%d][result:%d]\n",
                converted.stereoMode, result);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 bool CMOXPVRPlayback::IsExceptionAudioChangeCase(EAudioSelectionType selection) {
@@ -829,7 +818,7 @@ unsigned int CMOXPVRPlayback::SetPlaybackProperty(MOXPVRPlaybackProperty propert
             property.videoPid, property.audioPid, property.pcrPid, property.videoType,
             property.audioType);
     if (!HasPlayer())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_stream_set_property(
         m_tv_stream, TV_PROPERTY_PCR_PID, property.pcrPid, TV_PROPERTY_VIDEO_PID, property.videoPid,
         TV_PROPERTY_AUDIO_PID, property.audioPid, TV_PROPERTY_AUDIO_CODEC_TYPE, property.audioType,
@@ -848,14 +837,14 @@ unsigned int CMOXPVRPlayback::GetPidProperty(unsigned int &videoPid, unsigned in
     }
     if (!reading.HasRecord()) {
         MOX_LOG(kLogReport, "[FAT]channel_info_temp is NULL.\n");
-        return mox::kMissing;
+        return moxpvr::kMissing;
     }
     videoPid = reading.info.videoPid;
     audioPid = static_cast<unsigned int>(reading.info.audioPid);
     pcrPid = reading.info.pcrPid;
     MOX_LOG(kLogReport, "[FAT]video pid:0x%x,audio pid:0x%x,pcr pid:0x%x\n", videoPid, audioPid,
             pcrPid);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::Reset(bool audioOnly) {
@@ -866,7 +855,7 @@ unsigned int CMOXPVRPlayback::Reset(bool audioOnly) {
                 "Reset | tv_stream_get_channel_info is called failed, result[%d], "
                 "channel_info[0x%08x]\n",
                 reading.result, mox::Low32(reading.record));
-        return reading.result != 0 ? ToResult(reading.result) : mox::kMissing;
+        return reading.result != 0 ? ToResult(reading.result) : moxpvr::kMissing;
     }
     const TvChannelInfo &info = reading.info;
     MOX_LOG(kLogReport,
@@ -924,7 +913,7 @@ unsigned int CMOXPVRPlayback::SetADProperty(TSAudio ad) {
         MOX_LOG(kLogReport, "[FAT] SetADProperty | audio description enable already\n");
         if (ad.pid == m_uAudioDescPid) {
             MOX_LOG(kLogReport, "[FAT] SetADProperty | Same AD pid has already set before\n");
-            return mox::kSuccess;
+            return moxpvr::kSuccess;
         }
     } else {
         const int enabled = tv_stream_enable_audio_description(m_tv_stream, ad.pid);
@@ -955,7 +944,7 @@ unsigned int CMOXPVRPlayback::SetADProperty(TSAudio ad) {
     m_adEncType = codec;
     MOX_LOG(kLogReport, "[FAT] m_uAudioDescPid[0x%x], m_adEncType[%d]\n", m_uAudioDescPid,
             m_adEncType);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 unsigned int CMOXPVRPlayback::DisableADProperty() {
@@ -973,11 +962,10 @@ unsigned int CMOXPVRPlayback::AllPidDescrambled(void *reply, unsigned int *reply
         MOX_LOG(kLogReport, "all pids are descrambled\n");
     else
         MOX_LOG(kLogReport, "only one audio pid is descrambled\n");
-    mox::ReplyRecord<1> answer;
-    answer.Put(0, m_bAllAudioPidDescrambled ? 1 : 0);
-    build_buf_to_string(answer.data(), answer.size(), reply, replyLength);
+    mox::Answer(protocol::AllPidDescrambledReply{m_bAllAudioPidDescrambled ? 1U : 0U}, reply,
+                replyLength);
     MOX_LOG(kLogProgress, " this func is ended, result [%d]\n", 0);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 // --- Callbacks of the platform player ------------------------------------------------------------
@@ -987,13 +975,13 @@ namespace {
 constexpr int kChannelChanged = 3;  // PVRSYS_EVENT_CHANNELCHANGED
 
 constexpr mox::DetailOf kApplicationDetails[] = {
-    {0, mox::kPlaybackApplication0},
-    {1, mox::kPlaybackApplication1},
+    {0, EventDetail::PlaybackApplication0},
+    {1, EventDetail::PlaybackApplication1},
 };
 
 constexpr mox::DetailOf kErrorDetails[] = {
-    {1, mox::kPlaybackError1},
-    {3, mox::kPlaybackError3},
+    {1, EventDetail::PlaybackError1},
+    {3, EventDetail::PlaybackError3},
 };
 
 }  // namespace
@@ -1037,16 +1025,16 @@ void CMOXPVRPlayback::AppCB(MOXPVRPlaybackCallbackProperty *property) {
 }
 
 void CMOXPVRPlayback::SendApplicationEvent(int type, mox::LogPriority success, LogPlace place) {
-    const mox::EventDetail detail = mox::FindDetail(kApplicationDetails, type);
-    if (detail == mox::kNoDetail) {
+    const EventDetail detail = mox::FindDetail(kApplicationDetails, type);
+    if (detail == EventDetail::None) {
         MOX_LOG_AT(place, kLogReport, "AppCB | Invalid event detail type\n");
         return;
     }
-    mox::EventRecord event(HandleByte(), detail);
-    MOX_LOG_AT(place, kLogProgress, "AppCB | received event, handle [%d] event [%d]\n", event.c0(),
-               event.c1());
-    MOX_LOG_AT(place, kLogProgress, "SIGNAL_PVR_SYS_CHANGE[%d]\n", mox::SIGNAL_PVR_SYS_CHANGE);
-    if (event.SendSysChange())
+    const moxpvr::SysChangeEvent event{HandleByte(), detail};
+    MOX_LOG_AT(place, kLogProgress, "AppCB | received event, handle [%d] event [%d]\n",
+               event.handle, static_cast<int>(event.detail));
+    MOX_LOG_AT(place, kLogProgress, "SIGNAL_PVR_SYS_CHANGE[%d]\n", moxpvr::SIGNAL_PVR_SYS_CHANGE);
+    if (mox::Send(event))
         MOX_LOG_AT(place, success, "AppCB | send event out successfully\n");
     else
         MOX_LOG_AT(place, kLogReport, "AppCB | send event out failure\n");
@@ -1099,10 +1087,11 @@ void CMOXPVRPlayback::UnmuteCB(TVCallbackType type, MOXPVRPlaybackCallbackProper
 
 void CMOXPVRPlayback::SendUnmuteEvent(mox::LogPriority received, mox::LogPriority outcome,
                                       LogPlace place) {
-    mox::EventRecord event(HandleByte(), mox::kPlaybackUnmute);
-    const auto group = static_cast<std::int16_t>(event.c1() << 8 | event.c0());
+    const moxpvr::SysChangeEvent event{HandleByte(), EventDetail::PlaybackUnmute};
+    const auto group =
+        static_cast<std::int16_t>(static_cast<int>(event.detail) << 8 | event.handle);
     MOX_LOG_AT(place, received, "UnmuteCB | received event, event_group[%d]\n", group);
-    if (event.SendSysChange())
+    if (mox::Send(event))
         MOX_LOG_AT(place, outcome, "UnmuteCB | send event out successfully\n");
     else
         MOX_LOG_AT(place, outcome, "UnmuteCB | send event out failed\n");
@@ -1119,15 +1108,15 @@ void CMOXPVRPlayback::ErrorCB(MOXPVRPlaybackCallbackProperty *property) {
 }
 
 void CMOXPVRPlayback::SendErrorEvent(int code, mox::LogPriority outcome, LogPlace place) {
-    const mox::EventDetail detail = mox::FindDetail(kErrorDetails, code);
-    if (detail == mox::kNoDetail) {
+    const EventDetail detail = mox::FindDetail(kErrorDetails, code);
+    if (detail == EventDetail::None) {
         MOX_LOG_AT(place, kLogReport, "[FAT] ErrorCB | Invalid event detail type\n");
         return;
     }
-    mox::EventRecord event(HandleByte(), detail);
+    const moxpvr::SysChangeEvent event{HandleByte(), detail};
     MOX_LOG_AT(place, kLogProgress, "ErrorCB | received event, handle [%d] event [%d]\n",
-               event.c0(), event.c1());
-    if (event.SendSysChange())
+               event.handle, static_cast<int>(event.detail));
+    if (mox::Send(event))
         MOX_LOG_AT(place, outcome, "ErrorCB | send event out successfully\n");
     else
         MOX_LOG_AT(place, outcome, "ErrorCB | send event out failed\n");
@@ -1239,5 +1228,5 @@ CMOXPVRPlayback *CMOXPVRPlaybackMgr::GetPlaybackInstance(MOXHandle handle) {
 
 int CMOXPVRPlaybackMgr::Destroy(MOXHandle handle) {
     m_playbacks.Destroy(handle);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }

@@ -10,12 +10,11 @@
 #include "IMOXPVRPlayback.h"
 #include "InstanceMap.h"
 #include "LogLine.h"
+#include "MoxPvrProtocol.h"
 
 struct _GstMessage;
 
 namespace mox {
-class InformationFile;
-
 /// Monotonic time, for the wait of a channel change.
 using Clock = std::chrono::steady_clock::time_point (*)();
 }  // namespace mox
@@ -23,8 +22,7 @@ using Clock = std::chrono::steady_clock::time_point (*)();
 /// Plays one recording or timeshift buffer through a platform player and its stream, which belong
 /// to the service.
 ///
-/// Operations that take a record read it at the offsets of docs/protocol.md, counted from the
-/// command word; it holds every field that they name.
+/// Operations that take a record get all moxpvr::kRecordSize bytes of it.
 ///
 /// A recording may hold stretches of several channels. While the decoders are set up for another
 /// stretch during trick play, a channel change is under way: the position and the rate to return to
@@ -115,9 +113,8 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     struct Recovery;
     struct ResetOutcome;
 
-    static constexpr unsigned int kNoPid = 0xFFFFFFFF;
-
     bool HasPlayer(mox::LogPlace place = mox::LogPlace::Here()) const;
+    unsigned int OpenChannel(mox::LogPlace place = mox::LogPlace::Here());
     unsigned int ProgramPids(const TvChannelInfo &info, bool isAudioOnly);
     void RememberChannel(const TvChannelInfo &info);
     void BeginChannelChange(const Recovery &recovery);
@@ -141,7 +138,7 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     unsigned int ResetAllCodecs(const TvChannelInfo &info, int audioCodec,
                                 mox::LogPlace place = mox::LogPlace::Here());
 
-    unsigned int ReadInformationFile(const char *recording, mox::InformationFile &information,
+    unsigned int ReadInformationFile(const char *recording, moxpvr::InformationFile &information,
                                      mox::LogPlace place = mox::LogPlace::Here()) const;
 
     unsigned char HandleByte() const { return static_cast<unsigned char>(m_nHandle.load()); }
@@ -162,9 +159,9 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     std::string m_strFileName;
     bool m_bIsTimeshift = false;
     bool m_bIsPastPlayback = false;
-    std::atomic<unsigned int> m_uVideoPid{kNoPid};
-    std::atomic<unsigned int> m_uAudioPid{kNoPid};
-    std::atomic<unsigned int> m_uPcrPid{kNoPid};
+    std::atomic<unsigned int> m_uVideoPid{moxpvr::kNoPid};
+    std::atomic<unsigned int> m_uAudioPid{moxpvr::kNoPid};
+    std::atomic<unsigned int> m_uPcrPid{moxpvr::kNoPid};
     std::atomic<unsigned int> m_eVideoCodecType{0};
     std::atomic<unsigned int> m_eAudioCodecType{0};
     std::atomic<bool> m_bIsAudioChannel{false};
@@ -174,7 +171,7 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     int m_adEncType = -1;
     bool m_bAllAudioPidDescrambled = false;
     bool m_bIsSupportCI = false;
-    std::atomic<unsigned short> m_usChannelVideoPid{0xFFFF};
+    std::atomic<unsigned short> m_usChannelVideoPid{moxpvr::kNoPid16};
     std::atomic<unsigned char> m_ucChannelVideoType{0};
     std::atomic<int> m_nChannelAudioPid{-1};
     std::atomic<double> m_dRecoverSpeed{1.0};

@@ -5,8 +5,6 @@
 #include <tv_stream.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <memory>
 #include <new>
 #include <utility>
@@ -15,22 +13,20 @@
 #include "EventRecord.h"
 #include "GstError.h"
 #include "PlatformLayout.h"
-#include "WireRecord.h"
 
 using mox::kLogProgress;
 using mox::kLogReport;
 using mox::kLogTrace;
 using mox::LogPlace;
-using mox::WireRecord;
+using moxpvr::EventDetail;
+namespace protocol = moxpvr::recorder;
 
 namespace {
 
 constexpr char kBuildStamp[] = "20150109 2204";
 
-constexpr int kMaxPidsOfUpdate = (mox::kRecordSize - 8) / 4;
-
 bool IsPidGiven(unsigned int pid) {
-    return pid != 0 && pid != 0xFFFFFFFF;
+    return pid != 0 && pid != moxpvr::kNoPid;
 }
 
 /// The one callback of every platform recorder; `recorder` is the instance that registered it.
@@ -104,28 +100,24 @@ constexpr mox::ControlCommand<CMOXPVRRecorder> kCommands[] = {
 unsigned int CMOXPVRRecorder::CtrlRecorder(unsigned int inSize, unsigned char *inData,
                                            unsigned int &outSize, unsigned char *outData) {
     if (inData == nullptr)
-        return mox::kBadRequest;
+        return moxpvr::kBadRequest;
     // Bounded, so that a text without its NUL is not read beyond the announced length.
     MOX_LOG(kLogProgress, "CtrlRecorder | inSize[%d] inData[%.*s]\n", inSize,
-            static_cast<int>(std::min(inSize, mox::kMaxRequestText)),
+            static_cast<int>(std::min<std::size_t>(inSize, moxpvr::kMaxRequestText)),
             reinterpret_cast<char *>(inData));
     mox::ControlRequest request;
     if (!request.Decode(inData, inSize))
-        return mox::kBadRequest;
+        return moxpvr::kBadRequest;
     MOX_LOG(kLogProgress, "CtrlRecorder | cmd [%d]\n", request.Command());
     const auto *command = mox::FindCommand(kCommands, request.Command());
     if (command == nullptr) {
         MOX_LOG(kLogReport, "[FAT] CtrlRecorder | error command\n");
-        return mox::kBadRequest;
+        return moxpvr::kBadRequest;
     }
-    if (command->needsReply && outData == nullptr)
-        return mox::kMissing;
-    try {
-        return command->run(*this, {request.record(), outData, &outSize});
-    } catch (const std::bad_alloc &) {
+    const auto result = mox::Run(*command, *this, {request.record(), outData, &outSize});
+    if (!result)
         MOX_LOG(kLogReport, "[FAT] CtrlRecorder | out of memory\n");
-        return mox::kMissing;
-    }
+    return result.value_or(moxpvr::kMissing);
 }
 
 // --- Lifecycle -----------------------------------------------------------------------------------
@@ -147,24 +139,21 @@ bool CMOXPVRRecorder::HasRecorder(LogPlace place) const {
 int CMOXPVRRecorder::SetHandle(unsigned char *record) {
     MOX_LOG(kLogProgress, "SetHandle | this func is started\n");
     if (record == nullptr)
-        return mox::kMissing;
-    const WireRecord request(record);
-    const unsigned char handle = request.U8(4);
-    const unsigned long long serviceId = request.U64(8);
-    const int isSupportCi = request.I32(16);
-    MOX_LOG(kLogProgress, "SetHandle | handle [%d] service_id[%llu] is_support_ci[%d]\n", handle,
-            serviceId, isSupportCi);
-    m_nHandle = handle;
-    m_ullServiceID = serviceId;
-    m_bIsSupportCI = isSupportCi != 0;
-    return mox::kSuccess;
+        return moxpvr::kMissing;
+    const auto request = mox::Read<protocol::SetHandle>(record);
+    MOX_LOG(kLogProgress, "SetHandle | handle [%d] service_id[%llu] is_support_ci[%d]\n",
+            request.handle, static_cast<unsigned long long>(request.serviceId), request.ci);
+    m_nHandle = request.handle;
+    m_ullServiceID = request.serviceId;
+    m_bIsSupportCI = request.ci != 0;
+    return moxpvr::kSuccess;
 }
 
 int CMOXPVRRecorder::SetDuration(unsigned char *record) {
     MOX_LOG(kLogProgress, "SetDuration | this func is started\n");
     if (record == nullptr)
-        return mox::kMissing;
-    const int duration = WireRecord(record).I32(4);
+        return moxpvr::kMissing;
+    const int duration = mox::Read<protocol::SetDuration>(record).duration;
     MOX_LOG(kLogProgress, "SetDuration | duration[%d]\n", duration);
     return tv_stream_set_property(m_handle, TV_PROPERTY_RECORD_DURATION, duration, 0);
 }
@@ -172,7 +161,7 @@ int CMOXPVRRecorder::SetDuration(unsigned char *record) {
 int CMOXPVRRecorder::PreStart() {
     MOX_LOG(kLogReport, "[FAT] PreStart | this func is started\n");
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_recorder_set_playing_state_for_tuner_and_demuxer(m_handle);
     MOX_LOG(kLogReport, "[FAT] PreStart | this func is ended, result [%d]\n", result);
     return result;
@@ -181,7 +170,7 @@ int CMOXPVRRecorder::PreStart() {
 int CMOXPVRRecorder::Start() {
     MOX_LOG(kLogProgress, "Start | this func is started, LAST_MODIFY_DATE[%s]\n", kBuildStamp);
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_recorder_start(m_handle);
     MOX_LOG(kLogProgress, "Start | this func is ended, result [%d]\n", result);
     if (result != 0)
@@ -192,27 +181,26 @@ int CMOXPVRRecorder::Start() {
     else if (sent == Sent::Refused)
         MOX_LOG(kLogReport, "[FAT] Start | send event out with mox-handle failed\n");
     m_eRecordState = E_RECORD_STATE_REC;
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 CMOXPVRRecorder::Sent CMOXPVRRecorder::SendRecorderStarted(LogPlace place) {
     TIEventManager *manager = TIEventManager::Instance();
     if (manager == nullptr)
         return Sent::NoManager;
-    mox::EventRecord event(static_cast<std::uint8_t>(m_eRecordType), mox::kNoDetail);
-    event.SetServiceId(m_ullServiceID);
+    const moxpvr::RecorderStartedEvent event{m_eRecordType, m_ullServiceID};
     MOX_LOG_AT(place, kLogProgress,
                "TIEventManager::Instance()->Send, event[%d], m_ullServiceID[%lld], "
                "eventData.data.c0[%d]\n",
-               mox::SIGNAL_PVR_RECORDER_STARTED, static_cast<long long>(m_ullServiceID),
-               event.c0());
-    return event.SendRecorderStarted(*manager, m_moxHandle) ? Sent::Accepted : Sent::Refused;
+               moxpvr::SIGNAL_PVR_RECORDER_STARTED, static_cast<long long>(m_ullServiceID),
+               static_cast<int>(event.recordType));
+    return mox::Send(event, *manager, m_moxHandle) ? Sent::Accepted : Sent::Refused;
 }
 
 int CMOXPVRRecorder::Pause() {
     MOX_LOG(kLogProgress, "Pause | this func is started\n");
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_recorder_pause(m_handle);
     if (result == 0)
         m_eRecordState = E_RECORD_STATE_PAUSE;
@@ -223,7 +211,7 @@ int CMOXPVRRecorder::Pause() {
 int CMOXPVRRecorder::Resume() {
     MOX_LOG(kLogProgress, "Resume | this func is started\n");
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_recorder_resume(m_handle);
     if (result == 0)
         m_eRecordState = E_RECORD_STATE_REC;
@@ -234,7 +222,7 @@ int CMOXPVRRecorder::Resume() {
 int CMOXPVRRecorder::Stop() {
     MOX_LOG(kLogProgress, "Stop | this func is started\n");
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     const int result = tv_recorder_stop(m_handle);
     MOX_LOG(kLogProgress, "Stop | this func is ended, result [%d]\n", result);
     if (result == 0 && m_bIsSupportCI)
@@ -248,14 +236,14 @@ int CMOXPVRRecorder::GetState(ePvrRecordState &state) {
     MOX_LOG(kLogProgress, "this func is started\n");
     MOX_LOG(kLogProgress, "m_eRecordState[%d]\n", m_eRecordState);
     state = m_eRecordState;
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 int CMOXPVRRecorder::GetServiceId(unsigned long long &serviceId) {
     MOX_LOG(kLogProgress, "this func is started\n");
     serviceId = m_ullServiceID;
     MOX_LOG(kLogProgress, "ullServiceId[%llu]\n", serviceId);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 int CMOXPVRRecorder::GetFileName(std::string &name) {
@@ -265,96 +253,78 @@ int CMOXPVRRecorder::GetFileName(std::string &name) {
         name = m_strFileName;
     } catch (const std::bad_alloc &) {
         MOX_LOG(kLogReport, "[FAT] GetFileName | out of memory\n");
-        return mox::kMissing;
+        return moxpvr::kMissing;
     }
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 int CMOXPVRRecorder::GetMoxHandle(MOXHandle &handle) {
     MOX_LOG(kLogProgress, "this func is called\n");
     handle = m_moxHandle;
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }
 
 // --- Streams -------------------------------------------------------------------------------------
 
-/// The record of SetDemuxProperty.
-struct CMOXPVRRecorder::DemuxRequest {
-    explicit DemuxRequest(unsigned char *record)
-        : audio(WireRecord(record).U32(4)),
-          video(WireRecord(record).U32(8)),
-          pcr(WireRecord(record).U32(12)),
-          isKorean3d(WireRecord(record).U32(16) != 0),
-          subVideo(WireRecord(record).U32(20)),
-          description(WireRecord(record).U32(24)) {}
-
-    bool HasVideo() const { return IsPidGiven(video); }
-    bool HasDescription() const { return IsPidGiven(description); }
-
-    unsigned int audio;
-    unsigned int video;
-    unsigned int pcr;
-    bool isKorean3d;
-    unsigned int subVideo;
-    unsigned int description;  ///< audio description
-};
-
 int CMOXPVRRecorder::SetDemuxProperty(unsigned char *record) {
     MOX_LOG(kLogProgress, "this func is started\n");
     if (!HasRecorder() || record == nullptr)
-        return mox::kMissing;
-    const DemuxRequest pids(record);
-    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | Received demux video pid is 0x%x\n", pids.video);
-    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | audio_pid is 0x%x\n", pids.audio);
-    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | Received demux pcr pid  is 0x%x\n", pids.pcr);
-    const int result = pids.HasVideo() ? SetVideoAndAudioPids(pids) : SetAudioOnlyPids(pids);
+        return moxpvr::kMissing;
+    const auto pids = mox::Read<protocol::SetDemuxProperty>(record);
+    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | Received demux video pid is 0x%x\n",
+            pids.videoPid);
+    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | audio_pid is 0x%x\n", pids.audioPid);
+    MOX_LOG(kLogReport, "[FAT] SetDemuxProperty | Received demux pcr pid  is 0x%x\n", pids.pcrPid);
+    const int result =
+        IsPidGiven(pids.videoPid) ? SetVideoAndAudioPids(pids) : SetAudioOnlyPids(pids);
     MOX_LOG(kLogProgress, "SetDemuxProperty | tv_recorder_set_property, result[%d]\n", result);
     DumpPids(kLogReport, "");
     MOX_LOG(kLogProgress, "SetDemuxProperty | this func is ended, result[%d]\n", result);
     return result;
 }
 
-int CMOXPVRRecorder::SetAudioOnlyPids(const DemuxRequest &pids, LogPlace place) {
+int CMOXPVRRecorder::SetAudioOnlyPids(const protocol::SetDemuxProperty &pids, LogPlace place) {
     // The audio stream carries the clock: it is listed in the place of the PCR PID as well.
-    m_vecDemuxPid.insert(m_vecDemuxPid.end(), {pids.audio, pids.audio});
+    m_vecDemuxPid.insert(m_vecDemuxPid.end(), {pids.audioPid, pids.audioPid});
     MOX_LOG_AT(place, kLogReport,
                "[FAT] ==========audio only, must set audio pid first, then don't set pcr pid, must "
                "not set video pid!===========\n");
-    if (!pids.HasDescription())
-        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio, 0);
+    if (!IsPidGiven(pids.audioDescriptionPid))
+        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_AUDIO_PID, pids.audioPid, 0);
     MOX_LOG_AT(place, kLogReport, "[FAT]there exist audio description pid:0x%x\n",
-               pids.description);
-    return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio,
-                                    TV_RECORDER_PROPERTY_ADD_PID, pids.description, 0);
+               pids.audioDescriptionPid);
+    return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_AUDIO_PID, pids.audioPid,
+                                    TV_RECORDER_PROPERTY_ADD_PID, pids.audioDescriptionPid, 0);
 }
 
-int CMOXPVRRecorder::SetVideoAndAudioPids(const DemuxRequest &pids, LogPlace place) {
-    m_vecDemuxPid.insert(m_vecDemuxPid.end(), {pids.video, pids.pcr, pids.audio});
+int CMOXPVRRecorder::SetVideoAndAudioPids(const protocol::SetDemuxProperty &pids, LogPlace place) {
+    m_vecDemuxPid.insert(m_vecDemuxPid.end(), {pids.videoPid, pids.pcrPid, pids.audioPid});
     MOX_LOG_AT(place, kLogProgress, "normal situation\n");
-    if (pids.isKorean3d) {
-        MOX_LOG_AT(place, kLogReport, "[FAT]it is korea 3d, sub_video_pid:0x%x\n", pids.subVideo);
-        if (pids.HasDescription())
-            return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcr,
-                                            TV_RECORDER_PROPERTY_VIDEO_PID, pids.video,
-                                            TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio,
-                                            TV_RECORDER_PROPERTY_ADD_PID, pids.subVideo,
-                                            TV_RECORDER_PROPERTY_AD_PID, pids.description, 0);
-        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcr,
-                                        TV_RECORDER_PROPERTY_VIDEO_PID, pids.video,
-                                        TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio,
-                                        TV_RECORDER_PROPERTY_ADD_PID, pids.subVideo, 0);
+    if (pids.korean3d != 0) {
+        MOX_LOG_AT(place, kLogReport, "[FAT]it is korea 3d, sub_video_pid:0x%x\n",
+                   pids.subVideoPid);
+        if (IsPidGiven(pids.audioDescriptionPid))
+            return tv_recorder_set_property(
+                m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcrPid, TV_RECORDER_PROPERTY_VIDEO_PID,
+                pids.videoPid, TV_RECORDER_PROPERTY_AUDIO_PID, pids.audioPid,
+                TV_RECORDER_PROPERTY_ADD_PID, pids.subVideoPid, TV_RECORDER_PROPERTY_AD_PID,
+                pids.audioDescriptionPid, 0);
+        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcrPid,
+                                        TV_RECORDER_PROPERTY_VIDEO_PID, pids.videoPid,
+                                        TV_RECORDER_PROPERTY_AUDIO_PID, pids.audioPid,
+                                        TV_RECORDER_PROPERTY_ADD_PID, pids.subVideoPid, 0);
     }
-    if (pids.HasDescription()) {
+    if (IsPidGiven(pids.audioDescriptionPid)) {
         MOX_LOG_AT(place, kLogReport, "[FAT]there exist audio description pid:0x%x\n",
-                   pids.description);
-        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcr,
-                                        TV_RECORDER_PROPERTY_VIDEO_PID, pids.video,
-                                        TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio,
-                                        TV_RECORDER_PROPERTY_ADD_PID, pids.description, 0);
+                   pids.audioDescriptionPid);
+        return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcrPid,
+                                        TV_RECORDER_PROPERTY_VIDEO_PID, pids.videoPid,
+                                        TV_RECORDER_PROPERTY_AUDIO_PID, pids.audioPid,
+                                        TV_RECORDER_PROPERTY_ADD_PID, pids.audioDescriptionPid, 0);
     }
-    return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcr,
-                                    TV_RECORDER_PROPERTY_VIDEO_PID, pids.video,
-                                    TV_RECORDER_PROPERTY_AUDIO_PID, pids.audio, 0);
+    return tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_PCR_PID, pids.pcrPid,
+                                    TV_RECORDER_PROPERTY_VIDEO_PID, pids.videoPid,
+                                    TV_RECORDER_PROPERTY_AUDIO_PID, pids.audioPid, 0);
 }
 
 void CMOXPVRRecorder::DumpPids(mox::LogPriority priority, const char *marker,
@@ -370,15 +340,13 @@ void CMOXPVRRecorder::DumpPids(mox::LogPriority priority, const char *marker,
 int CMOXPVRRecorder::UpdateSi(unsigned char *record) {
     MOX_LOG(kLogTrace, "this func is started\n");
     if (!HasRecorder() || record == nullptr)
-        return mox::kMissing;
-    const WireRecord request(record);
-    const int announced = request.I32(4);
-    const int count = std::min(announced, kMaxPidsOfUpdate);
-    // Room first, so that a PID stands in the list and the set or in neither when memory runs out.
-    m_vecDemuxPid.reserve(m_vecDemuxPid.size() + static_cast<std::size_t>(std::max(count, 0)));
-    int result = mox::kSuccess;
-    for (int i = 0; i < count; ++i) {
-        const unsigned int pid = request.U32(8 + 4 * static_cast<std::size_t>(i));
+        return moxpvr::kMissing;
+    const auto request = mox::Read<protocol::UpdateSi>(record);
+    // Reserve first: a PID enters both list and set, or neither, if memory runs out.
+    m_vecDemuxPid.reserve(m_vecDemuxPid.size() + request.pids.count);
+    int result = moxpvr::kSuccess;
+    for (std::size_t i = 0; i < request.pids.count; ++i) {
+        const unsigned int pid = request.pids.pid[i];
         if (!m_setSiPid.insert(pid).second)
             continue;
         m_vecDemuxPid.push_back(pid);
@@ -386,7 +354,7 @@ int CMOXPVRRecorder::UpdateSi(unsigned char *record) {
         MOX_LOG(kLogReport,
                 "[FAT] tv_recorder_set_property set pid[0x%x] index[%d], pid num [%d], "
                 "result[%d]\n",
-                pid, i, announced, result);
+                pid, static_cast<int>(i), request.count, result);
     }
     DumpPids(kLogTrace, "[FAT] ");
     MOX_LOG(kLogTrace, "this func is ended, result[%d]\n", result);
@@ -397,9 +365,9 @@ int CMOXPVRRecorder::ClearDemuxInfo() {
     MOX_LOG(kLogProgress, "ClearDemuxInfo | this func is started\n");
     DumpPids(kLogReport, "");
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     MOX_LOG(kLogReport, "[FAT] the pid size is [%d]\n", static_cast<int>(m_vecDemuxPid.size()));
-    int result = mox::kSuccess;
+    int result = moxpvr::kSuccess;
     for (const unsigned int pid : m_vecDemuxPid) {
         result = tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_REMOVE_PID, pid, 0);
         MOX_LOG(kLogReport, "[FAT] ClearDemuxInfo | clear pid [%d], result [%d]\n", pid, result);
@@ -411,57 +379,51 @@ int CMOXPVRRecorder::ClearDemuxInfo() {
 }
 
 int CMOXPVRRecorder::SetChannelInfoProperty(unsigned char *record) {
-    constexpr std::size_t kChannelInfo = 4;  // where the channel information begins
     MOX_LOG(kLogProgress, "SetChannelInfoProperty | this func is started\n");
     if (!HasRecorder() || record == nullptr)
-        return mox::kMissing;
-    const WireRecord info(record + kChannelInfo);
-    const int pidDescrambled = info.I32(offsetof(TvChannelInfo, pidDescrambled));
-    MOX_LOG(kLogProgress,
-            "SetChannelInfoProperty | Received channelinfo in req_ptr video pid is 0x%x\n",
-            info.U16(offsetof(TvChannelInfo, videoPid)));
-    MOX_LOG(kLogProgress,
-            "SetChannelInfoProperty | Received channelinfo in req_ptr audio pid is 0x%x\n",
-            info.U32(offsetof(TvChannelInfo, audioPid)));
-    MOX_LOG(kLogProgress,
-            "SetChannelInfoProperty | Received channelinfo in req_ptr pcr pid  is 0x%x\n",
-            info.U16(offsetof(TvChannelInfo, pcrPid)));
-    MOX_LOG(kLogProgress,
-            "SetChannelInfoProperty | Received channelinfo in req_ptr program num  is %d\n",
-            info.U16(offsetof(TvChannelInfo, programNum)));
-    MOX_LOG(kLogProgress, "SetChannelInfoProperty | Received channelinfo in req_ptr major is %d\n",
-            info.U16(offsetof(TvChannelInfo, major)));
-    MOX_LOG(kLogProgress, "SetChannelInfoProperty | Received channelinfo in req_ptr minor is %d\n",
-            info.U16(offsetof(TvChannelInfo, minor)));
-    MOX_LOG(kLogProgress,
-            "SetChannelInfoProperty | Received channelinfo in req_ptr decode_type is %d\n",
-            info.I32(offsetof(TvChannelInfo, audioCodecType)));
-    MOX_LOG(kLogProgress,
-            "SetChannelInfoProperty | Received channelinfo in req_ptr pid_descrambled is %d\n",
-            pidDescrambled);
-    MOX_LOG(kLogProgress,
-            "SetChannelInfoProperty | Received channelinfo in req_ptr audio_mode is %d\n",
-            info.I32(offsetof(TvChannelInfo, multiSoundMode)));
+        return moxpvr::kMissing;
+    auto info = mox::Read<protocol::SetChannelInfoProperty>(record);
+    LogChannelInfo(info);
     const int descrambleMode = TCVConfProvider::GetDescrambleMode();
     MOX_LOG(kLogReport, "iDescrambleMode %d\n", descrambleMode);
-    const bool oneAudioPidOnly = pidDescrambled != 0 && descrambleMode == 1;
-    record[kChannelInfo + offsetof(TvChannelInfo, reserved) + 1] = oneAudioPidOnly ? 1 : 0;
+    const bool oneAudioPidOnly = info.pidDescrambled != 0 && descrambleMode == 1;
     if (oneAudioPidOnly)
         MOX_LOG(kLogReport, "only one audio pid is descrambled\n");
     else
         MOX_LOG(kLogReport, "all pids are descrambled\n");
-    const int result =
-        tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_CHANNEL_INFO,
-                                 reinterpret_cast<TvChannelInfo *>(record + kChannelInfo), 0);
+    // The platform keeps the record as it came, with this one field set.
+    info.oneAudioPid = oneAudioPidOnly ? 1 : 0;
+    moxpvr::Encode(info, record);
+    const int result = tv_recorder_set_property(
+        m_handle, TV_RECORDER_PROPERTY_CHANNEL_INFO,
+        reinterpret_cast<TvChannelInfo *>(record + info.PlatformRecord()), 0);
     MOX_LOG(kLogProgress, "SetChannelInfoProperty | this func is ended, result[%d]\n", result);
     return result;
 }
 
+#define MOX_LOG_RECEIVED(what, value) \
+    MOX_LOG_AT(place, kLogProgress,   \
+               "SetChannelInfoProperty | Received channelinfo in req_ptr " what "\n", value)
+
+void CMOXPVRRecorder::LogChannelInfo(const protocol::SetChannelInfoProperty &info, LogPlace place) {
+    MOX_LOG_RECEIVED("video pid is 0x%x", info.videoPid);
+    MOX_LOG_RECEIVED("audio pid is 0x%x", static_cast<unsigned int>(info.audioPid));
+    MOX_LOG_RECEIVED("pcr pid  is 0x%x", info.pcrPid);
+    MOX_LOG_RECEIVED("program num  is %d", info.programNumber);
+    MOX_LOG_RECEIVED("major is %d", info.major);
+    MOX_LOG_RECEIVED("minor is %d", info.minor);
+    MOX_LOG_RECEIVED("decode_type is %d", info.audioCodec);
+    MOX_LOG_RECEIVED("pid_descrambled is %d", info.pidDescrambled);
+    MOX_LOG_RECEIVED("audio_mode is %d", info.multiSoundMode);
+}
+
+#undef MOX_LOG_RECEIVED
+
 int CMOXPVRRecorder::SetBackgroundAPID(unsigned char *record) {
     MOX_LOG(kLogProgress, "SetBackgroundAPID | this func is started\n");
     if (!HasRecorder() || record == nullptr)
-        return mox::kMissing;
-    const unsigned int audio = WireRecord(record).U32(4);
+        return moxpvr::kMissing;
+    const unsigned int audio = mox::Read<protocol::SetBackgroundAPID>(record).audioPid;
     const int result = tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_AUDIO_PID, audio, 0);
     MOX_LOG(kLogReport, "SetBackgroundAPID | [apid: %d ]\n", audio);
     return result;
@@ -470,11 +432,13 @@ int CMOXPVRRecorder::SetBackgroundAPID(unsigned char *record) {
 int CMOXPVRRecorder::SetATVProperty() {
     MOX_LOG(kLogProgress, "SetATVProperty | this func is started\n");
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     // Analogue channels are digitised onto fixed PIDs.
+    constexpr int kVideoPid = moxpvr::kAnalogueVideoPid;
+    constexpr int kAudioPid = moxpvr::kAnalogueAudioPid;
     const int result = tv_recorder_set_property(
-        m_handle, TV_RECORDER_PROPERTY_VIDEO_PID, 0x40, TV_RECORDER_PROPERTY_AUDIO_PID, 0x41,
-        TV_RECORDER_PROPERTY_PCR_PID, 0x40, TV_RECORDER_PROPERTY_ADD_PID, 0x0,
+        m_handle, TV_RECORDER_PROPERTY_VIDEO_PID, kVideoPid, TV_RECORDER_PROPERTY_AUDIO_PID,
+        kAudioPid, TV_RECORDER_PROPERTY_PCR_PID, kVideoPid, TV_RECORDER_PROPERTY_ADD_PID, 0x0,
         TV_RECORDER_PROPERTY_ADD_PID, 0x20, TV_RECORDER_PROPERTY_ANALOGUE_34, 0,
         TV_RECORDER_PROPERTY_ANALOGUE_52, 0, 0);
     MOX_LOG(kLogProgress, "SetATVProperty | this func is ended, result[%d]\n", result);
@@ -482,45 +446,29 @@ int CMOXPVRRecorder::SetATVProperty() {
 }
 
 int CMOXPVRRecorder::GetTunerIndex(void *reply, unsigned int *replyLength) {
-    mox::ReplyRecord<1> record;
-    record.Put(0, static_cast<std::uint32_t>(m_nTunerIndex));
-    build_buf_to_string(record.data(), record.size(), reply, replyLength);
-    return mox::kSuccess;
+    mox::Answer(protocol::GetTunerIndexReply{m_nTunerIndex}, reply, replyLength);
+    return moxpvr::kSuccess;
 }
 
 // --- Sink, timeshift and progress ----------------------------------------------------------------
 
-namespace {
-
-/// The record of SetSinkProperty and SwapTS2Record.
-struct SinkRequest {
-    explicit SinkRequest(unsigned char *record)
-        : fileName(WireRecord(record).Text(4)),
-          isTimeshift(WireRecord(record).I32(260)),
-          isSegmentRecord(WireRecord(record).I32(264)) {}
-
-    char *fileName;
-    int isTimeshift;
-    int isSegmentRecord;
-};
-
-}  // namespace
-
 int CMOXPVRRecorder::SetSinkProperty(unsigned char *record) {
     MOX_LOG(kLogProgress, "SetSinkProperty | this func is started\n");
     if (!HasRecorder() || record == nullptr)
-        return mox::kMissing;
-    const SinkRequest sink(record);
-    std::string fileName(sink.fileName);
-    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink file name is %s\n", sink.fileName);
+        return moxpvr::kMissing;
+    auto sink = mox::Read<protocol::SetSinkProperty>(record).sink;
+    std::string fileName(sink.path.text);
+    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink file name is %s\n", sink.path.text);
     MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink is_timeshift is %d\n",
             sink.isTimeshift);
     MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink is_segment_record is %d\n",
             sink.isSegmentRecord);
-    m_eRecordType = sink.isTimeshift != 0 ? E_RECORD_TYPE_TIMESHIFT : E_RECORD_TYPE_RECORD;
-    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | m_eRecordType[%d]\n", m_eRecordType);
+    m_eRecordType =
+        sink.isTimeshift != 0 ? moxpvr::RecordType::Timeshift : moxpvr::RecordType::Recording;
+    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | m_eRecordType[%d]\n",
+            static_cast<int>(m_eRecordType));
     const int result = tv_recorder_set_property(
-        m_handle, TV_RECORDER_PROPERTY_FILE_NAME, sink.fileName, TV_RECORDER_PROPERTY_IS_TIMESHIFT,
+        m_handle, TV_RECORDER_PROPERTY_FILE_NAME, sink.path.text, TV_RECORDER_PROPERTY_IS_TIMESHIFT,
         sink.isTimeshift, TV_RECORDER_PROPERTY_IS_SEGMENT_RECORD, sink.isSegmentRecord, 0);
     m_strFileName = std::move(fileName);
     MOX_LOG(kLogProgress, "SetSinkProperty | this func is ended, result[%d]\n", result);
@@ -530,13 +478,11 @@ int CMOXPVRRecorder::SetSinkProperty(unsigned char *record) {
 int CMOXPVRRecorder::SwapTS2Record(unsigned char *record) {
     MOX_LOG(kLogProgress, "SwapTS2Record | this func is started\n");
     if (!HasRecorder() || record == nullptr)
-        return mox::kMissing;
-    const SinkRequest sink(record);
-    std::array<char, mox::kTextFieldSize> fileName{};
-    std::snprintf(fileName.data(), fileName.size(), "%s", sink.fileName);
-    TvRecorderSwap swap{fileName.data(), sink.isTimeshift, sink.isSegmentRecord};
-    m_strFileName = sink.fileName;
-    MOX_LOG(kLogProgress, "SwapTS2Record | Received sink file name is %s,  %s\n", sink.fileName,
+        return moxpvr::kMissing;
+    auto sink = mox::Read<protocol::SwapTS2Record>(record).sink;
+    TvRecorderSwap swap{sink.path.text, sink.isTimeshift, sink.isSegmentRecord};
+    m_strFileName = sink.path.text;
+    MOX_LOG(kLogProgress, "SwapTS2Record | Received sink file name is %s,  %s\n", sink.path.text,
             swap.fileName);
     MOX_LOG(kLogProgress, "SwapTS2Record | Received sink is_timeshift is %d,  %d\n",
             sink.isTimeshift, swap.isTimeshift);
@@ -545,7 +491,7 @@ int CMOXPVRRecorder::SwapTS2Record(unsigned char *record) {
     const int result =
         tv_recorder_set_property(m_handle, TV_RECORDER_PROPERTY_SWAP_TS_TO_RECORD, &swap, 0);
     if (result == 0) {
-        m_eRecordType = E_RECORD_TYPE_TIMESHIFT;
+        m_eRecordType = moxpvr::RecordType::Timeshift;
         const Sent sent = SendRecorderStarted();
         if (sent == Sent::Accepted)
             MOX_LOG(kLogReport, "SwapTS2Record | send event out with mox-handle successfully\n");
@@ -559,15 +505,13 @@ int CMOXPVRRecorder::SwapTS2Record(unsigned char *record) {
 int CMOXPVRRecorder::GetTSDuration(unsigned char *record, void *reply, unsigned int *replyLength) {
     MOX_LOG(kLogProgress, "GetTSDuration | this func is started\n");
     if (!HasRecorder() || record == nullptr)
-        return mox::kMissing;
-    const unsigned int hddSize = WireRecord(record).U32(4);
+        return moxpvr::kMissing;
+    const unsigned int hddSize = mox::Read<protocol::GetTSDuration>(record).diskSize;
     unsigned int duration = 0;
     const int result = tv_recorder_get_timeshift_duration(m_handle, hddSize, &duration);
     MOX_LOG(kLogProgress, "GetTSDuration | hdd_size [%d] timeshift_duration [%d]\n", hddSize,
             duration);
-    mox::ReplyRecord<1> answer;
-    answer.Put(0, duration);
-    build_buf_to_string(answer.data(), answer.size(), reply, replyLength);
+    mox::Answer(protocol::GetTSDurationReply{duration}, reply, replyLength);
     MOX_LOG(kLogProgress, "GetTSDuration | this func is ended, result [%d]\n", result);
     return result;
 }
@@ -575,15 +519,14 @@ int CMOXPVRRecorder::GetTSDuration(unsigned char *record, void *reply, unsigned 
 int CMOXPVRRecorder::GetProgress(void *reply, unsigned int *replyLength) {
     MOX_LOG(kLogProgress, "GetProgress | this func is started\n");
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     long long position = 0;
     long long duration = 0;
     const int result = tv_recorder_get_position(m_handle, &position, &duration);
     MOX_LOG(kLogProgress, "GetProgress | pos[%lld] duration[%lld]\n", position, duration);
-    mox::ReplyRecord<2> answer;
-    answer.Put(0, static_cast<std::uint64_t>(position));
-    answer.Put(1, static_cast<std::uint64_t>(duration));
-    build_buf_to_string(answer.data(), answer.size(), reply, replyLength);
+    mox::Answer(protocol::GetProgressReply{static_cast<std::uint32_t>(position),
+                                           static_cast<std::uint32_t>(duration)},
+                reply, replyLength);
     MOX_LOG(kLogProgress, "GetProgress | this func is ended, result[%d]\n", result);
     return result;
 }
@@ -591,7 +534,7 @@ int CMOXPVRRecorder::GetProgress(void *reply, unsigned int *replyLength) {
 int CMOXPVRRecorder::GetRecordProgress(long &position) {
     MOX_LOG(kLogProgress, "this func is started\n");
     if (!HasRecorder())
-        return mox::kMissing;
+        return moxpvr::kMissing;
     long long recorded = 0;
     long long duration = 0;
     const int result = tv_recorder_get_position(m_handle, &recorded, &duration);
@@ -607,14 +550,14 @@ int CMOXPVRRecorder::GetRecordProgress(long &position) {
 namespace {
 
 constexpr mox::DetailOf kApplicationDetails[] = {
-    {2, mox::kRecorderApplication2},
-    {4, mox::kRecorderApplication4},
+    {2, EventDetail::RecorderApplication2},
+    {4, EventDetail::RecorderApplication4},
 };
 
 constexpr mox::DetailOf kErrorDetails[] = {
-    {0, mox::kRecorderError0},
-    {2, mox::kRecorderError2},
-    {4, mox::kRecorderError4},
+    {0, EventDetail::RecorderError0},
+    {2, EventDetail::RecorderError2},
+    {4, EventDetail::RecorderError4},
 };
 
 }  // namespace
@@ -628,18 +571,15 @@ void CMOXPVRRecorder::AppCB(GstMessage *message) {
     const int type = mox::MessageField(message, "app_type");
     const int param = mox::MessageField(message, "app_param");
     MOX_LOG(kLogProgress, "AppCB | event type [%d]\n", type);
-    const mox::EventDetail detail = mox::FindDetail(kApplicationDetails, type);
-    if (detail == mox::kNoDetail) {
+    const EventDetail detail = mox::FindDetail(kApplicationDetails, type);
+    if (detail == EventDetail::None) {
         MOX_LOG(kLogReport, "[FAT] AppCB | Invalid event detail type\n");
         return;
     }
-    mox::EventRecord event(m_nHandle, detail);
-    event.SetWord(1, param);
-    event.SetWord(2, -1);
-    event.SetWord(3, -1);
+    const moxpvr::SysChangeEvent event{m_nHandle, detail, param, -1, -1};
     MOX_LOG(kLogProgress, "AppCB | app_type[%d] app_param[%d], c0[%d] c1[%d] L1[%d]\n", type, param,
-            event.c0(), event.c1(), param);
-    if (event.SendSysChange())
+            event.handle, static_cast<int>(event.detail), event.parameter);
+    if (mox::Send(event))
         MOX_LOG(kLogProgress, "AppCB | send event out successfully\n");
     else
         MOX_LOG(kLogReport, "[FAT] AppCB | send event failed\n");
@@ -657,15 +597,15 @@ void CMOXPVRRecorder::ErrorCB(GstMessage *message) {
         return;
     g_printerr("ErrorCB | Error received from element %s: %s\n", error.elementName(), error.text());
     MOX_LOG(kLogProgress, "ErrorCB | error code is [%d]\n", error.code());
-    const mox::EventDetail detail = mox::FindDetail(kErrorDetails, error.code());
-    if (detail == mox::kNoDetail) {
+    const EventDetail detail = mox::FindDetail(kErrorDetails, error.code());
+    if (detail == EventDetail::None) {
         MOX_LOG(kLogReport, "[FAT] ErrorCB | Invalid event detail type\n");
         return;
     }
-    mox::EventRecord event(m_nHandle, detail);
-    MOX_LOG(kLogProgress, "ErrorCB | received event, handle [%d] event [%d]\n", event.c0(),
-            event.c1());
-    if (event.SendSysChange())
+    const moxpvr::SysChangeEvent event{m_nHandle, detail};
+    MOX_LOG(kLogProgress, "ErrorCB | received event, handle [%d] event [%d]\n", event.handle,
+            static_cast<int>(event.detail));
+    if (mox::Send(event))
         MOX_LOG(kLogProgress, "ErrorCB | send event out successfully\n");
     else
         MOX_LOG(kLogReport, "[FAT] ErrorCB | send event out failed\n");
@@ -684,12 +624,10 @@ void CMOXPVRRecorder::AsmCB(TvStreamAsmSoundCommand *command) {
         MOX_LOG(kLogProgress, "Unknown TvStreamAsmSoundCommand\n");
         return;
     }
-    mox::EventRecord event(m_nHandle, mox::kRecorderSoundCommand2);
-    event.SetWord(2, -1);
-    event.SetWord(3, -1);
+    const moxpvr::SysChangeEvent event{m_nHandle, EventDetail::RecorderSoundCommand2, 0, -1, -1};
     MOX_LOG(kLogProgress, "AsmCB | eTvStreamAsmSoundCommand[%d], c0[%d] c1[%d] L1[%d]\n",
-            command->command, event.c0(), event.c1(), 0);
-    if (event.SendSysChange())
+            command->command, event.handle, static_cast<int>(event.detail), event.parameter);
+    if (mox::Send(event))
         MOX_LOG(kLogProgress, "AsmCB | send event out successfully\n");
     else
         MOX_LOG(kLogReport, "[FAT] AsmCB | send event failed\n");
@@ -703,11 +641,12 @@ void CMOXPVRRecorder::DoTvpCallback(TVCallbackType /*type*/, void * /*data*/, vo
 int CMOXPVRRecorder::RecordInformPowerChange(unsigned char *record) {
     MOX_LOG(kLogProgress, "this func is started\n");
     if (!HasRecorder())
-        return mox::kBadRequest;
+        return moxpvr::kBadRequest;
     if (record == nullptr)
-        return mox::kMissing;
-    MOX_LOG(kLogProgress, "power state [%d]\n", WireRecord(record).I32(4));
-    return mox::kSuccess;
+        return moxpvr::kMissing;
+    MOX_LOG(kLogProgress, "power state [%d]\n",
+            mox::Read<protocol::RecordInformPowerChange>(record).powerState);
+    return moxpvr::kSuccess;
 }
 
 // --- Registry ------------------------------------------------------------------------------------
@@ -756,5 +695,5 @@ CMOXPVRRecorder *CMOXPVRRecorderMgr::GetRecorderInstance(MOXHandle handle) {
 
 int CMOXPVRRecorderMgr::Destroy(MOXHandle handle) {
     m_recorders.Destroy(handle);
-    return mox::kSuccess;
+    return moxpvr::kSuccess;
 }

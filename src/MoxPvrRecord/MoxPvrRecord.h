@@ -11,6 +11,7 @@
 #include "IMOXPVRRecorder.h"
 #include "InstanceMap.h"
 #include "LogLine.h"
+#include "MoxPvrProtocol.h"
 
 struct _GstMessage;
 
@@ -18,10 +19,9 @@ struct _GstMessage;
 /// the platform recorder belongs to the service and is never started, stopped or freed other than
 /// by the service's own requests.
 ///
-/// Operations that take a record read it at the offsets of docs/protocol.md, counted from the
-/// command word; it holds every field that they name. They answer 0, 1 for a missing platform
-/// recorder or record, or the platform's own result. None refuses because of the state: the
-/// platform decides whether a call makes sense.
+/// Operations that take a record get all moxpvr::kRecordSize bytes of it. They answer 0, 1 for a
+/// missing platform recorder or record, or the platform's own result. None refuses because of the
+/// state: the platform decides whether a call makes sense.
 ///
 /// Threads: operations come from one thread at a time. AppCB, ErrorCB and AsmCB run on the platform
 /// recorder's thread; they read the handle number only.
@@ -74,22 +74,18 @@ class CMOXPVRRecorder : public IMOXPVRRecorder {
     int RecordInformPowerChange(unsigned char *record);
 
   private:
-    /// What the service is told with the start event.
-    enum eRecordType : unsigned int {
-        E_RECORD_TYPE_NONE = 0,
-        E_RECORD_TYPE_RECORD = 1,
-        E_RECORD_TYPE_TIMESHIFT = 3,  ///< also a recording that was one
-    };
-
-    struct DemuxRequest;
     enum class Sent { NoManager, Accepted, Refused };
 
     bool HasRecorder(mox::LogPlace place = mox::LogPlace::Here()) const;
     Sent SendRecorderStarted(mox::LogPlace place = mox::LogPlace::Here());
     void DumpPids(mox::LogPriority priority, const char *marker,
                   mox::LogPlace place = mox::LogPlace::Here()) const;
-    int SetAudioOnlyPids(const DemuxRequest &pids, mox::LogPlace place = mox::LogPlace::Here());
-    int SetVideoAndAudioPids(const DemuxRequest &pids, mox::LogPlace place = mox::LogPlace::Here());
+    static void LogChannelInfo(const moxpvr::recorder::SetChannelInfoProperty &info,
+                               mox::LogPlace place = mox::LogPlace::Here());
+    int SetAudioOnlyPids(const moxpvr::recorder::SetDemuxProperty &pids,
+                         mox::LogPlace place = mox::LogPlace::Here());
+    int SetVideoAndAudioPids(const moxpvr::recorder::SetDemuxProperty &pids,
+                             mox::LogPlace place = mox::LogPlace::Here());
 
     std::atomic<unsigned char> m_nHandle{0};
     MOXHandle m_moxHandle;
@@ -100,7 +96,7 @@ class CMOXPVRRecorder : public IMOXPVRRecorder {
     unsigned long long m_ullServiceID = 0;
     std::vector<unsigned int> m_vecDemuxPid;  ///< in the order programmed, duplicates included
     std::set<unsigned int> m_setSiPid;        ///< added by updates since the last clear
-    eRecordType m_eRecordType = E_RECORD_TYPE_NONE;
+    moxpvr::RecordType m_eRecordType = moxpvr::RecordType::None;  ///< told with the start event
     bool m_bIsSupportCI = false;
 };
 
