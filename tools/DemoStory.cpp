@@ -11,7 +11,6 @@
 #include "Failure.h"
 #include "PacketFile.h"
 #include "PlayerText.h"
-#include "Requests.h"
 #include "RequestText.h"
 #include "TimeText.h"
 
@@ -91,7 +90,7 @@ bool IsSetTo(const tvdesktop::PlayerState &state, const Service &service) {
                      : state.videoPid == video;
 }
 
-bool Contains(const std::vector<tvdesktop::Event> &events, Detail detail) {
+bool Contains(const std::vector<tvdesktop::Event> &events, EventDetail detail) {
     return std::any_of(events.begin(), events.end(),
                        [&](const tvdesktop::Event &event) { return IsDetail(event, detail); });
 }
@@ -300,8 +299,7 @@ void DemoStory::Chapter(const std::string &title) {
 }
 
 void DemoStory::Narrate(const Request &request, const Reply &reply) {
-    const bool isProgress = request.command == (request.target == Target::Recorder ? 10U : 9U);
-    if (isProgress)
+    if (request.name == std::string("GetProgress"))
         return;
     m_console.terminal.Line("  request " + RequestText(request) +
                             (reply.result == 0 ? "" : "  result " + std::to_string(reply.result)));
@@ -358,7 +356,7 @@ bool DemoStory::WatchUntil(Playing &playing, std::int64_t positionMs) {
     });
 }
 
-bool DemoStory::WatchFor(Playing &playing, Detail detail) {
+bool DemoStory::WatchFor(Playing &playing, EventDetail detail) {
     return Watch(playing, [&](const Events &events) { return Contains(events, detail); });
 }
 
@@ -371,16 +369,19 @@ bool DemoStory::WatchForUnmute(Playing &playing, const Service &broadcast) {
 // --- Expectations --------------------------------------------------------------------------------
 
 void DemoStory::ExpectStart(const std::string &what, int recordType, const Service &broadcast) {
-    const auto started = std::find_if(
-        m_events.begin(), m_events.end(),
-        [](const tvdesktop::Event &event) { return event.number == kRecorderStarted; });
-    m_report.Expect(what,
-                    "event 32769, type " + std::to_string(recordType) + ", service " +
-                        std::to_string(broadcast.id),
-                    started == m_events.end()
-                        ? "no event"
-                        : "event 32769, type " + std::to_string(FirstByte(*started)) +
-                              ", service " + std::to_string(StartedServiceId(*started)));
+    const auto text = [](std::int64_t type, std::uint64_t service) {
+        return "event 32769, type " + std::to_string(type) + ", service " + std::to_string(service);
+    };
+    const auto started =
+        std::find_if(m_events.begin(), m_events.end(), [](const tvdesktop::Event &event) {
+            return event.number == moxpvr::SIGNAL_PVR_RECORDER_STARTED;
+        });
+    std::string seen = "no event";
+    if (started != m_events.end()) {
+        const moxpvr::RecorderStartedEvent event = StartedOf(*started);
+        seen = text(static_cast<int>(event.recordType), event.serviceId);
+    }
+    m_report.Expect(what, text(recordType, broadcast.id), seen);
 }
 
 void DemoStory::ExpectPids(const std::string &path, const std::vector<Service> &recorded) {

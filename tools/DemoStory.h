@@ -57,7 +57,7 @@ class DemoStory {
     /// @return whether it is over
     bool Watch(Playing &playing, const Ending &isOver);
     bool WatchUntil(Playing &playing, std::int64_t positionMs);
-    bool WatchFor(Playing &playing, Detail detail);
+    bool WatchFor(Playing &playing, EventDetail detail);
     /// Waits for an unmute while the decoders are set to a service.
     bool WatchForUnmute(Playing &playing, const tvdesktop::Service &broadcast);
 

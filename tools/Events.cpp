@@ -5,7 +5,7 @@ namespace tool {
 namespace {
 
 struct DetailWords {
-    Detail detail;
+    EventDetail detail;
     const char *words;
     const char *failure;  ///< the sentence to end with, or null
 };
@@ -14,46 +14,48 @@ constexpr DetailWords kDetails[] = {
     {kEndReached, "end of the recording", nullptr},
     {kBeginningReached, "beginning of the recording", nullptr},
     {kUnmuted, "decoder unmuted", nullptr},
-    {kPlaybackError1, "source failed", "the recording cannot be read, or became shorter"},
-    {kPlaybackError3, "nothing to decode", "nothing in the recording can be decoded"},
+    {EventDetail::PlaybackError1, "source failed",
+     "the recording cannot be read, or became shorter"},
+    {EventDetail::PlaybackError3, "nothing to decode", "nothing in the recording can be decoded"},
     {kRecordingBegan, "first packets written", nullptr},
     {kRecordingEnded, "end of the recording", nullptr},
     {kSourceFailed, "source failed", "The source cannot be read any further."},
     {kSinkFailed, "sink failed", "The recording cannot be written any further."},
     {kDiskFull, "disk full", "The disk is full: the recording ends here."},
-    {kSoundCommand, "sound command", nullptr},
+    {EventDetail::RecorderSoundCommand2, "sound command", nullptr},
 };
 
-std::int32_t Word(const tvdesktop::Event &event, std::size_t offset) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 4; i-- > 0;)
-        value = value << 8 | event.record.at(offset + i);
-    return static_cast<std::int32_t>(value);
+template <typename Record>
+Record FieldsOf(const tvdesktop::Event &event) {
+    Record record;
+    moxpvr::Decode(event.record.data(), event.record.size(), record);
+    return record;
 }
 
 const DetailWords *WordsOf(const tvdesktop::Event &event) {
-    if (event.number != kSysChange)
-        return nullptr;
     for (const DetailWords &words : kDetails)
-        if (event.record[1] == words.detail)
+        if (IsDetail(event, words.detail))
             return &words;
     return nullptr;
 }
 
 std::string SysChangeText(const tvdesktop::Event &event) {
     const DetailWords *known = WordsOf(event);
-    std::string text = "31 SIGNAL_PVR_SYS_CHANGE, detail " + std::to_string(event.record[1]) +
-                       " (" + (known != nullptr ? known->words : "unknown") + "), handle " +
-                       std::to_string(FirstByte(event));
-    if (const std::int32_t parameter = Word(event, 4); parameter != 0)
-        text += ", parameter " + std::to_string(parameter);
+    const auto fields = FieldsOf<moxpvr::SysChangeEvent>(event);
+    std::string text = std::to_string(event.number) + ' ' + fields.Name() + ", detail " +
+                       std::to_string(static_cast<int>(fields.detail)) + " (" +
+                       (known != nullptr ? known->words : "unknown") + "), handle " +
+                       std::to_string(fields.handle);
+    if (fields.parameter != 0)
+        text += ", parameter " + std::to_string(fields.parameter);
     return text;
 }
 
 std::string RecorderStartedText(const tvdesktop::Event &event) {
-    std::string text = "32769 SIGNAL_PVR_RECORDER_STARTED, record type " +
-                       std::to_string(FirstByte(event)) + ", service " +
-                       std::to_string(StartedServiceId(event));
+    const moxpvr::RecorderStartedEvent fields = StartedOf(event);
+    std::string text = std::to_string(event.number) + ' ' + fields.Name() + ", record type " +
+                       std::to_string(static_cast<int>(fields.recordType)) + ", service " +
+                       std::to_string(fields.serviceId);
     if (event.handle)
         text += ", instance (" + std::to_string(event.handle->profileId) + ", " +
                 std::to_string(event.handle->subId) + ")";
@@ -62,19 +64,13 @@ std::string RecorderStartedText(const tvdesktop::Event &event) {
 
 }  // namespace
 
-bool IsDetail(const tvdesktop::Event &event, Detail detail) {
-    return event.number == kSysChange && event.record[1] == detail;
+bool IsDetail(const tvdesktop::Event &event, EventDetail detail) {
+    return event.number == moxpvr::SIGNAL_PVR_SYS_CHANGE &&
+           FieldsOf<moxpvr::SysChangeEvent>(event).detail == detail;
 }
 
-int FirstByte(const tvdesktop::Event &event) {
-    return event.record[0];
-}
-
-std::uint64_t StartedServiceId(const tvdesktop::Event &event) {
-    std::uint64_t id = 0;
-    for (std::size_t i = 8; i-- > 0;)
-        id = id << 8 | event.record.at(8 + i);
-    return id;
+moxpvr::RecorderStartedEvent StartedOf(const tvdesktop::Event &event) {
+    return FieldsOf<moxpvr::RecorderStartedEvent>(event);
 }
 
 std::string FailureText(const tvdesktop::Event &event) {
@@ -84,9 +80,9 @@ std::string FailureText(const tvdesktop::Event &event) {
 
 std::string EventText(const tvdesktop::Event &event) {
     switch (event.number) {
-        case kSysChange:
+        case moxpvr::SIGNAL_PVR_SYS_CHANGE:
             return SysChangeText(event);
-        case kRecorderStarted:
+        case moxpvr::SIGNAL_PVR_RECORDER_STARTED:
             return RecorderStartedText(event);
         default:
             return std::to_string(event.number) + " (unknown event)";

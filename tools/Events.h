@@ -3,37 +3,31 @@
 #ifndef TOOLS_EVENTS_H
 #define TOOLS_EVENTS_H
 
+#include <MoxPvrProtocol.h>
 #include <TvDesktop.h>
 
-#include <cstdint>
 #include <string>
 
 namespace tool {
 
-inline constexpr int kSysChange = 31;
-inline constexpr int kRecorderStarted = 32769;
+using moxpvr::EventDetail;
 
-/// Detail codes of SIGNAL_PVR_SYS_CHANGE (byte 1 of the record).
-enum Detail : int {
-    kEndReached = 1,
-    kBeginningReached = 2,
-    kUnmuted = 3,
-    kPlaybackError1 = 51,
-    kPlaybackError3 = 52,
-    kRecordingBegan = 101,
-    kRecordingEnded = 102,
-    kSourceFailed = 151,
-    kSinkFailed = 152,
-    kDiskFull = 153,
-    kSoundCommand = 154,
-};
+/// @name Detail codes, as the desktop stand-in means them
+/// @{
+inline constexpr auto kEndReached = EventDetail::PlaybackApplication0;
+inline constexpr auto kBeginningReached = EventDetail::PlaybackApplication1;
+inline constexpr auto kUnmuted = EventDetail::PlaybackUnmute;
+inline constexpr auto kRecordingBegan = EventDetail::RecorderApplication2;
+inline constexpr auto kRecordingEnded = EventDetail::RecorderApplication4;
+inline constexpr auto kSourceFailed = EventDetail::RecorderError0;
+inline constexpr auto kSinkFailed = EventDetail::RecorderError2;
+inline constexpr auto kDiskFull = EventDetail::RecorderError4;
+/// @}
 
-bool IsDetail(const tvdesktop::Event &event, Detail detail);
+bool IsDetail(const tvdesktop::Event &event, EventDetail detail);
 
-/// Handle number, or the record type of SIGNAL_PVR_RECORDER_STARTED.
-int FirstByte(const tvdesktop::Event &event);
-/// Service id of SIGNAL_PVR_RECORDER_STARTED.
-std::uint64_t StartedServiceId(const tvdesktop::Event &event);
+/// @return what a SIGNAL_PVR_RECORDER_STARTED carries
+moxpvr::RecorderStartedEvent StartedOf(const tvdesktop::Event &event);
 
 /// @return the sentence for an event that ends a recording or a playback badly, empty for others
 std::string FailureText(const tvdesktop::Event &event);

@@ -13,18 +13,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t kFileSize = 10645;
 constexpr std::size_t kNameWidth = 64;
-constexpr std::size_t kVideoPidOffset = 798;
-constexpr std::size_t kPcrPidOffset = 802;
-constexpr std::size_t kAudioPidOffset = 806;
-constexpr std::size_t kChannelTypeOffset = 824;
-
-template <typename Value>
-void PutLittleEndian(std::vector<std::uint8_t> &bytes, std::size_t offset, Value value) {
-    for (std::size_t i = 0; i < sizeof value; ++i)
-        bytes[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
-}
 
 bool ContinuesCharacter(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
@@ -53,13 +42,10 @@ std::string InformationPath(const std::string &recording) {
 }
 
 std::vector<std::uint8_t> EncodeInformation(const RecordingInformation &information) {
-    std::vector<std::uint8_t> bytes(kFileSize);
+    std::vector<std::uint8_t> bytes(moxpvr::InformationFile::Size());
+    moxpvr::Encode(information.fields, bytes.data());
     const std::string name = CutToField(information.serviceName);
     std::copy(name.begin(), name.end(), bytes.begin());
-    PutLittleEndian(bytes, kVideoPidOffset, information.videoPid);
-    PutLittleEndian(bytes, kPcrPidOffset, information.pcrPid);
-    PutLittleEndian(bytes, kAudioPidOffset, information.audioPid);
-    PutLittleEndian(bytes, kChannelTypeOffset, information.channelType);
     return bytes;
 }
 

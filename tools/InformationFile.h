@@ -3,29 +3,20 @@
 #ifndef TOOLS_INFORMATIONFILE_H
 #define TOOLS_INFORMATIONFILE_H
 
+#include <MoxPvrProtocol.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace tool {
 
-/// What the tool knows of a recording when it starts.
-///
-/// Layout of the file, 10645 bytes, little-endian, every byte that is not named is 0:
-///
-/// | Offset | Width | Field |
-/// |-------:|------:|-------|
-/// |     0  |   64  | name of the service, UTF-8, NUL-terminated (written by this tool only) |
-/// |   798  |    4  | video PID, 0xFFFFFFFF without video |
-/// |   802  |    4  | PCR PID |
-/// |   806  |    4  | audio PID, 0xFFFFFFFF without audio |
-/// |   824  |    2  | ChannelType: 1 and 3 analogue, every other value digital |
+/// What the tool knows of a recording when it starts: what the library reads of it, and in bytes 0
+/// to 63, which the library leaves to the service, the name of the service in UTF-8,
+/// NUL-terminated.
 struct RecordingInformation {
     std::string serviceName;  ///< cut at a character boundary when it does not fit
-    std::uint32_t videoPid = 0xFFFFFFFF;
-    std::uint32_t pcrPid = 0xFFFFFFFF;
-    std::uint32_t audioPid = 0xFFFFFFFF;
-    std::uint16_t channelType = 0;
+    moxpvr::InformationFile fields;
 };
 
 /// Path of the information file: the last three letters of the recording's path replaced by "inf".

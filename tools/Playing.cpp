@@ -8,7 +8,7 @@
 #include "Events.h"
 #include "Failure.h"
 #include "MoxPvr.h"
-#include "Requests.h"
+#include "Request.h"
 
 namespace tool {
 
@@ -36,45 +36,45 @@ Playing::Playing(PvrService &service, const tvdesktop::PlayerOptions &options)
 
 void Playing::Open(const Source &source) {
     m_path = source.path;
-    m_service.Do(playback::SetHandle(kPlayerNumber));
-    m_service.Do(
-        playback::SetProperty(source.path, RequestTime(source.fromMs), source.isTimeshift));
-    m_service.Do(playback::Reset());  // SetProperty programs PIDs, this one their codecs
+    m_service.Do(playback::SetHandle{kPlayerNumber});
+    m_service.Do(playback::SetProperty{PathField(source.path), RequestTime(source.fromMs),
+                                       source.isTimeshift ? 1 : 0});
+    m_service.Do(playback::Reset{});  // SetProperty programs PIDs, this one their codecs
 }
 
 void Playing::ForceVideoPid(std::uint32_t pid) {
-    Require(mox_pvr_set_playback_pid_property(nullptr, pid, kKeepPid, kKeepPid),
+    Require(mox_pvr_set_playback_pid_property(nullptr, pid, moxpvr::kKeepPid, moxpvr::kKeepPid),
             "Programming the video PID");
 }
 
 void Playing::Start() {
-    m_service.Do(playback::Start());
+    m_service.Do(playback::Start{});
 }
 
 void Playing::Stop() {
-    m_service.Do(playback::Stop());
+    m_service.Do(playback::Stop{});
 }
 
 void Playing::Pause() {
-    m_service.Do(playback::Pause());
+    m_service.Do(playback::Pause{});
 }
 
 void Playing::Resume() {
-    m_service.Do(playback::Resume());
+    m_service.Do(playback::Resume{});
 }
 
 void Playing::Step() {
-    m_service.Do(playback::StepFrame());
+    m_service.Do(playback::StepFrame{});
 }
 
 bool Playing::SetRate(double rate) {
     const auto now = static_cast<std::uint32_t>(RequestTime(GetProgress().positionMs));
-    m_service.Do(playback::TrickPlay(now, rate));
+    m_service.Do(playback::TrickPlay{now, rate});
     return State().rate == rate;
 }
 
 void Playing::SkipTo(std::int64_t positionMs) {
-    m_service.Do(playback::Skip(RequestTime(positionMs), State().rate));
+    m_service.Do(playback::Skip{static_cast<std::uint32_t>(RequestTime(positionMs)), State().rate});
 }
 
 bool Playing::EnableAudioDescription() {

@@ -10,15 +10,15 @@
 #include <vector>
 
 #include "InformationFile.h"
-#include "Requests.h"
+#include "Request.h"
 #include "Service.h"
 
 namespace tool {
 
 /// What of a service is recorded: its main streams, and everything else of it.
 struct StreamSelection {
-    DemuxPids demux;                ///< command 2
-    std::vector<std::uint32_t> si;  ///< command 12: PAT, PMT and the other elementary streams
+    recorder::SetDemuxProperty demux;
+    std::vector<std::uint32_t> si;  ///< for an update: PAT, PMT and the other elementary streams
 };
 
 /// @throws Failure for a service with neither video nor audio
@@ -33,6 +33,12 @@ std::vector<tvdesktop::Service> ServicesOf(const std::string &input);
 /// @return "Mox One (service 1)"
 std::string TitleOf(const tvdesktop::Service &service);
 
+/// Where a recorder writes.
+struct SinkFile {
+    std::string path;  ///< at most 255 bytes
+    bool isTimeshift = false;
+};
+
 /// Owns the service's recorder from construction to destruction.
 ///
 /// Threads: thread-bound. Requests that fail throw Failure.
@@ -45,7 +51,7 @@ class Recording {
 
     /// Programs the sink and the streams and starts.
     /// @param durationMs  stream time after which the recording ends by itself
-    void Begin(const tvdesktop::Service &broadcast, const Sink &sink,
+    void Begin(const tvdesktop::Service &broadcast, const SinkFile &sink,
                std::optional<std::int64_t> durationMs = std::nullopt);
     /// Follows a change to another service; the recording goes on.
     void ChangeTo(const tvdesktop::Service &broadcast);

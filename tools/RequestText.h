@@ -5,11 +5,12 @@
 
 #include <string>
 
-#include "RequestBuilder.h"
+#include "Request.h"
 
 namespace tool {
 
-/// @return "TrickPlay  time 00:04.0, rate -4x": the operation and what its record says
+/// @return "TrickPlay  time 00:04.0, rate -4x": the operation and the fields of its record, without
+///         flags that are not set and streams that do not exist
 std::string RequestText(const Request &request);
 
 }  // namespace tool

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "Failure.h"
-#include "Requests.h"
 
 namespace tool {
 
@@ -33,13 +32,12 @@ std::vector<std::uint8_t> Decode(unsigned char *text, unsigned int length) {
     return record;
 }
 
-std::int32_t Word(const Reply &reply, std::size_t offset) {
-    if (reply.record.size() < offset + 4)
-        return 0;
-    std::uint32_t value = 0;
-    for (std::size_t i = 4; i-- > 0;)
-        value = value << 8 | reply.record[offset + i];
-    return static_cast<std::int32_t>(value);
+/// Progress comes as the low 32 bits, which are signed here: a playback may be ahead of its start.
+template <typename Fields>
+Progress ProgressOf(const Reply &reply) {
+    Fields fields;
+    moxpvr::Decode(reply.record.data(), reply.record.size(), fields);
+    return {static_cast<std::int32_t>(fields.position), static_cast<std::int32_t>(fields.duration)};
 }
 
 struct ResultWords {
@@ -176,18 +174,16 @@ std::string PvrService::FailureText(const Request &request, const Reply &reply) 
     const std::string known = isRecorder ? RecorderFailure() : "";
     if (!known.empty() && IsAboutFiles(reply.result))
         words = known;
-    return std::string(CommandName(request.target, request.command)) + " failed: " + words +
-           " (result " + std::to_string(reply.result) + ").";
+    return std::string(request.name) + " failed: " + words + " (result " +
+           std::to_string(reply.result) + ").";
 }
 
 Progress PvrService::RecorderProgress() {
-    const Reply reply = Send(recorder::GetProgress());
-    return {Word(reply, 0), Word(reply, 4)};
+    return ProgressOf<recorder::GetProgressReply>(Send(recorder::GetProgress{}));
 }
 
 Progress PvrService::PlaybackProgress() {
-    const Reply reply = Send(playback::GetProgress());
-    return {Word(reply, 4), Word(reply, 8)};
+    return ProgressOf<playback::GetProgressReply>(Send(playback::GetProgress{}));
 }
 
 std::vector<tvdesktop::Event> PvrService::Take(std::chrono::milliseconds patience) {

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "RequestBuilder.h"
+#include "Request.h"
 
 namespace tool {
 

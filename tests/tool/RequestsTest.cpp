@@ -4,42 +4,38 @@
 #include "Failure.h"
 #include "InformationFile.h"
 #include "Recording.h"
-#include "Requests.h"
+#include "RequestText.h"
 #include "Service.h"
 #include "TimeText.h"
 
 namespace tool {
 namespace {
 
-std::string Zeros(std::size_t bytes) {
-    return std::string(2 * bytes, '0');
-}
-
-TEST(Requests, CarryTheirFieldsLittleEndianAtTheDocumentedOffsets) {
+TEST(Requests, TakeEveryByteOfAPlatformRecordAndCutNoPath) {
     TvChannelInfo info{};
     info.reserved0[0] = 0xAA;
     info.reserved[3] = 0xBB;
-    const struct {
-        Request request;
-        std::string text;
-    } rows[] = {
-        {recorder::SetHandle(3, 0x0102030405060708), "0100000003000000080706050403020100000000"},
-        {recorder::SetDemuxProperty({0x101, 0x100, 0x102, 0x104}),
-         "02000000010100000001000002010000" + Zeros(8) + "04010000"},
-        {recorder::SetSinkProperty({"ab", true}), "030000006162" + Zeros(254) + "0100000000000000"},
-        {recorder::SetChannelInfoProperty(info), "04000000aa" + Zeros(190) + "bb"},
-        {recorder::SwapTS2Record({"c", false}), "0b00000063" + Zeros(255 + 8)},
-        {recorder::UpdateSi({0, 0x1000}), "0c000000020000000000000000100000"},
-        {playback::SetHandle(2), "0100000002" + Zeros(15)},
-        {playback::SetProperty("p", 0x1234, true),
-         "0200000070" + Zeros(255) + "341200000100000000000000"},
-        {playback::TrickPlay(7, -4.0), "060000000700000000000000000010c0"},
-        {playback::Skip(25000, 1.0), "07000000a8610000000000000000f03f"},
-    };
-    for (const auto &row : rows)
-        EXPECT_EQ(HexText(row.request.record), row.text);
-    EXPECT_EQ(recorder::SetSinkProperty({std::string(255, 'x')}).record.size(), 268U);
-    EXPECT_THROW(recorder::SetSinkProperty({std::string(256, 'x')}), Failure) << "never cut";
+    EXPECT_EQ(HexText(ChannelInfoRequest(info).record),
+              "04000000aa" + std::string(2 * 190, '0') + "bb");
+    EXPECT_EQ(HexText(UpdateRequest({0, 0x1000}).record), "0c000000020000000000000000100000");
+    EXPECT_EQ(UpdateRequest(std::vector<std::uint32_t>(2046)).record.size(), 8192U);
+    EXPECT_THROW(UpdateRequest(std::vector<std::uint32_t>(2047)), Failure);
+    EXPECT_EQ(PathField(std::string(255, 'x')).c_str(), std::string(255, 'x'));
+    EXPECT_THROW(PathField(std::string(256, 'x')), Failure);
+}
+
+TEST(Requests, AreShownWithWhatTheySay) {
+    const std::pair<Request, const char *> rows[] = {
+        {recorder::Start{}, "Start"},
+        {recorder::SetHandle{1, 2}, "SetHandle               handle 1, serviceId 2"},
+        {recorder::SetDemuxProperty{0x102, 0x101, 0x101},
+         "SetDemuxProperty        audioPid 0x102, videoPid 0x101, pcrPid 0x101"},
+        {recorder::SetSinkProperty{{PathField("a.srf"), 1}},
+         "SetSinkProperty         path a.srf, isTimeshift 1"},
+        {UpdateRequest({0, 0x1000}), "UpdateSi                count 2, pids 0x0 0x1000"},
+        {playback::TrickPlay{4000, -4.0}, "TrickPlay               time 00:04.0, rate -4x"}};
+    for (const auto &[request, text] : rows)
+        EXPECT_EQ(RequestText(request), text);
 }
 
 TEST(Recording, NamesEveryStreamOfAService) {
@@ -56,17 +52,18 @@ TEST(Recording, NamesEveryStreamOfAService) {
     add(0x102, StreamKind::Audio);
     add(0x103, StreamKind::AudioDescription);
     const StreamSelection radio = SelectStreams(service);
-    EXPECT_EQ(radio.demux.video, kNoPid);
-    EXPECT_EQ(radio.demux.audioDescription, 0x103U);
+    EXPECT_EQ(radio.demux.videoPid, moxpvr::kNoPid);
+    EXPECT_EQ(radio.demux.audioDescriptionPid, 0x103U);
     EXPECT_EQ(radio.si, (std::vector<std::uint32_t>{0, 0x1000, 0x105, 0x1FE}))
-        << "command 2 of a radio service leaves the PCR PID out";
+        << "the demux request of a radio service leaves the PCR PID out";
     add(0x101, StreamKind::Video);
     EXPECT_EQ(SelectStreams(service).si, (std::vector<std::uint32_t>{0, 0x1000, 0x105}));
 }
 
 TEST(InformationFile, HoldsPidsAndTypeAtTheirOffsetsAndNothingElse) {
     const std::string name = std::string(62, 'n') + "\xC3\xA9";  // the last letter does not fit
-    std::vector<std::uint8_t> bytes = EncodeInformation({name, 0x101, 0x102, 0xFFFFFFFF, 2});
+    std::vector<std::uint8_t> bytes =
+        EncodeInformation({name, {0x101, 0x102, 0xFFFFFFFF, moxpvr::ChannelType{2}}});
     ASSERT_EQ(bytes.size(), 10645U);
     const struct {
         std::size_t offset;
