@@ -149,7 +149,8 @@ class Source:
         if first == "return":
             return self.is_guard(i)
         if first in SIMPLE:
-            return True
+            in_switch = self.control_before(self.parent[i]) == "switch"
+            return not (first == "break" and in_switch and self.word(i + 2) == "}")  # the last one
         if first.startswith("MOX_LOG"):
             return False  # who misses the line sees another text in it as well
         return first not in CONTROL and first not in ("static_cast", "using") and self.is_call_or_assignment(i)
