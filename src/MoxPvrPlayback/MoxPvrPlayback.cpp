@@ -15,13 +15,14 @@
 #include "EventRecord.h"
 #include "GstError.h"
 #include "MoxPvrPlayback/InformationFile.h"
-#include "PlatformLayout.h"
+#include "MoxPvrPlayback/RecordedChannel.h"
 
 using mox::kLogProgress;
 using mox::kLogReport;
 using mox::kLogTrace;
 using mox::LogPlace;
 using moxpvr::EventDetail;
+using Recovery = mox::ChannelChange::Recovery;
 
 namespace protocol = moxpvr::playback;
 
@@ -30,7 +31,7 @@ namespace {
 constexpr double kNormalRate = 1.0;
 
 /// How long a channel change may wait for its unmute before the next request ends the wait.
-constexpr std::chrono::seconds kLongestChannelChange{5};
+constexpr std::chrono::milliseconds kLongestChannelChange{5000};
 
 /// The user data of every playback is followed under this handle.
 constexpr MOXHandle kUserDataHandle{PROFILE_TYPE_MAIN, 20};
@@ -47,36 +48,6 @@ constexpr int kKorean3dOn = 1;
 constexpr int kNo3dFormat = -1;
 constexpr int kKorean3dFormat = 6;
 constexpr int k3dModeOn = 1;
-
-/// The channel information at a time, copied straight after it was read: the platform may refresh
-/// or free its record in any later call.
-struct ChannelReading {
-    ChannelReading(void *stream, int time)
-        : result(tv_stream_get_channel_info(stream, time, &record)) {
-        if (HasRecord())
-            info = *record;
-    }
-
-    bool HasRecord() const { return result == 0 && record != nullptr; }
-
-    TvChannelInfo *record = nullptr;  ///< the platform's own; its address only
-    int result;
-    TvChannelInfo info{};
-};
-
-bool IsAudioOnly(const TvChannelInfo &info) {
-    return (info.videoPid == 0 || info.videoPid == moxpvr::kNoPid16) && info.audioPid > 0;
-}
-
-/// Analogue channels are recorded on fixed PIDs.
-bool IsAnalogue(const TvChannelInfo &info) {
-    return info.videoPid == moxpvr::kAnalogueVideoPid && info.audioPid == moxpvr::kAnalogueAudioPid;
-}
-
-int ConvertedVideoCodec(const TvChannelInfo &info) {
-    return TVPlayerDataUtil::ConvertVideoEncodeType(
-        static_cast<EVideoEncodeType>(info.videoCodecType));
-}
 
 unsigned int ToResult(int platformResult) {
     return static_cast<unsigned int>(platformResult);
@@ -188,7 +159,7 @@ unsigned int CMOXPVRPlayback::SetProperty(unsigned char *record) {
 
 /// Sets the stream up for the channel at the start position.
 unsigned int CMOXPVRPlayback::OpenChannel(LogPlace place) {
-    const ChannelReading reading(m_tv_stream, m_nStartPos);
+    const mox::ChannelReading reading(m_tv_stream, m_nStartPos);
     if (reading.result != 0) {
         MOX_LOG_AT(place, kLogReport,
                    "[FAT] SetProperty | tv_stream_get_channel_info is called failed, result[%d]\n",
@@ -206,37 +177,21 @@ unsigned int CMOXPVRPlayback::OpenChannel(LogPlace place) {
         MOX_LOG_AT(place, kLogReport, "all pids are descrambled\n");
     else
         MOX_LOG_AT(place, kLogReport, "only one audio pid is descrambled\n");
-    if (IsAudioOnly(info))
+    if (mox::IsAudioOnly(info))
         m_bIsAudioChannel = true;  // and stays so for the life of the instance
     MOX_LOG_AT(place, kLogReport,
                "[FAT] SetProperty | Video Pid:0x%x, Audio Pid:0x%x,PCR pid:0x%x audioDecodeType:%d "
                "videoType:%d\n",
                info.videoPid, static_cast<unsigned int>(info.audioPid), info.pcrPid,
                info.audioCodecType, info.videoCodecType);
-    m_bIsATV = IsAnalogue(info);
+    m_bIsATV = mox::IsAnalogue(info);
     if (m_bIsATV)
         MOX_LOG_AT(place, kLogReport, "m_bIsATV[%d], it's analog recorded file\n", 1);
     else
         MOX_LOG_AT(place, kLogReport, "m_bIsATV[%d], it's not analog recorded file\n", 0);
-    const unsigned int result = ProgramPids(info, m_bIsAudioChannel);
+    const int result = mox::ProgramPids(m_tv_stream, info, m_bIsAudioChannel);
     RememberChannel(info);
     MOX_LOG_AT(place, kLogProgress, "SetProperty | this func is ended, result [%d]\n", result);
-    return result;
-}
-
-/// @return the result of the call that carries the video PID
-unsigned int CMOXPVRPlayback::ProgramPids(const TvChannelInfo &info, bool isAudioOnly) {
-    const int pcrPid = info.pcrPid;
-    const int videoPid = info.videoPid;
-    const int audioPid = info.audioPid;
-    if (isAudioOnly)
-        return ToResult(tv_stream_set_property(
-            m_tv_stream, TV_PROPERTY_PCR_PID, pcrPid, TV_PROPERTY_VIDEO_PID, videoPid,
-            TV_PROPERTY_AUDIO_PID, audioPid, TV_PROPERTY_HAS_VIDEO, 0, 0));
-    const int result = tv_stream_set_property(m_tv_stream, TV_PROPERTY_PCR_PID, pcrPid,
-                                              TV_PROPERTY_VIDEO_PID, videoPid, 0);
-    tv_stream_set_property(m_tv_stream, TV_PROPERTY_AUDIO_PID, audioPid, TV_PROPERTY_HAS_VIDEO, 1,
-                           0);
     return ToResult(result);
 }
 
@@ -327,7 +282,7 @@ unsigned int CMOXPVRPlayback::TrickPlay(unsigned char *record) {
     tv_stream_set_property(m_tv_stream, TV_PROPERTY_AUDIO_SINK_MUTE, 1, 0);
     tv_stream_set_property(m_tv_stream, TV_PROPERTY_VIDEO_STILL_MODE, 1, 0);
     MOX_LOG(kLogReport, "TrickPlay | Received the trick play event with rate @mox-pvr %f\n", rate);
-    m_dRecoverSpeed = rate;  // first: playback at this rate may run into another stretch at once
+    m_change.SetRate(rate);  // first: playback at this rate may run into another stretch at once
     const int result = tv_player_set_play_speed(m_tv_player, static_cast<long long>(time), rate);
     MOX_LOG(kLogReport, "TrickPlay | this func is ended, result [%d]\n", result);
     return ToResult(result);
@@ -454,41 +409,19 @@ unsigned int CMOXPVRPlayback::ReadInformationFile(const char *recording,
 
 // --- Channel changes inside a recording ----------------------------------------------------------
 
-/// Where and how playback continues after the unmute that ends a channel change.
-struct CMOXPVRPlayback::Recovery {
-    long long position;
-    double rate;
-};
-
 struct CMOXPVRPlayback::ResetOutcome {
     int result;         ///< as ResetChannel answers it
     bool isProgrammed;  ///< the decoders were set up
 };
 
-/// Rate, position and start are published before the flag that announces them.
-void CMOXPVRPlayback::BeginChannelChange(const Recovery &recovery) {
-    m_dRecoverSpeed = recovery.rate;
-    BeginChannelChange(recovery.position);
-}
-
-/// The same at the rate last requested.
-void CMOXPVRPlayback::BeginChannelChange(long long position) {
-    m_llRecoverTime = position;
-    m_changeStart = m_clock();
-    m_bChannelChanging = true;
-}
-
 /// @return whether a channel change is under way; one that has waited too long is given up
 bool CMOXPVRPlayback::WaitsForUnmute(LogPlace place) {
-    if (!m_bChannelChanging)
-        return false;
-    const auto waited = m_clock() - m_changeStart.load();
-    if (waited <= kLongestChannelChange)
-        return true;
+    const auto waited = m_change.Waited();
+    if (!waited || *waited <= kLongestChannelChange)
+        return waited.has_value();
     MOX_LOG_AT(place, kLogReport, "[ZZZ]Previous CHANNELCHANGED given up, no unmute for %lld ms\n",
-               static_cast<long long>(
-                   std::chrono::duration_cast<std::chrono::milliseconds>(waited).count()));
-    m_bChannelChanging = false;
+               static_cast<long long>(waited->count()));
+    m_change.GiveUp();
     return false;
 }
 
@@ -501,7 +434,7 @@ int CMOXPVRPlayback::ResetChannel(int time, bool bForce) {
 CMOXPVRPlayback::ResetOutcome CMOXPVRPlayback::ResetChannel(int time, bool bForce,
                                                             const Recovery *recovery) {
     MOX_LOG(kLogReport, "[FAT] ResetChannel started, new_time = %d\n", time);
-    const ChannelReading reading(m_tv_stream, time);
+    const mox::ChannelReading reading(m_tv_stream, time);
     if (!reading.HasRecord()) {
         MOX_LOG(kLogProgress, "[ZZZ]get channel info failed, result[%d]\n", reading.result);
         return {reading.result, false};
@@ -517,23 +450,22 @@ CMOXPVRPlayback::ResetOutcome CMOXPVRPlayback::ResetChannel(int time, bool bForc
         return {kSameChannel, false};
     }
     if (recovery != nullptr)
-        BeginChannelChange(*recovery);
-    const bool isAudioOnly = IsAudioOnly(info);
+        m_change.Begin(*recovery);
+    const bool isAudioOnly = mox::IsAudioOnly(info);
     if (isAudioOnly)
         MOX_LOG(kLogReport, "[ZZZ]audio only case\n");
-    ProgramPids(info, isAudioOnly);
+    mox::ProgramPids(m_tv_stream, info, isAudioOnly);
     tv_player_set_position(m_tv_player, time, kNormalRate);
     RememberChannel(info);
 
-    const int videoCodec = ConvertedVideoCodec(info);
+    const int videoCodec = mox::ConvertedVideoCodec(info);
     const int audioCodec = TVPlayerDataUtil::ConvertAudioEncodeType(info.audioCodecType);
     if (isAudioOnly)
         MOX_LOG(kLogReport, "[ZZZ] audio only, set Atype = %d\n", audioCodec);
     else
         MOX_LOG(kLogReport, "[ZZZ] A&V, set Atype = %d, Vtype = %d\n", audioCodec, videoCodec);
-    int result = tv_stream_set_property(m_tv_stream, TV_PROPERTY_AUDIO_CODEC_TYPE, audioCodec, 0);
-    if (!isAudioOnly)
-        result = tv_stream_set_property(m_tv_stream, TV_PROPERTY_VIDEO_CODEC_TYPE, videoCodec, 0);
+    const int result = mox::ProgramCodecs(
+        m_tv_stream, audioCodec, isAudioOnly ? std::nullopt : std::optional<int>(videoCodec));
     MOX_LOG(kLogProgress, "[ZZZ] ResetChannel end, result [%d]\n", result);
     return {result, true};
 }
@@ -552,27 +484,24 @@ unsigned int CMOXPVRPlayback::Skip(unsigned char *record) {
     const int time = static_cast<int>(request.time);
     const Recovery target{request.time, request.rate};
     const bool needUnmute = target.rate != kNormalRate;
-    const double rateBefore = m_dRecoverSpeed;
+    const double rateBefore = m_change.Rate();
     const ResetOutcome reset = ResetChannel(time, false, needUnmute ? &target : nullptr);
     int result = moxpvr::kSuccess;
     if (reset.result == kSameChannel) {
-        if (needUnmute && reset.isProgrammed)
-            WithdrawChannelChange(rateBefore);  // the -1 was the platform's, and counts the same
+        if (needUnmute && reset.isProgrammed) {  // the -1 was the platform's, and counts the same
+            m_change.GiveUp();
+            m_change.SetRate(rateBefore);
+        }
         MOX_LOG(kLogReport, "[ZZZ]channel not change, do skip\n");
         result = tv_player_set_position(m_tv_player, target.position, target.rate);
     } else {
         if (needUnmute && !reset.isProgrammed)
-            BeginChannelChange(target);
+            m_change.Begin(target);
         MOX_LOG(kLogReport, "[ZZZ]| skip meet new channel,time [%d], needUmute=[%d]\n", time,
-                m_bChannelChanging.load());
+                m_change.IsPending());
     }
     MOX_LOG(kLogProgress, "Skip | this func is ended, result [%d]\n", result);
     return ToResult(result);
-}
-
-void CMOXPVRPlayback::WithdrawChannelChange(double rate) {
-    m_bChannelChanging = false;
-    m_dRecoverSpeed = rate;
 }
 
 /// Playback runs into another channel's stretch at `property.timeCode`.
@@ -585,10 +514,10 @@ void CMOXPVRPlayback::CrossIntoChannel(MOXPVRPlaybackCallbackProperty &property,
         MOX_LOG_AT(place, kLogReport, "[ZZZ]Previous CHANNELCHANGED not finished: %d\n", 1);
         return;
     }
-    const double rate = m_dRecoverSpeed;
+    const double rate = m_change.Rate();
     const bool needUnmute = rate != kNormalRate;
     if (needUnmute) {
-        BeginChannelChange(property.timeCode);
+        m_change.Begin({property.timeCode, rate});
         if (rate < 0.0)
             property.timeCode =
                 property.timeCode > kRewindBackOff ? property.timeCode - kRewindBackOff : 0;
@@ -694,16 +623,6 @@ unsigned int CMOXPVRPlayback::SetPidProperty(unsigned int videoPid, unsigned int
     return moxpvr::kSuccess;
 }
 
-/// An audio stream's codec and sound mode as the stream's properties take them.
-struct CMOXPVRPlayback::ConvertedAudio {
-    explicit ConvertedAudio(const TSAudio &audio)
-        : codec(TVPlayerDataUtil::ConvertAudioEncodeType(audio.codecType)),
-          stereoMode(TVPlayerDataUtil::ConvertDigitalMTSModeType(audio.multiSoundMode)) {}
-
-    int codec;
-    int stereoMode;
-};
-
 unsigned int CMOXPVRPlayback::SetPidProperty(TSVideo video, TSAudio audio) {
     MOX_LOG(kLogProgress, "SetPidProperty | this func is started\n");
     MOX_LOG(kLogReport,
@@ -711,7 +630,7 @@ unsigned int CMOXPVRPlayback::SetPidProperty(TSVideo video, TSAudio audio) {
             "videoCodecType[%d] audioPid[0x%x] audioCodecType[%d] pcrPid[0x%x]\n",
             m_bAllAudioPidDescrambled, video.pid, video.codecType, audio.pid, audio.codecType,
             video.pcrPid);
-    const ConvertedAudio converted(audio);
+    const mox::ConvertedAudio converted(audio);
     if (!HasPlayer())
         return moxpvr::kMissing;
     const bool videoChanged = RememberVideo(video);
@@ -728,7 +647,7 @@ unsigned int CMOXPVRPlayback::SetPidProperty(TSVideo video, TSAudio audio,
             "audioSelectionType[%d]\n",
             m_bAllAudioPidDescrambled, video.pid, video.codecType, audio.pid, audio.codecType,
             video.pcrPid, selection);
-    const ConvertedAudio converted(audio);
+    const mox::ConvertedAudio converted(audio);
     if (!HasPlayer())
         return moxpvr::kMissing;
     const bool videoChanged = RememberVideo(video);
@@ -766,7 +685,7 @@ bool CMOXPVRPlayback::IsAudioChange(const TSAudio &audio, LogPlace place) const 
     return true;
 }
 
-unsigned int CMOXPVRPlayback::ApplyAudio(const TSAudio &audio, const ConvertedAudio &converted,
+unsigned int CMOXPVRPlayback::ApplyAudio(const TSAudio &audio, const mox::ConvertedAudio &converted,
                                          bool audioChanged, bool videoChanged, LogPlace place) {
     if (audioChanged) {
         m_uAudioPid = audio.pid;
@@ -829,7 +748,7 @@ unsigned int CMOXPVRPlayback::SetPlaybackProperty(MOXPVRPlaybackProperty propert
 
 unsigned int CMOXPVRPlayback::GetPidProperty(unsigned int &videoPid, unsigned int &audioPid,
                                              unsigned int &pcrPid) {
-    const ChannelReading reading(m_tv_stream, 0);
+    const mox::ChannelReading reading(m_tv_stream, 0);
     if (reading.result != 0) {
         MOX_LOG(kLogReport, "[FAT]tv_stream_get_channel_info is called failed, result[%d]\n",
                 reading.result);
@@ -849,7 +768,7 @@ unsigned int CMOXPVRPlayback::GetPidProperty(unsigned int &videoPid, unsigned in
 
 unsigned int CMOXPVRPlayback::Reset(bool audioOnly) {
     MOX_LOG(kLogReport, "[FAT] Reset | this func is started\n");
-    const ChannelReading reading(m_tv_stream, m_nStartPos);
+    const mox::ChannelReading reading(m_tv_stream, m_nStartPos);
     if (!reading.HasRecord()) {
         MOX_LOG(kLogProgress,
                 "Reset | tv_stream_get_channel_info is called failed, result[%d], "
@@ -861,34 +780,29 @@ unsigned int CMOXPVRPlayback::Reset(bool audioOnly) {
     MOX_LOG(kLogReport,
             "Reset | Video Pid:%d, Audio Pid:%d,PCR pid:%d audioDecodeType:%d videoType:%d\n",
             info.videoPid, info.audioPid, info.pcrPid, info.audioCodecType, info.videoCodecType);
-    if (IsAudioOnly(info)) {
+    if (mox::IsAudioOnly(info)) {
         MOX_LOG(kLogReport, "audio only case\n");
         audioOnly = true;
     }
-    const int audioCodec = TVPlayerDataUtil::ConvertAudioEncodeType(info.audioCodecType);
-    const int stereoMode = TVPlayerDataUtil::ConvertDigitalMTSModeType(info.multiSoundMode);
-    const unsigned int result =
-        audioOnly ? ResetAudioCodec(audioCodec) : ResetAllCodecs(info, audioCodec);
-    const int stereoResult = tv_stream_set_property(
-        m_tv_stream, TV_PROPERTY_AUDIO_DECODER_MPEG_STEREO_MODE, stereoMode, 0);
-    MOX_LOG(kLogReport, "[FAT] Reset | TV_PROPERTY_AUDIO_DECODER_MPEG_STEREO_MODE[%d][result:%d]\n",
-            stereoMode, stereoResult);
-    return result;
-}
-
-unsigned int CMOXPVRPlayback::ResetAudioCodec(int audioCodec, LogPlace place) {
-    MOX_LOG_AT(place, kLogReport, "[FAT] Reset | tv_stream_set_property Audio codec only\n");
-    return ToResult(
-        tv_stream_set_property(m_tv_stream, TV_PROPERTY_AUDIO_CODEC_TYPE, audioCodec, 0));
-}
-
-unsigned int CMOXPVRPlayback::ResetAllCodecs(const TvChannelInfo &info, int audioCodec,
-                                             LogPlace place) {
-    const int videoCodec = ConvertedVideoCodec(info);
-    MOX_LOG_AT(place, kLogReport, "[FAT] Reset | tv_stream_set_property Audio / Video codec all\n");
-    tv_stream_set_property(m_tv_stream, TV_PROPERTY_AUDIO_CODEC_TYPE, audioCodec, 0);
+    const mox::ConvertedAudio converted(info);
     const int result =
-        tv_stream_set_property(m_tv_stream, TV_PROPERTY_VIDEO_CODEC_TYPE, videoCodec, 0);
+        audioOnly ? ResetAudioCodec(converted.codec) : ResetAllCodecs(info, converted.codec);
+    const int stereoResult = tv_stream_set_property(
+        m_tv_stream, TV_PROPERTY_AUDIO_DECODER_MPEG_STEREO_MODE, converted.stereoMode, 0);
+    MOX_LOG(kLogReport, "[FAT] Reset | TV_PROPERTY_AUDIO_DECODER_MPEG_STEREO_MODE[%d][result:%d]\n",
+            converted.stereoMode, stereoResult);
+    return ToResult(result);
+}
+
+int CMOXPVRPlayback::ResetAudioCodec(int audioCodec, LogPlace place) {
+    MOX_LOG_AT(place, kLogReport, "[FAT] Reset | tv_stream_set_property Audio codec only\n");
+    return mox::ProgramCodecs(m_tv_stream, audioCodec, std::nullopt);
+}
+
+int CMOXPVRPlayback::ResetAllCodecs(const TvChannelInfo &info, int audioCodec, LogPlace place) {
+    const int videoCodec = mox::ConvertedVideoCodec(info);
+    MOX_LOG_AT(place, kLogReport, "[FAT] Reset | tv_stream_set_property Audio / Video codec all\n");
+    const int result = mox::ProgramCodecs(m_tv_stream, audioCodec, videoCodec);
     if (tv_stream_is_audio_description_enabled(m_tv_stream) != 0) {
         MOX_LOG_AT(place, kLogReport,
                    "[FAT] Reset | audio description was enabled. So AD's codec should be set "
@@ -903,7 +817,7 @@ unsigned int CMOXPVRPlayback::ResetAllCodecs(const TvChannelInfo &info, int audi
         tv_stream_set_kr3d_mode_format(m_tv_stream, kKorean3dOn, kKorean3dFormat);
         tv_stream_set_3d_mode(m_tv_stream, k3dModeOn, info.subVideoPid);
     }
-    return ToResult(result);
+    return result;
 }
 
 // --- Audio description and descrambling ----------------------------------------------------------
@@ -1060,7 +974,7 @@ void CMOXPVRPlayback::UnmuteCB(TVCallbackType type, MOXPVRPlaybackCallbackProper
     MOX_LOG(kLogReport, "[FAT] tv_stream_set_property( TV_PROPERTY_PVRSRC_MUTE) to FALSE\n");
     tv_stream_set_property(m_tv_stream, TV_PROPERTY_PVRSRC_MUTE, 0, 0);
     // Read once: a change that begins from here on waits for the next unmute.
-    const bool isChannelChanging = m_bChannelChanging;
+    const bool isChannelChanging = m_change.IsPending();
     if (!m_bIsATV && isChannelChanging) {
         MOX_LOG(kLogReport, "[ZZZ]channel change case, donot umute\n");
     } else {
@@ -1072,15 +986,12 @@ void CMOXPVRPlayback::UnmuteCB(TVCallbackType type, MOXPVRPlaybackCallbackProper
                                TV_PROPERTY_PLAYBACK_HOLD, 0, 0);
     }
     if (isChannelChanging) {
-        const double rate = m_dRecoverSpeed;
-        const long long position = m_llRecoverTime;
-        const auto start = m_changeStart.load();
-        MOX_LOG(kLogReport, "[ZZZ]channel change umute, recover speed:%f, time:%lld\n", rate,
-                position);
-        tv_player_set_position(m_tv_player, position, rate);
-        // A change that was given up meanwhile and replaced by another ends nothing.
-        if (m_changeStart.load() == start)
-            m_bChannelChanging = false;
+        m_change.End([this, place = LogPlace::Here()](const Recovery &recovery) {
+            MOX_LOG_AT(place, kLogReport,
+                       "[ZZZ]channel change umute, recover speed:%f, time:%lld\n", recovery.rate,
+                       recovery.position);
+            tv_player_set_position(m_tv_player, recovery.position, recovery.rate);
+        });
     }
     MOX_LOG(kLogProgress, "UnmuteCB | this func is ended\n");
 }

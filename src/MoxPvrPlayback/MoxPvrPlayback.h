@@ -10,13 +10,13 @@
 #include "IMOXPVRPlayback.h"
 #include "InstanceMap.h"
 #include "LogLine.h"
+#include "MoxPvrPlayback/ChannelChange.h"
 #include "MoxPvrProtocol.h"
 
 struct _GstMessage;
 
 namespace mox {
-/// Monotonic time, for the wait of a channel change.
-using Clock = std::chrono::steady_clock::time_point (*)();
+struct ConvertedAudio;
 }  // namespace mox
 
 /// Plays one recording or timeshift buffer through a platform player and its stream, which belong
@@ -38,7 +38,7 @@ using Clock = std::chrono::steady_clock::time_point (*)();
 /// decoders may then interleave.
 class CMOXPVRPlayback : public IMOXPVRPlayback {
   public:
-    explicit CMOXPVRPlayback(mox::Clock clock = std::chrono::steady_clock::now) : m_clock(clock) {}
+    explicit CMOXPVRPlayback(mox::Clock clock = std::chrono::steady_clock::now) : m_change(clock) {}
 
     void Initilize(MOXHandle handle, void *player, void *stream);
 
@@ -109,19 +109,13 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     void UnmuteCB(TVCallbackType type, _GstMessage *message);
 
   private:
-    struct ConvertedAudio;
-    struct Recovery;
     struct ResetOutcome;
 
     bool HasPlayer(mox::LogPlace place = mox::LogPlace::Here()) const;
     unsigned int OpenChannel(mox::LogPlace place = mox::LogPlace::Here());
-    unsigned int ProgramPids(const TvChannelInfo &info, bool isAudioOnly);
     void RememberChannel(const TvChannelInfo &info);
-    void BeginChannelChange(const Recovery &recovery);
-    void BeginChannelChange(long long position);
-    void WithdrawChannelChange(double rate);
     bool WaitsForUnmute(mox::LogPlace place = mox::LogPlace::Here());
-    ResetOutcome ResetChannel(int time, bool bForce, const Recovery *recovery);
+    ResetOutcome ResetChannel(int time, bool bForce, const mox::ChannelChange::Recovery *recovery);
     void CrossIntoChannel(MOXPVRPlaybackCallbackProperty &property,
                           mox::LogPlace place = mox::LogPlace::Here());
 
@@ -131,12 +125,12 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     bool ApplyAudioPid(unsigned int pid, mox::LogPlace place = mox::LogPlace::Here());
     bool RememberVideo(const TSVideo &video, mox::LogPlace place = mox::LogPlace::Here());
     bool IsAudioChange(const TSAudio &audio, mox::LogPlace place = mox::LogPlace::Here()) const;
-    unsigned int ApplyAudio(const TSAudio &audio, const ConvertedAudio &converted,
+    unsigned int ApplyAudio(const TSAudio &audio, const mox::ConvertedAudio &converted,
                             bool audioChanged, bool videoChanged,
                             mox::LogPlace place = mox::LogPlace::Here());
-    unsigned int ResetAudioCodec(int audioCodec, mox::LogPlace place = mox::LogPlace::Here());
-    unsigned int ResetAllCodecs(const TvChannelInfo &info, int audioCodec,
-                                mox::LogPlace place = mox::LogPlace::Here());
+    int ResetAudioCodec(int audioCodec, mox::LogPlace place = mox::LogPlace::Here());
+    int ResetAllCodecs(const TvChannelInfo &info, int audioCodec,
+                       mox::LogPlace place = mox::LogPlace::Here());
 
     unsigned int ReadInformationFile(const char *recording, moxpvr::InformationFile &information,
                                      mox::LogPlace place = mox::LogPlace::Here()) const;
@@ -149,7 +143,6 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     void SendUnmuteEvent(mox::LogPriority received, mox::LogPriority outcome,
                          mox::LogPlace place = mox::LogPlace::Here());
 
-    const mox::Clock m_clock;
     std::atomic<int> m_nHandle{0};
     int m_nStartPos = 0;
     MOXHandle m_instanceHandle;
@@ -174,10 +167,7 @@ class CMOXPVRPlayback : public IMOXPVRPlayback {
     std::atomic<unsigned short> m_usChannelVideoPid{moxpvr::kNoPid16};
     std::atomic<unsigned char> m_ucChannelVideoType{0};
     std::atomic<int> m_nChannelAudioPid{-1};
-    std::atomic<double> m_dRecoverSpeed{1.0};
-    std::atomic<long long> m_llRecoverTime{0};
-    std::atomic<bool> m_bChannelChanging{false};
-    std::atomic<std::chrono::steady_clock::time_point> m_changeStart{};
+    mox::ChannelChange m_change;
 };
 
 /// Owns the playbacks, one under each handle. Lives from its first use to the end of the process.
