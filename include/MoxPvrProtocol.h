@@ -22,8 +22,8 @@
 ///     show(progress.position);
 /// @endcode
 ///
-/// Threads: reentrant throughout. Nothing here has state; only RequestText and EncodeBytes
-/// allocate.
+/// Threads: reentrant throughout. Nothing here has state; only RequestText, EncodeBytes and
+/// DecodeText allocate.
 #ifndef MOXPVR_MOXPVRPROTOCOL_H
 #define MOXPVR_MOXPVRPROTOCOL_H
 
@@ -137,18 +137,28 @@ struct TextField {
     const char *c_str() const { return text; }
 };
 
-/// The PIDs at the end of an update. Those past `count` are not sent and read as 0.
+/// A counted list of PIDs, as long as a record can hold.
 struct PidList {
     static constexpr std::size_t Capacity() { return (kRecordSize - 8) / 4; }
 
+    std::int32_t announced = 0;  ///< the count as sent, whatever it is
     std::uint32_t pid[(kRecordSize - 8) / 4] = {};
-    std::size_t count = 0;
+
+    /// @return how many of the PIDs are there: what is announced, but 0 to Capacity()
+    constexpr std::size_t size() const {
+        if (announced <= 0)
+            return 0;
+        const auto count = static_cast<std::size_t>(announced);
+        return count < Capacity() ? count : Capacity();
+    }
 
     /// @return false when the list is full
     bool Add(std::uint32_t value) {
+        const std::size_t count = size();
         if (count == Capacity())
             return false;
-        pid[count++] = value;
+        pid[count] = value;
+        announced = static_cast<std::int32_t>(count + 1);
         return true;
     }
 };
@@ -235,12 +245,14 @@ struct SetDemuxProperty {
 
 /// A file to write, the record of SetSinkProperty and SwapTS2Record.
 struct Sink {
+    static constexpr std::size_t Path() { return 4; }  ///< where the path lies
+
     TextField path;
     std::int32_t isTimeshift = 0;
     std::int32_t isSegmentRecord = 0;  ///< passed on to the platform
 
     MOXPVR_FIELDS {
-        visit(Field{4, "path", Meaning::Path}, self.path);
+        visit(Field{Path(), "path", Meaning::Path}, self.path);
         visit(Field{260, "isTimeshift", Meaning::Flag}, self.isTimeshift);
         visit(Field{264, "isSegmentRecord", Meaning::Flag}, self.isSegmentRecord);
     }
@@ -261,6 +273,8 @@ struct SetChannelInfoProperty {
     MOXPVR_REQUEST(SetChannelInfoProperty)
     /// Where the platform's record begins in the request.
     static constexpr std::size_t PlatformRecord() { return 4; }
+    /// Where the one field lies that the library writes.
+    static constexpr std::size_t OneAudioPid() { return 193; }
 
     std::uint16_t programNumber = 0;
     std::uint16_t major = 0;  ///< channel number
@@ -284,13 +298,13 @@ struct SetChannelInfoProperty {
         visit(Field{148, "audioPid", Meaning::Pid}, self.audioPid);
         visit(Field{156, "audioCodec", Meaning::Codec}, self.audioCodec);
         visit(Field{160, "multiSoundMode", Meaning::Number}, self.multiSoundMode);
-        visit(Field{172, "korean3d", Meaning::Flag}, self.korean3d);
+        visit(Field{172, "korean3d", Meaning::Number}, self.korean3d);
         visit(Field{176, "videoPid", Meaning::Pid}, self.videoPid);
         visit(Field{178, "subVideoPid", Meaning::Pid}, self.subVideoPid);
         visit(Field{180, "videoCodec", Meaning::Codec}, self.videoCodec);
         visit(Field{182, "pcrPid", Meaning::Pid}, self.pcrPid);
         visit(Field{188, "pidDescrambled", Meaning::Flag}, self.pidDescrambled);
-        visit(Field{193, "oneAudioPid", Meaning::Flag}, self.oneAudioPid);
+        visit(Field{OneAudioPid(), "oneAudioPid", Meaning::Flag}, self.oneAudioPid);
         visit(Field{194, "reserved", Meaning::Number}, self.reserved);
     }
 };
@@ -335,24 +349,12 @@ struct SwapTS2Record {
     MOXPVR_FIELDS { Sink::Fields(self.sink, visit); }
 };
 
-/// More PIDs, as the service information names them.
+/// More PIDs, as the service information names them: their number at offset 4, then each.
 struct UpdateSi {
     MOXPVR_REQUEST(UpdateSi)
-    std::int32_t count = 0;  ///< as sent; decoding keeps no more PIDs than a record holds
     PidList pids;
 
-    /// @return false when the record is full
-    bool Add(std::uint32_t pid) {
-        if (!pids.Add(pid))
-            return false;
-        count = static_cast<std::int32_t>(pids.count);
-        return true;
-    }
-
-    MOXPVR_FIELDS {
-        visit(Field{4, "count", Meaning::Number}, self.count);
-        visit(Field{8, "pids", Meaning::Pid}, self.pids);
-    }
+    MOXPVR_FIELDS { visit(Field{4, "pids", Meaning::Pid}, self.pids); }
 };
 
 /// Asks how much timeshift a disk holds; answered by GetTSDurationReply.
@@ -507,13 +509,15 @@ struct SetHandle {
 /// What to play.
 struct SetProperty {
     MOXPVR_REQUEST(SetProperty)
+    static constexpr std::size_t Path() { return 4; }  ///< where the path lies
+
     TextField path;
     std::int32_t startPosition = 0;
     std::int32_t isTimeshift = 0;
     std::int32_t isPastPlayback = 0;  ///< stored only
 
     MOXPVR_FIELDS {
-        visit(Field{4, "path", Meaning::Path}, self.path);
+        visit(Field{Path(), "path", Meaning::Path}, self.path);
         visit(Field{260, "startPosition", Meaning::Time}, self.startPosition);
         visit(Field{264, "isTimeshift", Meaning::Flag}, self.isTimeshift);
         visit(Field{268, "isPastPlayback", Meaning::Flag}, self.isPastPlayback);
@@ -744,7 +748,7 @@ constexpr std::size_t WidthOf(const Value &value) {
     return sizeof value;
 }
 constexpr std::size_t WidthOf(const PidList &list) {
-    return 4 * list.count;
+    return 4 + 4 * list.size();
 }
 
 struct SizeOfFields {
@@ -768,8 +772,9 @@ struct Writer {
         std::memcpy(bytes + field.offset, value.text, sizeof value.text);
     }
     void operator()(const Field &field, const PidList &list) const {
-        for (std::size_t i = 0; i < list.count; ++i)
-            Put(field.offset + 4 * i, list.pid[i], 4);
+        Put(field.offset, ToBits(list.announced), 4);
+        for (std::size_t i = 0; i < list.size(); ++i)
+            Put(field.offset + 4 + 4 * i, list.pid[i], 4);
     }
 
     void Put(std::size_t offset, std::uint64_t value, std::size_t width) const {
@@ -782,28 +787,26 @@ struct Writer {
 struct Reader {
     const unsigned char *bytes;
     std::size_t size;
-    std::int64_t last = 0;  ///< the integer read last, which counts the entries of a list after it
 
     template <typename Value>
-    void operator()(const Field &field, Value &value) {
-        const std::uint64_t bits = Get(field.offset, sizeof value);
-        FromBits(bits, value);
-        last = static_cast<std::int32_t>(bits);
+    void operator()(const Field &field, Value &value) const {
+        FromBits(Get(field.offset, sizeof value), value);
     }
-    /// A path that does not end in its field is cut to 255 characters, so that no later reader
-    /// overruns it.
-    void operator()(const Field &field, TextField &value) {
-        const std::size_t held = field.offset < size ? size - field.offset : 0;
-        const std::size_t count = held < kTextFieldSize - 1 ? held : kTextFieldSize - 1;
+    /// The path up to its NUL, zero-filled after it. One that does not end in its field is cut to
+    /// 255 characters, so that no later reader overruns it.
+    void operator()(const Field &field, TextField &value) const {
         value = TextField{};
-        if (count > 0)
-            std::memcpy(value.text, bytes + field.offset, count);
-    }
-    void operator()(const Field &field, PidList &list) {
-        list.count = 0;
-        while (static_cast<std::int64_t>(list.count) < last &&
-               list.Add(static_cast<std::uint32_t>(Get(field.offset + 4 * list.count, 4)))) {
+        for (std::size_t i = 0; i < kTextFieldSize - 1; ++i) {
+            value.text[i] = static_cast<char>(Get(field.offset + i, 1));
+            if (value.text[i] == '\0')
+                return;
         }
+    }
+    void operator()(const Field &field, PidList &list) const {
+        list = PidList{};
+        FromBits(Get(field.offset, 4), list.announced);
+        for (std::size_t i = 0; i < list.size(); ++i)
+            list.pid[i] = static_cast<std::uint32_t>(Get(field.offset + 4 + 4 * i, 4));
     }
 
     std::uint64_t Get(std::size_t offset, std::size_t width) const {
@@ -853,7 +856,7 @@ std::vector<unsigned char> EncodeBytes(const Record &record) {
 /// read 0 there. The command word of a request is not looked at.
 template <typename Record>
 void Decode(const unsigned char *bytes, std::size_t size, Record &record) {
-    detail::Reader reader{bytes, size};
+    const detail::Reader reader{bytes, size};
     Record::Fields(record, reader);
 }
 

@@ -40,7 +40,7 @@ struct ControlArguments {
     unsigned int *replyLength;
 };
 
-/// One row of a command table. Rows stand in the order of the command numbers, from 1.
+/// One row of a command table. Rows are in the order of the command numbers, from 1.
 template <typename Instance>
 struct ControlCommand {
     unsigned int (*run)(Instance &instance, const ControlArguments &arguments);
@@ -92,6 +92,12 @@ Request Read(const unsigned char *record) {
     Request request;
     moxpvr::Decode(record, moxpvr::kRecordSize, request);
     return request;
+}
+
+/// @return a path where it lies in a record, cut to 255 characters if it does not end in its field
+inline char *PathIn(unsigned char *record, std::size_t offset) {
+    record[offset + moxpvr::kTextFieldSize - 1] = '\0';
+    return reinterpret_cast<char *>(record + offset);
 }
 
 /// Writes an operation's reply as text.

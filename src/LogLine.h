@@ -63,7 +63,7 @@ void WriteLog(LogPriority priority, const char *file, LogPlace place, const char
 
 /// The base name of the file that uses it, found by the compiler.
 #define MOX_LOG_FILE \
-    (__FILE__ + std::integral_constant<std::size_t, mox::BaseNameAt(__FILE__)>::value)
+    (&__FILE__[std::integral_constant<std::size_t, mox::BaseNameAt(__FILE__)>::value])
 
 #define MOX_LOG_PREFIX "%s: %s(%d) > [PVR][MOX]"
 

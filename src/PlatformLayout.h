@@ -4,6 +4,7 @@
 #ifndef MOXPVR_PLATFORMLAYOUT_H
 #define MOXPVR_PLATFORMLAYOUT_H
 
+#include <tv_recorder.h>
 #include <TVTypes.h>
 
 #include <cstddef>
@@ -27,5 +28,29 @@ static_assert(sizeof(TvChannelInfo) >= 192 && offsetof(TvChannelInfo, programNum
                   offsetof(TvChannelInfo, pidDescrambled) == 184 &&
                   offsetof(TvChannelInfo, reserved) == 188,
               "channel information is read by offset");
+
+static_assert(sizeof(TSVideo::pid) == 2 && sizeof(TSVideo::codecType) == 4 &&
+                  sizeof(TSVideo::pcrPid) == 2 && sizeof(TSAudio::codecType) == 4 &&
+                  sizeof(TSAudio::pid) == 2 && sizeof(TSAudio::multiSoundMode) == 4,
+              "streams have fields of these widths");
+static_assert(sizeof(TvChannelInfo::programNum) == 2 && sizeof(TvChannelInfo::audioPid) == 4 &&
+                  sizeof(TvChannelInfo::audioCodecType) == 4 &&
+                  sizeof(TvChannelInfo::multiSoundMode) == 4 &&
+                  sizeof(TvChannelInfo::korean3d) == 4 && sizeof(TvChannelInfo::videoPid) == 2 &&
+                  sizeof(TvChannelInfo::subVideoPid) == 2 &&
+                  sizeof(TvChannelInfo::videoCodecType) == 1 &&
+                  sizeof(TvChannelInfo::pcrPid) == 2 &&
+                  sizeof(TvChannelInfo::pidDescrambled) == 4 &&
+                  sizeof(TvChannelInfo::reserved[1]) == 1,
+              "channel information has fields of these widths");
+static_assert(offsetof(TvRecorderSwap, fileName) == 0 &&
+                  offsetof(TvRecorderSwap, isTimeshift) == sizeof(char *) &&
+                  offsetof(TvRecorderSwap, isSegmentRecord) == sizeof(char *) + 4 &&
+                  sizeof(TvRecorderSwap::isTimeshift) == 4 &&
+                  sizeof(TvRecorderSwap::isSegmentRecord) == 4,
+              "a swap is handed over by offset");
+static_assert(offsetof(TvStreamAsmSoundCommand, command) == 0 &&
+                  sizeof(TvStreamAsmSoundCommand::command) == 4,
+              "a sound command is read by offset");
 
 #endif

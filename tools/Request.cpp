@@ -25,7 +25,7 @@ Request ChannelInfoRequest(const TvChannelInfo &info) {
 Request UpdateRequest(const std::vector<std::uint32_t> &pids) {
     recorder::UpdateSi update;
     for (const std::uint32_t pid : pids) {
-        if (!update.Add(pid))
+        if (!update.pids.Add(pid))
             throw Failure("The service has more than " +
                           std::to_string(moxpvr::PidList::Capacity()) + " streams.");
     }

@@ -39,7 +39,7 @@ struct FieldTexts {
     }
     void operator()(const Field &field, const moxpvr::PidList &list) {
         std::string pids;
-        for (std::size_t i = 0; i < list.count; ++i)
+        for (std::size_t i = 0; i < list.size(); ++i)
             pids += (i == 0 ? "" : " ") +
                     (list.pid[i] == 0 ? std::string("0x0") : PidText(list.pid[i]));
         Add(field, pids);

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <utility>
@@ -81,6 +82,8 @@ constexpr mox::ControlCommand<CMOXPVRPlayback> kCommands[] = {
     /* 12 */ {ResetAll, false},
     /* 13 */ {Call<&Playback::AllPidDescrambled>, false},
 };
+static_assert(std::size(kCommands) ==
+              static_cast<std::size_t>(protocol::Command::AllPidDescrambled));
 
 }  // namespace
 
@@ -139,10 +142,11 @@ unsigned int CMOXPVRPlayback::SetProperty(unsigned char *record) {
         MOX_LOG(kLogReport, "SetProperty | struct buf is NULL.\n");
         return moxpvr::kMissing;
     }
-    auto request = mox::Read<protocol::SetProperty>(record);
-    std::string fileName(request.path.c_str());
+    const auto request = mox::Read<protocol::SetProperty>(record);
+    char *uri = mox::PathIn(record, request.Path());
+    std::string fileName(uri);
     m_nStartPos = request.startPosition;
-    MOX_LOG(kLogReport, "SetProperty | Received playback uri is %s\n", request.path.c_str());
+    MOX_LOG(kLogReport, "SetProperty | Received playback uri is %s\n", uri);
     MOX_LOG(kLogReport, "SetProperty | Received start pos is %d\n", request.startPosition);
     MOX_LOG(kLogReport, "SetProperty | Received is_timeshift is %d\n", request.isTimeshift);
     MOX_LOG(kLogReport, "SetProperty | Received is_pastPlayback is %d\n", request.isPastPlayback);
@@ -150,7 +154,7 @@ unsigned int CMOXPVRPlayback::SetProperty(unsigned char *record) {
     tv_stream_set_kr3d_mode_format(m_tv_stream, kKorean3dOff, kNo3dFormat);
     m_bIsPastPlayback = request.isPastPlayback != 0;
     m_bIsTimeshift = request.isTimeshift != 0;
-    tv_stream_set_property(m_tv_stream, TV_PROPERTY_PVRSRC_URI, request.path.text,
+    tv_stream_set_property(m_tv_stream, TV_PROPERTY_PVRSRC_URI, uri,
                            TV_PROPERTY_PVRSRC_START_POSITION, request.startPosition,
                            TV_PROPERTY_PVRSRC_IS_TIMESHIFT, request.isTimeshift, 0);
     m_strFileName = std::move(fileName);
@@ -713,6 +717,8 @@ unsigned int CMOXPVRPlayback::ApplyAudio(const TSAudio &audio, const mox::Conver
                converted.stereoMode, result);
     return moxpvr::kSuccess;
 }
+
+#undef MOX_LOG_NOTHING_CHANGED
 
 bool CMOXPVRPlayback::IsExceptionAudioChangeCase(EAudioSelectionType selection) {
     MOX_LOG(kLogProgress, "this func is started\n");

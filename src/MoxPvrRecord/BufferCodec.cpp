@@ -9,7 +9,7 @@
 namespace {
 
 // Compilers turn these two into a few vector instructions for sixteen characters at once. Tables
-// and branches per character are several times slower on long texts (docs/performance.md).
+// and branches per character are several times slower on long texts.
 
 /// All bits set when `value` is below `limit`, none otherwise.
 constexpr unsigned int MaskBelow(unsigned char value, unsigned int limit) {

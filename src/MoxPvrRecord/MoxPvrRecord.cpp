@@ -5,6 +5,7 @@
 #include <tv_stream.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <utility>
@@ -94,6 +95,7 @@ constexpr mox::ControlCommand<CMOXPVRRecorder> kCommands[] = {
     /* 18 */ {Call<&Recorder::SetDuration>, false},
     /* 19 */ {Call<&Recorder::PreStart>, false},
 };
+static_assert(std::size(kCommands) == static_cast<std::size_t>(protocol::Command::PreStart));
 
 }  // namespace
 
@@ -341,12 +343,12 @@ int CMOXPVRRecorder::UpdateSi(unsigned char *record) {
     MOX_LOG(kLogTrace, "this func is started\n");
     if (!HasRecorder() || record == nullptr)
         return moxpvr::kMissing;
-    const auto request = mox::Read<protocol::UpdateSi>(record);
+    const auto pids = mox::Read<protocol::UpdateSi>(record).pids;
     // Reserve first: a PID enters both list and set, or neither, if memory runs out.
-    m_vecDemuxPid.reserve(m_vecDemuxPid.size() + request.pids.count);
+    m_vecDemuxPid.reserve(m_vecDemuxPid.size() + pids.size());
     int result = moxpvr::kSuccess;
-    for (std::size_t i = 0; i < request.pids.count; ++i) {
-        const unsigned int pid = request.pids.pid[i];
+    for (std::size_t i = 0; i < pids.size(); ++i) {
+        const unsigned int pid = pids.pid[i];
         if (!m_setSiPid.insert(pid).second)
             continue;
         m_vecDemuxPid.push_back(pid);
@@ -354,7 +356,7 @@ int CMOXPVRRecorder::UpdateSi(unsigned char *record) {
         MOX_LOG(kLogReport,
                 "[FAT] tv_recorder_set_property set pid[0x%x] index[%d], pid num [%d], "
                 "result[%d]\n",
-                pid, static_cast<int>(i), request.count, result);
+                pid, static_cast<int>(i), pids.announced, result);
     }
     DumpPids(kLogTrace, "[FAT] ");
     MOX_LOG(kLogTrace, "this func is ended, result[%d]\n", result);
@@ -382,7 +384,7 @@ int CMOXPVRRecorder::SetChannelInfoProperty(unsigned char *record) {
     MOX_LOG(kLogProgress, "SetChannelInfoProperty | this func is started\n");
     if (!HasRecorder() || record == nullptr)
         return moxpvr::kMissing;
-    auto info = mox::Read<protocol::SetChannelInfoProperty>(record);
+    const auto info = mox::Read<protocol::SetChannelInfoProperty>(record);
     LogChannelInfo(info);
     const int descrambleMode = TCVConfProvider::GetDescrambleMode();
     MOX_LOG(kLogReport, "iDescrambleMode %d\n", descrambleMode);
@@ -392,8 +394,7 @@ int CMOXPVRRecorder::SetChannelInfoProperty(unsigned char *record) {
     else
         MOX_LOG(kLogReport, "all pids are descrambled\n");
     // The platform keeps the record as it came, with this one field set.
-    info.oneAudioPid = oneAudioPidOnly ? 1 : 0;
-    moxpvr::Encode(info, record);
+    record[info.OneAudioPid()] = oneAudioPidOnly ? 1 : 0;
     const int result = tv_recorder_set_property(
         m_handle, TV_RECORDER_PROPERTY_CHANNEL_INFO,
         reinterpret_cast<TvChannelInfo *>(record + info.PlatformRecord()), 0);
@@ -456,9 +457,10 @@ int CMOXPVRRecorder::SetSinkProperty(unsigned char *record) {
     MOX_LOG(kLogProgress, "SetSinkProperty | this func is started\n");
     if (!HasRecorder() || record == nullptr)
         return moxpvr::kMissing;
-    auto sink = mox::Read<protocol::SetSinkProperty>(record).sink;
-    std::string fileName(sink.path.text);
-    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink file name is %s\n", sink.path.text);
+    const auto sink = mox::Read<protocol::SetSinkProperty>(record).sink;
+    char *path = mox::PathIn(record, sink.Path());
+    std::string fileName(path);
+    MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink file name is %s\n", path);
     MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink is_timeshift is %d\n",
             sink.isTimeshift);
     MOX_LOG(kLogReport, "[FAT] SetSinkProperty | Received sink is_segment_record is %d\n",
@@ -468,7 +470,7 @@ int CMOXPVRRecorder::SetSinkProperty(unsigned char *record) {
     MOX_LOG(kLogReport, "[FAT] SetSinkProperty | m_eRecordType[%d]\n",
             static_cast<int>(m_eRecordType));
     const int result = tv_recorder_set_property(
-        m_handle, TV_RECORDER_PROPERTY_FILE_NAME, sink.path.text, TV_RECORDER_PROPERTY_IS_TIMESHIFT,
+        m_handle, TV_RECORDER_PROPERTY_FILE_NAME, path, TV_RECORDER_PROPERTY_IS_TIMESHIFT,
         sink.isTimeshift, TV_RECORDER_PROPERTY_IS_SEGMENT_RECORD, sink.isSegmentRecord, 0);
     m_strFileName = std::move(fileName);
     MOX_LOG(kLogProgress, "SetSinkProperty | this func is ended, result[%d]\n", result);

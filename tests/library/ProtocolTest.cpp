@@ -35,8 +35,8 @@ TEST(Protocol, WritesRequestsAsDocumented) {
     namespace recorder = moxpvr::recorder;
     namespace playback = moxpvr::playback;
     recorder::UpdateSi update;
-    update.Add(0);
-    update.Add(0x1000);
+    update.pids.Add(0);
+    update.pids.Add(0x1000);
     recorder::SetChannelInfoProperty info;
     info.programNumber = 0x0201;
     info.audioPid = -2;
@@ -114,10 +114,6 @@ template <typename Record>
 void Fill(Record &record, std::mt19937 &random) {
     const Randomize randomize{random};
     Record::Fields(record, randomize);
-}
-void Fill(moxpvr::recorder::UpdateSi &record, std::mt19937 &random) {
-    Randomize{random}(Field{}, record.pids);
-    record.count = static_cast<std::int32_t>(record.pids.count);
 }
 
 /// Fields one after another, none within another.
@@ -205,16 +201,21 @@ TEST(Protocol, RefusesWhatDoesNotFitAndCutsWhatDoesNotEnd) {
     moxpvr::recorder::UpdateSi update;
     for (const auto &[announced, kept] :
          {std::pair{2046, 2046U}, {2047, 2046U}, {0x7FFFFFFF, 2046U}, {-1, 0U}, {1, 1U}}) {
-        update.count = announced;
         moxpvr::Encode(moxpvr::recorder::SetDuration{announced}, bytes.data());
         moxpvr::Decode(bytes.data(), bytes.size(), update);
-        EXPECT_EQ(update.count, announced);
-        EXPECT_EQ(update.pids.count, kept);
+        EXPECT_EQ(update.pids.announced, announced);
+        EXPECT_EQ(update.pids.size(), kept);
     }
-    moxpvr::Decode(bytes.data(), bytes.size(), update);
-    while (update.Add(1)) {
+    while (update.pids.Add(1)) {
     }
-    EXPECT_EQ(update.count, 2046);
+    EXPECT_EQ(update.pids.announced, 2046);
+
+    // What follows the NUL of a path goes to nobody.
+    std::copy_n("ab\0c", 4, bytes.begin() + 4);
+    moxpvr::Decode(bytes.data(), bytes.size(), sink);
+    EXPECT_EQ(moxpvr::EncodeBytes(sink),
+              moxpvr::EncodeBytes(moxpvr::recorder::SetSinkProperty{
+                  {Path("ab"), sink.sink.isTimeshift, sink.sink.isSegmentRecord}}));
 
     moxpvr::recorder::GetProgressReply reply{1, 2};
     for (const std::string text :

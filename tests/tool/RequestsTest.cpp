@@ -32,7 +32,7 @@ TEST(Requests, AreShownWithWhatTheySay) {
          "SetDemuxProperty        audioPid 0x102, videoPid 0x101, pcrPid 0x101"},
         {recorder::SetSinkProperty{{PathField("a.srf"), 1}},
          "SetSinkProperty         path a.srf, isTimeshift 1"},
-        {UpdateRequest({0, 0x1000}), "UpdateSi                count 2, pids 0x0 0x1000"},
+        {UpdateRequest({0, 0x1000}), "UpdateSi                pids 0x0 0x1000"},
         {playback::TrickPlay{4000, -4.0}, "TrickPlay               time 00:04.0, rate -4x"}};
     for (const auto &[request, text] : rows)
         EXPECT_EQ(RequestText(request), text);
