@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "Failure.h"
-#include "TimeText.h"
-#include "Verbs.h"
+#include "text/TimeText.h"
+#include "verbs/Console.h"
 
 namespace {
 

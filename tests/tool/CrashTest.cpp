@@ -13,7 +13,7 @@
 #include <random>
 #include <thread>
 
-#include "Recording.h"
+#include "service/RecordingControl.h"
 #include "TemporaryFolder.h"
 #include "ts/ChannelLog.h"
 #include "ts/PacketFilter.h"

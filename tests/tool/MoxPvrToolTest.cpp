@@ -15,9 +15,9 @@
 #include <utility>
 
 #include "Failure.h"
-#include "OutputFile.h"
-#include "PacketFile.h"
 #include "TemporaryFolder.h"
+#include "verbs/OutputFile.h"
+#include "verbs/PacketFile.h"
 
 namespace tool {
 namespace {

@@ -1,12 +1,12 @@
 // A playback as the tool drives it, in this process, on a recording of two services.
-#include "Playing.h"
+#include "service/PlaybackControl.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include "Events.h"
-#include "Recording.h"
+#include "service/Events.h"
+#include "service/RecordingControl.h"
 #include "TemporaryFolder.h"
 
 namespace tool {

@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "Failure.h"
-#include "InformationFile.h"
-#include "Recording.h"
-#include "RequestText.h"
-#include "Service.h"
-#include "TimeText.h"
+#include "service/PvrService.h"
+#include "service/RecordingControl.h"
+#include "service/RecordingInformation.h"
+#include "text/RequestSummary.h"
+#include "text/TimeText.h"
 
 namespace tool {
 namespace {

@@ -1,0 +1,92 @@
+#include "service/Events.h"
+
+namespace tool {
+
+namespace {
+
+struct DetailWords {
+    EventDetail detail;
+    const char *words;
+    const char *failure;  ///< the sentence to end with, or null
+};
+
+constexpr DetailWords kDetails[] = {
+    {kEndReached, "end of the recording", nullptr},
+    {kBeginningReached, "beginning of the recording", nullptr},
+    {kUnmuted, "decoder unmuted", nullptr},
+    {EventDetail::PlaybackError1, "source failed",
+     "the recording cannot be read, or became shorter"},
+    {EventDetail::PlaybackError3, "nothing to decode", "nothing in the recording can be decoded"},
+    {kRecordingBegan, "first packets written", nullptr},
+    {kRecordingEnded, "end of the recording", nullptr},
+    {kSourceFailed, "source failed", "The source cannot be read any further."},
+    {kSinkFailed, "sink failed", "The recording cannot be written any further."},
+    {kDiskFull, "disk full", "The disk is full: the recording ends here."},
+    {EventDetail::RecorderSoundCommand2, "sound command", nullptr},
+};
+
+template <typename Record>
+Record FieldsOf(const tvdesktop::Event &event) {
+    Record record;
+    moxpvr::Decode(event.record.data(), event.record.size(), record);
+    return record;
+}
+
+const DetailWords *WordsOf(const tvdesktop::Event &event) {
+    for (const DetailWords &words : kDetails)
+        if (IsDetail(event, words.detail))
+            return &words;
+    return nullptr;
+}
+
+std::string SysChangeText(const tvdesktop::Event &event) {
+    const DetailWords *known = WordsOf(event);
+    const auto fields = FieldsOf<moxpvr::SysChangeEvent>(event);
+    std::string text = std::to_string(event.number) + ' ' + fields.Name() + ", detail " +
+                       std::to_string(static_cast<int>(fields.detail)) + " (" +
+                       (known != nullptr ? known->words : "unknown") + "), handle " +
+                       std::to_string(fields.handle);
+    if (fields.parameter != 0)
+        text += ", parameter " + std::to_string(fields.parameter);
+    return text;
+}
+
+std::string RecorderStartedText(const tvdesktop::Event &event) {
+    const moxpvr::RecorderStartedEvent fields = StartedOf(event);
+    std::string text = std::to_string(event.number) + ' ' + fields.Name() + ", record type " +
+                       std::to_string(static_cast<int>(fields.recordType)) + ", service " +
+                       std::to_string(fields.serviceId);
+    if (event.handle)
+        text += ", instance (" + std::to_string(event.handle->profileId) + ", " +
+                std::to_string(event.handle->subId) + ")";
+    return text;
+}
+
+}  // namespace
+
+bool IsDetail(const tvdesktop::Event &event, EventDetail detail) {
+    return event.number == moxpvr::SIGNAL_PVR_SYS_CHANGE &&
+           FieldsOf<moxpvr::SysChangeEvent>(event).detail == detail;
+}
+
+moxpvr::RecorderStartedEvent StartedOf(const tvdesktop::Event &event) {
+    return FieldsOf<moxpvr::RecorderStartedEvent>(event);
+}
+
+std::string FailureText(const tvdesktop::Event &event) {
+    const DetailWords *known = WordsOf(event);
+    return known != nullptr && known->failure != nullptr ? known->failure : "";
+}
+
+std::string EventText(const tvdesktop::Event &event) {
+    switch (event.number) {
+        case moxpvr::SIGNAL_PVR_SYS_CHANGE:
+            return SysChangeText(event);
+        case moxpvr::SIGNAL_PVR_RECORDER_STARTED:
+            return RecorderStartedText(event);
+        default:
+            return std::to_string(event.number) + " (unknown event)";
+    }
+}
+
+}  // namespace tool

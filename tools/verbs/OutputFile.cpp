@@ -1,0 +1,99 @@
+#include "verbs/OutputFile.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "Failure.h"
+#include "service/RecordingInformation.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The file in which the recorder notes which channel information applied from when on.
+std::string SideFilePath(const std::string &recording) {
+    return recording + ".chan";
+}
+
+/// Whether the name is taken, be it by a link that leads nowhere.
+bool IsTaken(const std::string &path) {
+    std::error_code ignored;
+    return fs::exists(fs::symlink_status(path, ignored));
+}
+
+void CheckReplaceable(const std::string &path, const std::string &input, bool force) {
+    std::error_code ignored;
+    if (fs::equivalent(path, input, ignored))
+        throw Failure("'" + path + "' is the input itself.");
+    if (!IsTaken(path))
+        return;
+    if (!force)
+        throw Failure("'" + path + "' exists already; --force replaces it.");
+    if (!fs::is_regular_file(path, ignored))
+        throw Failure("'" + path + "' is not a regular file; nothing replaces it.");
+}
+
+}  // namespace
+
+bool IsDevice(const std::string &path) {
+    std::error_code ignored;
+    return fs::is_other(path, ignored);
+}
+
+void CheckOutput(const std::string &path, const std::string &input, bool force) {
+    std::error_code ignored;
+    if (IsDevice(path))
+        return;
+    if (fs::is_directory(path, ignored))
+        throw WrongUse("'" + path + "' is a directory.");
+    const std::string information = InformationPath(path);
+    const fs::path directory = fs::absolute(path, ignored).parent_path();
+    if (!fs::is_directory(directory, ignored))
+        throw Failure("The directory '" + directory.string() + "' does not exist.");
+    for (const std::string &file : {path, SideFilePath(path), information})
+        CheckReplaceable(file, input, force);
+}
+
+SetAside::~SetAside() {
+    for (const Moved &file : m_files) {
+        if (!IsTaken(file.from))
+            std::rename(file.to.c_str(), file.from.c_str());
+    }
+}
+
+void SetAside::Take(const std::string &recording) {
+    for (const std::string &file : {recording, SideFilePath(recording)}) {
+        if (IsTaken(file))
+            Move(file);
+    }
+}
+
+void SetAside::Move(const std::string &path) {
+    Moved moved{path, path + "-XXXXXX"};
+    const int reserved = mkstemp(moved.to.data());
+    if (reserved < 0 || std::rename(path.c_str(), moved.to.c_str()) != 0) {
+        const int reason = errno;
+        if (reserved >= 0) {
+            ::close(reserved);
+            ::unlink(moved.to.c_str());
+        }
+        throw Failure("'" + path + "' cannot be replaced: " + std::strerror(reason) + ".");
+    }
+    ::close(reserved);
+    m_files.push_back(moved);
+}
+
+void SetAside::Remove() {
+    for (const Moved &file : m_files)
+        ::unlink(file.to.c_str());
+    m_files.clear();
+}
+
+}  // namespace tool

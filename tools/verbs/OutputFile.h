@@ -1,0 +1,51 @@
+/// @file
+/// Where a recording may be written.
+#ifndef TOOLS_VERBS_OUTPUTFILE_H
+#define TOOLS_VERBS_OUTPUTFILE_H
+
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// @return whether the path names something that is no file, such as a device or a pipe; it then
+///         gets no information file
+bool IsDevice(const std::string &path);
+
+/// Makes sure that nothing is lost by recording `input` to `path`: looks at every file that the
+/// recording consists of, with its side file and its information file.
+/// @throws WrongUse for a name that cannot be a recording's; Failure for a file that exists (unless
+///         `force`, and then for what is not a regular file), for the input itself and for a
+///         missing directory
+void CheckOutput(const std::string &path, const std::string &input, bool force);
+
+/// Takes an earlier recording and its side file out of the way of a new one. They come back when
+/// this ends, unless they were removed or their names are taken.
+///
+/// Threads: thread-bound.
+class SetAside {
+  public:
+    SetAside() = default;
+    ~SetAside();
+    SetAside(const SetAside &) = delete;
+    SetAside &operator=(const SetAside &) = delete;
+
+    /// @throws Failure when a file cannot be moved
+    void Take(const std::string &recording);
+    /// The new recording is there: the earlier one goes for good.
+    void Remove();
+
+  private:
+    struct Moved {
+        std::string from;
+        std::string to;
+    };
+
+    void Move(const std::string &path);
+
+    std::vector<Moved> m_files;
+};
+
+}  // namespace tool
+
+#endif

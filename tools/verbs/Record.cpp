@@ -1,0 +1,228 @@
+#include <algorithm>
+#include <filesystem>
+
+#include "Failure.h"
+#include "service/Events.h"
+#include "service/RecordingControl.h"
+#include "text/ReportText.h"
+#include "text/TimeText.h"
+#include "verbs/Console.h"
+#include "verbs/OutputFile.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+const tvdesktop::Service &FindService(const std::vector<tvdesktop::Service> &services,
+                                      std::uint16_t id) {
+    for (const tvdesktop::Service &service : services)
+        if (service.id == id)
+            return service;
+    std::string known;
+    for (const tvdesktop::Service &service : services)
+        known += (known.empty() ? "" : ", ") + std::to_string(service.id);
+    throw Failure("There is no service " + std::to_string(id) + " in the input; it has " + known +
+                  ".");
+}
+
+/// Whether two names, however they are written, are the same file now or would be.
+bool IsSamePlace(const std::string &left, const std::string &right) {
+    std::error_code ignored;
+    return fs::equivalent(left, right, ignored) ||
+           fs::weakly_canonical(fs::absolute(left), ignored) ==
+               fs::weakly_canonical(fs::absolute(right), ignored);
+}
+
+void CheckOptions(const RecordOptions &options) {
+    if (options.durationMs == 0)
+        throw WrongUse("--seconds 0 records nothing.");
+    if (options.swapAfterMs.has_value() != !options.swapTo.empty())
+        throw WrongUse("--swap-after and --swap-to belong together.");
+    if (options.swapAfterMs && !options.isTimeshift)
+        throw WrongUse("--swap-after needs --timeshift.");
+    if (options.swapAfterMs && options.durationMs && *options.swapAfterMs >= *options.durationMs)
+        throw WrongUse("--swap-after lies behind the end that --seconds sets.");
+    std::error_code ignored;
+    const bool isThere = options.input == "-" || fs::exists(options.input, ignored);
+    if (isThere && !fs::is_regular_file(options.input, ignored))
+        throw WrongUse("'" + options.input +
+                       "' is no file: the input is read twice, for its services and to record.");
+    if (!options.swapTo.empty() && IsSamePlace(options.swapTo, options.out))
+        throw WrongUse("--swap-to names the timeshift buffer itself.");
+    if (options.swapAfterMs && options.speed == 0)
+        throw WrongUse("--swap-after cannot be met at --speed max; give a speed such as 20.");
+    CheckOutput(options.out, options.input, options.force);
+    if (!options.swapTo.empty())
+        CheckOutput(options.swapTo, options.input, options.force);
+}
+
+/// One run of the verb, from the first request to the last.
+class RecordRun {
+  public:
+    RecordRun(const RecordOptions &options, const tvdesktop::Service &broadcast,
+              const Console &console)
+        : m_options(options),
+          m_broadcast(broadcast),
+          m_terminal(console.terminal),
+          m_recording(m_service, {options.input, options.speed}) {
+        ShowRequests(m_service, console);
+    }
+
+    void Run() {
+        m_recording.Begin(m_broadcast, {m_options.out, m_options.isTimeshift},
+                          m_options.durationMs);
+        WriteInformationBeside(m_options.out);
+        while (!m_isEnded && m_failure.empty() && !StopRequested())
+            Follow();
+        End();
+    }
+
+  private:
+    void Follow() {
+        ShowEvents(Patience());
+        m_progress = m_recording.GetProgress();
+        if (IsTimeToSwap())
+            Swap();
+        m_terminal.Status(StatusText());
+    }
+
+    bool IsTimeToSwap() const {
+        return m_options.swapAfterMs && !m_isSwapped && !m_isEnded &&
+               m_progress.positionMs >= *m_options.swapAfterMs;
+    }
+
+    /// How long to wait between two looks at the position, so that the time of a swap is met as
+    /// well at any speed.
+    milliseconds Patience() const {
+        constexpr double kUsual = 50;
+        if (!m_options.swapAfterMs || m_isSwapped)
+            return milliseconds(static_cast<int>(kUsual));
+        const double wait = m_options.speed > 0 ? kUsual / m_options.speed : 1;
+        return milliseconds(static_cast<int>(std::clamp(wait, 1.0, kUsual)));
+    }
+
+    void ShowEvents(milliseconds patience) {
+        for (const tvdesktop::Event &event : m_service.Take(patience)) {
+            m_terminal.Line("event " + EventText(event));
+            if (m_failure.empty())
+                m_failure = WithReason(FailureText(event));
+            m_isEnded = m_isEnded || IsDetail(event, kRecordingEnded);
+        }
+    }
+
+    std::string WithReason(const std::string &sentence) const {
+        const std::string reason = sentence.empty() ? "" : m_recording.FailureReason();
+        return reason.empty() ? sentence
+                              : sentence.substr(0, sentence.size() - 1) + " (" + reason + ").";
+    }
+
+    void Swap() {
+        SetAside earlier;
+        try {
+            if (m_options.force)
+                earlier.Take(m_options.swapTo);
+            m_recording.SwapTo(m_options.swapTo);
+        } catch (const Failure &failure) {
+            throw Failure(std::string(failure.what()) + " The timeshift buffer is still in " +
+                          m_options.out + ".");
+        }
+        earlier.Remove();
+        m_isSwapped = true;
+        DropInformationWithout(m_options.out);  // it went with the buffer
+        WriteInformationBeside(m_options.swapTo);
+        m_terminal.Line("The timeshift buffer became " + m_options.swapTo + " at " +
+                        TimeText(m_progress.positionMs) + ".");
+    }
+
+    void WriteInformationBeside(const std::string &path) {
+        if (IsDevice(path))
+            return;
+        WriteInformation(path, InformationOf(m_broadcast));
+        m_hasInformation = true;
+    }
+
+    void DropInformationWithout(const std::string &recording) const {
+        std::error_code ignored;
+        if (m_hasInformation && !fs::exists(recording, ignored))
+            fs::remove(InformationPath(recording), ignored);
+    }
+
+    void End() {
+        m_progress = m_recording.GetProgress();
+        const std::string stopFailure = Stop();
+        ShowEvents(milliseconds(0));
+        m_terminal.ClearStatus();
+        const tvdesktop::RecordingReport report = m_recording.Report();
+        if (const std::string loss = LossText(report); !loss.empty())
+            m_terminal.Line(loss, Style::Bad);
+        if (m_failure.empty())
+            m_failure = stopFailure;
+        if (m_failure.empty())
+            m_failure = UselessText(report);
+        if (!m_failure.empty()) {
+            DropInformationWithout(Destination());
+            throw Failure(m_failure);
+        }
+        if (m_options.swapAfterMs && !m_isSwapped)
+            throw Failure("The recording ended before " + TimeText(*m_options.swapAfterMs) +
+                          ": the timeshift buffer is still in " + m_options.out +
+                          "; a lower --speed leaves time to swap.");
+        m_terminal.Line(SummaryText(), Style::Good);
+    }
+
+    /// The event that says why counts for more than the result of a stop that fails after it.
+    std::string Stop() {
+        try {
+            m_recording.End();
+            return "";
+        } catch (const Failure &failure) {
+            return failure.what();
+        }
+    }
+
+    std::string Destination() const { return m_isSwapped ? m_options.swapTo : m_options.out; }
+
+    std::string SizeText() const {
+        std::error_code error;
+        const std::uintmax_t size = fs::file_size(Destination(), error);
+        return error ? "" : std::to_string((size + 512) / 1024) + " KiB";
+    }
+
+    std::string StatusText() const {
+        const std::int64_t total = m_options.durationMs.value_or(0);
+        return TimeText(m_progress.positionMs) + " " + Bar(m_progress.positionMs, total) +
+               (total > 0 ? " " + TimeText(total) + "  " : " ") + SizeText() + "  " +
+               TitleOf(m_broadcast) + "  Ctrl-C stops";
+    }
+
+    std::string SummaryText() const {
+        const std::string size = SizeText();
+        return std::string(m_options.isTimeshift && !m_isSwapped ? "Buffered " : "Recorded ") +
+               TimeText(m_progress.positionMs) + " of " + TitleOf(m_broadcast) + " to " +
+               Destination() + (size.empty() ? "" : " (" + size + ")") + ".";
+    }
+
+    const RecordOptions &m_options;
+    const tvdesktop::Service &m_broadcast;
+    Terminal &m_terminal;
+    PvrService m_service;
+    Recording m_recording;
+    Progress m_progress;
+    bool m_isSwapped = false;
+    bool m_hasInformation = false;
+    bool m_isEnded = false;
+    std::string m_failure;
+};
+
+}  // namespace
+
+void RunRecord(const RecordOptions &options, const Console &console) {
+    CheckOptions(options);
+    const std::vector<tvdesktop::Service> services = ServicesOf(options.input);
+    RecordRun(options, FindService(services, options.serviceId), console).Run();
+}
+
+}  // namespace tool
