@@ -1,6 +1,7 @@
-// mox-pvr: the PVR service for one person at a desk.
+// mox-pvr: what the program takes from its command line.
 #include <TvDesktop.h>
 
+#include <cctype>
 #include <cerrno>
 #include <CLI/CLI.hpp>
 #include <cmath>
@@ -11,7 +12,11 @@
 
 #include "Failure.h"
 #include "text/TimeText.h"
-#include "verbs/Console.h"
+#include "verbs/Demo.h"
+#include "verbs/Play.h"
+#include "verbs/Record.h"
+#include "verbs/Repair.h"
+#include "verbs/Services.h"
 
 namespace {
 
@@ -24,60 +29,70 @@ struct GlobalOptions {
     bool showRequests = false;
 };
 
-/// Whether a text is a number whose size is from 0.01 to 1000; "nan" and "inf" are not.
-bool IsSpeed(const std::string &text, bool mayBeNegative) {
-    double speed = 0;
-    return CLI::detail::lexical_cast(text, speed) && (mayBeNegative || speed > 0) &&
-           std::abs(speed) >= 0.01 && std::abs(speed) <= 1000;
+/// A rule for the text of an option, which it may rewrite.
+/// @param kind   what a text that is refused is not, with its article
+/// @param valid  what to write in its place
+template <typename Accepts>
+CLI::Validator Rule(const std::string &kind, const std::string &valid, Accepts accepts) {
+    return CLI::Validator(
+        [=](std::string &text) -> std::string {
+            return accepts(text) ? "" : "'" + text + "' is not " + kind + "; write " + valid;
+        },
+        "");
 }
 
-const CLI::Validator kLogLevel(
-    [](std::string &text) -> std::string {
+/// Whether a text is a number whose size is from 0.01 to 1000; "nan" and "inf" are not.
+bool IsFactor(const std::string &text, bool mayBeNegative) {
+    double factor = 0;
+    return CLI::detail::lexical_cast(text, factor) && (mayBeNegative || factor > 0) &&
+           std::abs(factor) >= 0.01 && std::abs(factor) <= 1000;
+}
+
+bool IsNumberUpTo(std::uint32_t highest, const std::string &text) {
+    std::uint32_t number = 0;
+    return CLI::detail::lexical_cast(text, number) && number <= highest;
+}
+
+const CLI::Validator kLogLevel =
+    Rule("a level", "trace, progress, failures, 2, 4 or 16", [](std::string &text) {
         for (const auto &[name, number] :
              {std::pair{"trace", "2"}, {"progress", "4"}, {"failures", "16"}}) {
             if (text != name && text != number)
                 continue;
             text = number;
-            return "";
+            return true;
         }
-        return "'" + text + "' is not a level; write trace, progress, failures, 2, 4 or 16";
-    },
-    "");
+        return false;
+    });
 
-const CLI::Validator kTime(
-    [](std::string &text) -> std::string {
-        const auto time = tool::ParseTime(text);
-        if (!time)
-            return "'" + text + "' is not a time; write seconds or mm:ss";
+const CLI::Validator kTime = Rule("a time", "seconds or mm:ss", [](std::string &text) {
+    const auto time = tool::ParseTime(text);
+    if (time)
         text = std::to_string(*time);
-        return "";
-    },
-    "");
+    return time.has_value();
+});
 
-const CLI::Validator kRecordSpeed(
-    [](std::string &text) -> std::string {
-        if (text == "max")
-            text = "0";
-        else if (!IsSpeed(text, false))
-            return "'" + text + "' is not a speed; write 0.01 to 1000 or max";
-        return "";
-    },
-    "");
+const CLI::Validator kRecordSpeed = Rule("a speed", "0.01 to 1000 or max", [](std::string &text) {
+    const bool isMaximum = text == "max";
+    if (isMaximum)
+        text = "0";
+    return isMaximum || IsFactor(text, false);
+});
 
-const CLI::Validator kPlaySpeed(
-    [](std::string &text) -> std::string {
-        return IsSpeed(text, true) ? ""
-                                   : "'" + text +
-                                         "' is not a speed; write 0.01 to 1000, with a minus for "
-                                         "backwards";
-    },
-    "");
+const CLI::Validator kPlaySpeed =
+    Rule("a speed", "0.01 to 1000, with a minus for backwards",
+         [](const std::string &text) { return IsFactor(text, true); });
 
-const CLI::Validator kClockFactor(
-    [](std::string &text) -> std::string {
-        return IsSpeed(text, false) ? "" : "'" + text + "' is not a factor; write 0.01 to 1000";
-    },
-    "");
+const CLI::Validator kClockFactor =
+    Rule("a factor", "0.01 to 1000", [](const std::string &text) { return IsFactor(text, false); });
+
+const CLI::Validator kServiceId = Rule("a service id", "0 to 65535", [](const std::string &text) {
+    return IsNumberUpTo(0xFFFF, text);
+});
+
+const CLI::Validator kPid =
+    Rule("a PID", "0 to 8191, or 0x0 to 0x1fff",
+         [](const std::string &text) { return IsNumberUpTo(0x1FFF, text); });
 
 void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
     app.set_version_flag("--version", std::string("mox-pvr " MOXPVR_VERSION));
@@ -89,16 +104,17 @@ void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
         ->transform(kLogLevel)
         ->type_name("LEVEL");
     app.add_flag("--show-requests", options.showRequests,
-                 "Show requests and replies in hexadecimal, one that is repeated at once only the "
-                 "first time");
+                 "Show requests and replies in hexadecimal, a request that is repeated at once "
+                 "only the first time");
 }
 
-/// What a TIME of a verb's options is.
-void ExplainTime(CLI::App &verb) {
-    verb.footer(
-        "TIME is seconds, mm:ss or h:mm:ss, with a fraction or without: 90, 1:30, 1:30.5\n\n" +
-        verb.get_footer());
+/// Puts a paragraph before the end of a verb's help.
+void Explain(CLI::App &verb, const std::string &paragraph) {
+    verb.footer(paragraph + "\n\n" + verb.get_footer());
 }
+
+constexpr char kTimeHelp[] =
+    "TIME is seconds, mm:ss or h:mm:ss, with a fraction or without: 90, 1:30, 1:30.5";
 
 CLI::App *AddServices(CLI::App &app, std::string &input) {
     CLI::App *verb = app.add_subcommand("services", "List the services of a transport stream");
@@ -109,7 +125,10 @@ CLI::App *AddServices(CLI::App &app, std::string &input) {
 CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
     CLI::App *verb = app.add_subcommand("record", "Record one service of a transport stream");
     verb->add_option("INPUT", options.input, "Transport stream")->required()->type_name("");
-    verb->add_option("--service", options.serviceId, "Service id")->required()->type_name("ID");
+    verb->add_option("--service", options.serviceId, "Service id")
+        ->required()
+        ->check(kServiceId)
+        ->type_name("ID");
     verb->add_option("--out", options.out, "Recording, or timeshift buffer with --timeshift")
         ->required()
         ->type_name("FILE");
@@ -124,39 +143,40 @@ CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
                      "Stream time at which the buffer becomes a recording")
         ->transform(kTime)
         ->type_name("TIME");
-    verb->add_option("--swap-to", options.swapTo, "That recording")->type_name("FILE");
+    verb->add_option("--swap-to", options.swapTo, "File of that recording")->type_name("FILE");
     verb->add_flag("--force", options.force, "Replace existing files");
-    ExplainTime(*verb);
+    Explain(*verb, kTimeHelp);
     return verb;
 }
 
 CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
     CLI::App *verb = app.add_subcommand("play", "Play a recording or a timeshift buffer");
     verb->add_option("FILE", options.file, "Recording")->required()->type_name("");
-    verb->add_option("--from", options.fromMs, "Where to begin")
+    verb->add_option("--from", options.fromMs, "Position to start at")
         ->transform(kTime)
         ->type_name("TIME");
     verb->add_option("--speed", options.speed, "Times normal speed; negative: backwards")
         ->check(kPlaySpeed)
         ->type_name("X");
     verb->add_flag("--timeshift", options.isTimeshift, "The file is a timeshift buffer");
-    verb->add_option("--video-pid", options.videoPid, "Program this video PID instead")
-        ->check(CLI::Range(0, 0x1FFF))
+    verb->add_option("--video-pid", options.videoPid,
+                     "Program this video PID in place of the recording's own")
+        ->check(kPid)
         ->type_name("PID");
     verb->add_option("--clock", options.clockFactor,
                      "Run the player's clock this many times faster than real time")
         ->check(kClockFactor)
         ->type_name("X");
-    verb->footer(
-        "Keys on a terminal:\n"
-        "  space       pause, resume\n"
-        "  left right  10 seconds back, ahead\n"
-        "  1 to 9      play at 1 to 9 times normal speed; 0: half speed\n"
-        "  -           turn the direction round\n"
-        "  .           one picture\n"
-        "  a           audio description on, off\n"
-        "  q           stop");
-    ExplainTime(*verb);
+    Explain(*verb,
+            "Keys on a terminal:\n"
+            "  space       pause, resume\n"
+            "  left right  10 seconds back, ahead\n"
+            "  1 to 9      play at 1 to 9 times normal speed; 0: half speed\n"
+            "  -           reverse the direction\n"
+            "  .           next picture\n"
+            "  a           audio description on, off\n"
+            "  q           stop");
+    Explain(*verb, kTimeHelp);
     return verb;
 }
 
@@ -178,37 +198,50 @@ CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options) {
     return verb;
 }
 
-/// The log is heard when either option asks for it: a file alone takes everything.
+/// Nothing is logged unless an option asks for it; a file alone takes everything.
 void SetUpLog(const GlobalOptions &options, bool isLevelGiven) {
     const bool isFileOnly = !options.logFile.empty() && !isLevelGiven;
     tvdesktop::SetLogMinimumPriority(isFileOnly ? kTrace : options.logLevel);
     if (!options.logFile.empty() && !tvdesktop::SetLogFile(options.logFile))
-        throw tool::Failure("cannot write the log file '" + options.logFile +
-                            "': " + std::strerror(errno));
+        throw tool::Failure("cannot write the log file " + options.logFile + ": " +
+                            std::strerror(errno));
+}
+
+/// @return a sentence with its first letter in lower case, unless a name in capitals begins it
+std::string WithoutCapital(std::string sentence) {
+    const auto isUpper = [&](std::size_t at) {
+        return at < sentence.size() && std::isupper(static_cast<unsigned char>(sentence[at])) != 0;
+    };
+    if (isUpper(0) && !isUpper(1))
+        sentence[0] = static_cast<char>(sentence[0] - 'A' + 'a');
+    return sentence;
+}
+
+/// @return what is wrong with a command line that cannot be read
+std::string ProblemText(const CLI::App &app, const CLI::ParseError &error) {
+    const bool isVerbMissing = app.get_subcommands().empty() && error.get_name() == "RequiredError";
+    if (!isVerbMissing)
+        return WithoutCapital(error.what());
+    return app.remaining().empty()
+               ? "cannot run without a verb"
+               : "'" + app.remaining().front() + "' is neither a verb nor an option";
 }
 
 /// Answers a command line that asks for help, or refuses one that cannot be carried out.
 int Answer(const CLI::App &app, const CLI::ParseError &error) {
-    if (error.get_exit_code() == 0) {
-        std::ostringstream help;
-        app.exit(error, help);
-        tool::Terminal().Text(help.str());
-        return tool::kExitDone;
-    }
-    const std::string hint = " (--help shows what there is)";
-    const bool isVerbMissing = app.get_subcommands().empty() && error.get_name() == "RequiredError";
-    if (isVerbMissing && app.remaining().empty())
-        throw tool::WrongUse("a verb is missing" + hint);
-    if (isVerbMissing)
-        throw tool::WrongUse("there is no verb or option '" + app.remaining().front() + "'" + hint);
-    throw tool::WrongUse(error.what() + hint);
+    if (error.get_exit_code() != 0)
+        throw tool::UsageError(ProblemText(app, error) + " (--help lists verbs and options)");
+    std::ostringstream help;
+    app.exit(error, help);
+    tool::Terminal().Text(help.str());
+    return tool::kExitDone;
 }
 
 int Run(int argc, char **argv) {
-    CLI::App app("The PVR service for one person at a desk.", "mox-pvr");
+    CLI::App app("The PVR service for one person at a desk", "mox-pvr");
     app.require_subcommand(1);
     app.fallthrough();
-    app.footer("Exit code: 0 done, 1 failed, 2 usage error.");
+    app.footer("Exit code: 0 done, 1 failed, 2 usage error");
     GlobalOptions global;
     std::string servicesInput;
     tool::RecordOptions record;
@@ -228,7 +261,7 @@ int Run(int argc, char **argv) {
     }
 
     SetUpLog(global, app.count("--log-level") > 0);
-    if (!*services && !*repairVerb)  // those two have nothing to end in an orderly way
+    if (!*services && !*repairVerb)  // those two have nothing to end in order
         tool::CatchStopSignals();
     tool::Terminal terminal;
     const tool::Console console{terminal, global.showRequests};
@@ -252,9 +285,9 @@ int main(int argc, char **argv) {
         const int exitCode = Run(argc, argv);
         tool::CheckStandardOutput();
         return exitCode;
-    } catch (const tool::WrongUse &error) {
+    } catch (const tool::UsageError &error) {
         std::cerr << "mox-pvr: " << error.what() << '\n';
-        return tool::kExitWrongUse;
+        return tool::kExitUsageError;
     } catch (const std::exception &error) {
         std::cerr << "mox-pvr: " << error.what() << '\n';
         return tool::kExitFailed;

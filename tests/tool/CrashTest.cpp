@@ -13,6 +13,7 @@
 #include <random>
 #include <thread>
 
+#include "service/Input.h"
 #include "service/RecordingControl.h"
 #include "TemporaryFolder.h"
 #include "ts/ChannelLog.h"
@@ -28,7 +29,7 @@ using Log = std::vector<ChannelStretch>;
 using Bytes = std::vector<std::uint8_t>;
 using Outcome = tvdesktop::RepairResult::Outcome;
 
-constexpr std::size_t kRounds = 10;  ///< of the sample, one behind the other
+constexpr std::size_t kRounds = 10;  ///< of the sample, one after the other
 
 Bytes ReadFile(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
@@ -47,27 +48,27 @@ class CrashTest : public testing::Test {
     }
     void TearDown() override { fs::remove_all(m_directory); }
 
-    static void WaitForProgress(Recording &recording, PvrService &service,
+    static void WaitForProgress(RecordingControl &recording, PvrService &pvr,
                                 std::int64_t milliseconds) {
         const std::int64_t begin = recording.GetProgress().positionMs;
         while (recording.GetProgress().positionMs < begin + milliseconds)
-            service.Take(std::chrono::milliseconds(1));
+            pvr.Take(std::chrono::milliseconds(1));
     }
 
-    /// Records a service after the other, for three seconds each.
+    /// Records one service after the other, for three seconds each.
     void Record(double speed, std::size_t changes, int started) const {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // should the test end first
         tvdesktop::SetLogMinimumPriority(17);
-        PvrService service;
-        Recording recording(service, {m_directory + "/source.ts", speed});
-        recording.Begin(m_services[0], {m_path, false});
+        PvrService pvr;
+        RecordingControl recording(pvr, {m_directory + "/source.ts", speed});
+        recording.Start(m_services[0], {m_path, false});
         EXPECT_EQ(::write(started, "", 1), 1);
         for (std::size_t next = 1;; ++next) {
             // The first news may still be of packets of the service before.
-            WaitForProgress(recording, service, 1);
-            WaitForProgress(recording, service, 3000);
+            WaitForProgress(recording, pvr, 1);
+            WaitForProgress(recording, pvr, 3000);
             if (next > changes)
-                return recording.End();
+                return recording.Stop();
             recording.ChangeTo(m_services[next % m_services.size()]);
         }
     }
@@ -90,7 +91,7 @@ class CrashTest : public testing::Test {
 
     /// Whole packets of the source in its order, each of the service that the side file names. PIDs
     /// are programmed and removed one by one, so a stretch may begin and end with some of them; of
-    /// each PID no packet is missing between those that are there. Tables and parts of frames
+    /// each PID no packet is missing between those that are recorded. Tables and parts of frames
     /// repeat to the byte: the place in the source is sure only from a unit's first packet on,
     /// which has its time stamp.
     void ExpectPackets(const Bytes &recorded, const Log &log) const {
@@ -167,7 +168,7 @@ class CrashTest : public testing::Test {
     std::vector<tvdesktop::Service> m_services = ServicesOf(MOXPVR_SAMPLE);
 };
 
-/// @return how often to kill; MOXPVR_KILLS says it where every step takes its time
+/// @return how often to kill; MOXPVR_KILLS sets it where every step takes its time
 unsigned long KillCount() {
     const char *kills = std::getenv("MOXPVR_KILLS");
     return kills != nullptr ? std::stoul(kills) : 50;
@@ -217,7 +218,7 @@ TEST_F(CrashTest, RepairKeepsWhatAgreesAndAddsWhatIsMissing) {
         {"last lost", [](Log &log) { log.pop_back(); }, 2},
         {"wrong time", [](Log &log) { ++log[1].timeMs; }, 2},
         {"inside a packet", [](Log &log) { ++log[1].offset; }, 2},
-        {"behind the end", [](Log &log) { log[2].offset *= 2; }, 2},
+        {"past the end", [](Log &log) { log[2].offset *= 2; }, 2},
         {"other service", [](Log &log) { log[1].info = log[0].info; }, 2},
         {"unknown PID", [](Log &log) { log[1].info.audioPid = 0x777; }, 2},
     };

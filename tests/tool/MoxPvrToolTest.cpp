@@ -150,7 +150,7 @@ TEST_F(MoxPvr, TakesTwoStopSignalsInARowForOne) {
     while (std::fgets(line, sizeof line, pipe) != nullptr)
         continue;
     EXPECT_EQ(pclose(pipe), 0) << line;
-    EXPECT_NE(std::strstr(line, "Recorded"), nullptr) << line;
+    EXPECT_NE(std::strstr(line, "recorded 00:"), nullptr) << line;
 }
 
 TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
@@ -168,22 +168,22 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
     } rows[] = {
         {"services " + In("none.ts"), 1, "none.ts"},
         {"services " + In("no.ts"), 1, "transport stream"},
-        {record + "9 --out " + In("a.srf"), 1, "no service 9 in the input; it has 1, 2, 3"},
+        {record + "9 --out " + In("a.srf"), 1, "service 9: the input has only 1, 2, 3"},
         {record + "1 --out /dev/full", 1, "detail 153"},
         {record + "1 --out " + In("old.srf"), 1, "--force"},
         {"record " + In("in.srf") + " --service 1 --force --out " + In("in.srf"), 1,
          "input itself"},
         {"record " + In("in.srf") + " --service 1 --force --out " + In("x.srf"), 1,
-         "x.srf.chan' is the input itself"},
+         "x.srf.chan: it is the input itself"},
         {"record " + In("in.srf") + " --service 1 --force --out " + In("y.srf"), 1,
-         "y.inf' is the input itself"},
-        {record + "1 --out " + In("own.srf"), 1, "own.srf.chan' exists already"},
+         "y.inf: it is the input itself"},
+        {record + "1 --out " + In("own.srf"), 1, "own.srf.chan: it exists"},
         {record + "1 --force --out " + In("d.srf"), 1, "not a regular file"},
         {record + "1 --out /proc/a.srf", 1, "cannot write /proc/a.srf: No such file"},
         {record + "1 --timeshift --swap-after 3 --out " + In("a.tsb") + " --swap-to " + In("b.srf"),
          2, "--speed"},
         {record + "1 --out " + In("a"), 2, "three letters"},
-        {record + "1 --out " + In("none/a.srf"), 1, "none' does not exist"},
+        {record + "1 --out " + In("none/a.srf"), 1, "none does not exist"},
         {record + "1 --swap-after 3 --out " + In("a.srf"), 2, "--swap-to"},
         {record + "1 --timeshift --swap-after 3 --out " + In("a.tsb") + " --swap-to " +
              In("./a.tsb"),
@@ -214,8 +214,8 @@ TEST_F(MoxPvr, RecordsWholePacketsOfAnyLayoutAndSaysWhatIsMissing) {
         int exitCode;
         const char *said;
     } rows[] = {
-        {"192 bytes", [](Packet &, std::size_t) {}, 4, 0, 0, "Recorded 00:29.9"},
-        {"204 bytes", [](Packet &, std::size_t) {}, 0, 16, 0, "Recorded 00:29.9"},
+        {"192 bytes", [](Packet &, std::size_t) {}, 4, 0, 0, "recorded 00:29.9"},
+        {"204 bytes", [](Packet &, std::size_t) {}, 0, 16, 0, "recorded 00:29.9"},
         {"damaged",
          [](Packet &packet, std::size_t i) {
              if (i == 700)
@@ -284,7 +284,7 @@ TEST_F(MoxPvr, PlaysWhatTheSideFileDescribesWithoutTables) {
     fs::copy_file(In("a.srf.chan"), In("bare.srf.chan"));
     const Outcome run = Run("play --clock 50 " + In("bare.srf"));
     EXPECT_EQ(run.exitCode, 0) << run.output;
-    EXPECT_NE(run.output.find("picture and sound  program 1"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("picture and sound  service 1"), std::string::npos) << run.output;
 }
 
 TEST_F(MoxPvr, FollowsABufferAsLongAsItsRecorderHoldsIt) {
@@ -317,7 +317,7 @@ TEST_F(MoxPvr, UsesEscapesOnlyOnTerminalsThatUnderstandThem) {
     ASSERT_EQ(Record("--service 1 --seconds 1 --out " + In("a.srf")).exitCode, 0);
     const struct {
         const char *environment;
-        bool hasColour, hasStatusLine;
+        bool hasColour, HasStatusLine;
     } rows[] = {{"TERM=xterm NO_COLOR=", true, true},
                 {"TERM=xterm NO_COLOR=1", false, true},
                 {"TERM=dumb NO_COLOR=", false, false},
@@ -330,8 +330,8 @@ TEST_F(MoxPvr, UsesEscapesOnlyOnTerminalsThatUnderstandThem) {
                                     " script -qec \"$COMMAND\" /dev/null </dev/null");
         EXPECT_NE(run.output.find("playing 1x  picture and sound"), std::string::npos);
         EXPECT_EQ(run.output.find("\033[1m") != std::string::npos, row.hasColour) << run.output;
-        EXPECT_EQ(run.output.find("\033[K") != std::string::npos, row.hasStatusLine) << run.output;
-        EXPECT_EQ(run.output.find('\033') != std::string::npos, row.hasStatusLine) << run.output;
+        EXPECT_EQ(run.output.find("\033[K") != std::string::npos, row.HasStatusLine) << run.output;
+        EXPECT_EQ(run.output.find('\033') != std::string::npos, row.HasStatusLine) << run.output;
     }
 }
 
@@ -340,8 +340,8 @@ TEST_F(MoxPvr, RefusesACommandLineThatItCannotCarryOut) {
     ASSERT_EQ(mkfifo(In("fifo").c_str(), 0600), 0);
     const std::string play = "play --clock 50 ";
     const std::pair<std::string, std::string> rows[] = {
-        {"fly " MOXPVR_SAMPLE, "no verb or option 'fly'"},
-        {"", "verb is missing"},
+        {"fly " MOXPVR_SAMPLE, "'fly' is neither a verb nor an option"},
+        {"", "without a verb"},
         {"services " MOXPVR_SAMPLE " more", "not expected: more"},
         {play + "--speed nan " + In("a.srf"), "'nan' is not a speed"},
         {play + "--speed -inf " + In("a.srf"), "'-inf' is not a speed"},
@@ -353,7 +353,7 @@ TEST_F(MoxPvr, RefusesACommandLineThatItCannotCarryOut) {
         {play + In("none.srf"), "No such file or directory"},
         {play + In("fifo"), "not a regular file"},
         {play + In("no.ts"), "not a transport stream"},
-        {play + "--from 9 " + In("a.srf"), "is past the end"},
+        {play + "--from 9 " + In("a.srf"), "the recording ends at 00:01.0"},
         {"demo --input " + In("a.srf"), "too short"},
         {"demo --out " + In("a.srf"), "cannot use the directory"},
     };

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "Failure.h"
-#include "service/PvrService.h"
-#include "service/RecordingControl.h"
-#include "service/RecordingInformation.h"
+#include "service/Input.h"
+#include "service/RecordingFiles.h"
+#include "service/Request.h"
 #include "text/RequestSummary.h"
 #include "text/TimeText.h"
 
@@ -15,16 +15,15 @@ TEST(Requests, TakeEveryByteOfAPlatformRecordAndCutNoPath) {
     TvChannelInfo info{};
     info.reserved0[0] = 0xAA;
     info.reserved[3] = 0xBB;
-    EXPECT_EQ(HexText(ChannelInfoRequest(info).record),
-              "04000000aa" + std::string(2 * 190, '0') + "bb");
-    EXPECT_EQ(HexText(UpdateRequest({0, 0x1000}).record), "0c000000020000000000000000100000");
-    EXPECT_EQ(UpdateRequest(std::vector<std::uint32_t>(2046)).record.size(), 8192U);
+    EXPECT_EQ(ChannelInfoRequest(info).text, "04000000aa" + std::string(2 * 190, '0') + "bb");
+    EXPECT_EQ(UpdateRequest({0, 0x1000}).text, "0c000000020000000000000000100000");
+    EXPECT_EQ(UpdateRequest(std::vector<std::uint32_t>(2046)).text.size(), 2 * 8192U);
     EXPECT_THROW(UpdateRequest(std::vector<std::uint32_t>(2047)), Failure);
     EXPECT_EQ(PathField(std::string(255, 'x')).c_str(), std::string(255, 'x'));
     EXPECT_THROW(PathField(std::string(256, 'x')), Failure);
 }
 
-TEST(Requests, AreShownWithWhatTheySay) {
+TEST(Requests, AreShownWithTheirFields) {
     const std::pair<Request, const char *> rows[] = {
         {recorder::Start{}, "Start"},
         {recorder::SetHandle{1, 2}, "SetHandle               handle 1, serviceId 2"},
@@ -35,10 +34,10 @@ TEST(Requests, AreShownWithWhatTheySay) {
         {UpdateRequest({0, 0x1000}), "UpdateSi                pids 0x0 0x1000"},
         {playback::TrickPlay{4000, -4.0}, "TrickPlay               time 00:04.0, rate -4x"}};
     for (const auto &[request, text] : rows)
-        EXPECT_EQ(RequestText(request), text);
+        EXPECT_EQ(RequestSummary(request), text);
 }
 
-TEST(Recording, NamesEveryStreamOfAService) {
+TEST(Input, NamesEveryStreamOfAService) {
     using tvdesktop::StreamKind;
     tvdesktop::Service service;
     service.pmtPid = 0x1000;
@@ -48,39 +47,39 @@ TEST(Recording, NamesEveryStreamOfAService) {
         service.streams.back().kind = kind;
     };
     add(0x105, StreamKind::Other);
-    EXPECT_THROW(SelectStreams(service), Failure);
+    EXPECT_THROW(PidsToRecord(service), Failure);
     add(0x102, StreamKind::Audio);
     add(0x103, StreamKind::AudioDescription);
-    const StreamSelection radio = SelectStreams(service);
+    const RecordedPids radio = PidsToRecord(service);
     EXPECT_EQ(radio.demux.videoPid, moxpvr::kNoPid);
     EXPECT_EQ(radio.demux.audioDescriptionPid, 0x103U);
     EXPECT_EQ(radio.si, (std::vector<std::uint32_t>{0, 0x1000, 0x105, 0x1FE}))
         << "the demux request of a radio service leaves the PCR PID out";
     add(0x101, StreamKind::Video);
-    EXPECT_EQ(SelectStreams(service).si, (std::vector<std::uint32_t>{0, 0x1000, 0x105}));
+    EXPECT_EQ(PidsToRecord(service).si, (std::vector<std::uint32_t>{0, 0x1000, 0x105}));
 }
 
-TEST(InformationFile, HoldsPidsAndTypeAtTheirOffsetsAndNothingElse) {
+TEST(RecordingFiles, HoldsPidsAndTypeAtTheirOffsetsAndNothingElse) {
     const std::string name = std::string(62, 'n') + "\xC3\xA9";  // the last letter does not fit
     std::vector<std::uint8_t> bytes =
         EncodeInformation({name, {0x101, 0x102, 0xFFFFFFFF, moxpvr::ChannelType{2}}});
     ASSERT_EQ(bytes.size(), 10645U);
     const struct {
         std::size_t offset;
-        std::string hex;
-    } rows[] = {{0, HexText(std::vector<std::uint8_t>(62, 'n'))},
-                {798, "0101000002010000ffffffff"},
-                {824, "0200"}};
+        std::vector<std::uint8_t> bytes;
+    } rows[] = {{0, std::vector<std::uint8_t>(62, 'n')},
+                {798, {1, 1, 0, 0, 2, 1, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}},
+                {824, {2, 0}}};
     for (const auto &row : rows) {
         const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(row.offset);
-        const auto end = begin + static_cast<std::ptrdiff_t>(row.hex.size() / 2);
-        EXPECT_EQ(HexText({begin, end}), row.hex) << row.offset;
+        const auto end = begin + static_cast<std::ptrdiff_t>(row.bytes.size());
+        EXPECT_EQ(std::vector<std::uint8_t>(begin, end), row.bytes) << row.offset;
         std::fill(begin, end, std::uint8_t{0});
     }
     EXPECT_EQ(bytes, std::vector<std::uint8_t>(10645));
     EXPECT_EQ(InformationPath("dir.d/a.srf"), "dir.d/a.inf");
     for (const char *bad : {"a", "a.ts", "a.mpeg", "a.inf", "dir.srf/a", "", ".srf"})
-        EXPECT_THROW(InformationPath(bad), WrongUse) << bad;
+        EXPECT_THROW(InformationPath(bad), UsageError) << bad;
 }
 
 TEST(TimeText, ReadsSecondsAndColons) {

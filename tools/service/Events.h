@@ -1,12 +1,13 @@
 /// @file
-/// The events of the library in words.
+/// The events of the library as the service receives them.
 #ifndef TOOLS_SERVICE_EVENTS_H
 #define TOOLS_SERVICE_EVENTS_H
 
 #include <MoxPvrProtocol.h>
 #include <TvDesktop.h>
 
-#include <string>
+#include <algorithm>
+#include <vector>
 
 namespace tool {
 
@@ -24,16 +25,24 @@ inline constexpr auto kSinkFailed = EventDetail::RecorderError2;
 inline constexpr auto kDiskFull = EventDetail::RecorderError4;
 /// @}
 
-bool IsDetail(const tvdesktop::Event &event, EventDetail detail);
+/// @return what an event carries, read as the record of its number
+template <typename Record>
+Record FieldsOf(const tvdesktop::Event &event) {
+    Record record;
+    moxpvr::Decode(event.record.data(), event.record.size(), record);
+    return record;
+}
 
-/// @return what a SIGNAL_PVR_RECORDER_STARTED carries
-moxpvr::RecorderStartedEvent StartedOf(const tvdesktop::Event &event);
+inline bool IsDetail(const tvdesktop::Event &event, EventDetail detail) {
+    return event.number == moxpvr::SIGNAL_PVR_SYS_CHANGE &&
+           FieldsOf<moxpvr::SysChangeEvent>(event).detail == detail;
+}
 
-/// @return the sentence for an event that ends a recording or a playback badly, empty for others
-std::string FailureText(const tvdesktop::Event &event);
-
-/// @return number, name and contents of an event for a reader
-std::string EventText(const tvdesktop::Event &event);
+/// @return whether one of them reports it
+inline bool ContainsDetail(const std::vector<tvdesktop::Event> &events, EventDetail detail) {
+    return std::any_of(events.begin(), events.end(),
+                       [detail](const tvdesktop::Event &event) { return IsDetail(event, detail); });
+}
 
 }  // namespace tool
 

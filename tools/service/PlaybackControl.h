@@ -24,12 +24,12 @@ struct Source {
 /// Owns the service's player from construction to destruction.
 ///
 /// Threads: thread-bound. Requests that fail throw Failure.
-class Playing {
+class PlaybackControl {
   public:
-    Playing(PvrService &service, const tvdesktop::PlayerOptions &options);
-    ~Playing() { m_service.ReleasePlayer(); }
-    Playing(const Playing &) = delete;
-    Playing &operator=(const Playing &) = delete;
+    PlaybackControl(PvrService &pvr, const tvdesktop::PlayerOptions &options);
+    ~PlaybackControl() { m_pvr.ReleasePlayer(); }
+    PlaybackControl(const PlaybackControl &) = delete;
+    PlaybackControl &operator=(const PlaybackControl &) = delete;
 
     /// Gives the stream its source, PIDs and codecs.
     void Open(const Source &source);
@@ -57,15 +57,15 @@ class Playing {
     /// gives the sound back: trick play mutes it, and lifting that is the service's own task.
     std::vector<tvdesktop::Event> Take(std::chrono::milliseconds patience);
 
-    Progress GetProgress() { return m_service.PlaybackProgress(); }
-    tvdesktop::PlayerState State() const { return tvdesktop::GetPlayerState(m_service.player()); }
+    Progress GetProgress() { return m_pvr.PlaybackProgress(); }
+    tvdesktop::PlayerState State() const { return tvdesktop::GetPlayerState(m_pvr.Player()); }
     /// @return whether a recorder still writes what is played
-    bool IsBeingWritten() const { return tvdesktop::IsSourceBeingWritten(m_service.player()); }
+    bool IsBeingWritten() const { return tvdesktop::IsSourceBeingWritten(m_pvr.Player()); }
 
   private:
     void LiftSoundMute();
 
-    PvrService &m_service;
+    PvrService &m_pvr;
     std::string m_path;
 };
 

@@ -20,19 +20,11 @@
 
 namespace tool {
 
-struct Reply {
-    std::uint32_t result = 0;
-    std::vector<std::uint8_t> record;  ///< empty when the command gives no reply
-};
-
 /// Position and duration as a progress request answers them.
 struct Progress {
     std::int64_t positionMs = 0;
     std::int64_t durationMs = 0;
 };
-
-/// @return the hexadecimal text that carries a record, empty for an empty one
-std::string HexText(const std::vector<std::uint8_t> &record);
 
 /// Every request goes through mox_pvr_control_recording and mox_pvr_control_playback. Events and
 /// player callbacks arrive on the platform's threads; they wait in a queue until the service's own
@@ -57,14 +49,14 @@ class PvrService {
     void TakeRecorder(void *recorder);
     /// Destroys the recorder and its instance; harmless without one.
     void ReleaseRecorder();
-    void *recorder() const { return m_recorder; }
+    void *Recorder() const { return m_recorder; }
 
     /// Registers a player and its stream under (1, 0) and takes them over.
     /// @throws Failure when the library refuses it
     void TakePlayer(void *player);
     void ReleasePlayer();
-    void *player() const { return m_player; }
-    /// @return the playback instance for calls that are no control requests
+    void *Player() const { return m_player; }
+    /// @return the playback instance for calls that are not requests
     /// @throws Failure without one
     IMOXPVRPlayback &Playback() const;
 
@@ -74,9 +66,9 @@ class PvrService {
     /// @throws Failure that names the request and its result
     Reply Do(const Request &request);
 
-    /// @return the sentence for a request of ours that failed, with what the recorder says of it
+    /// @return the message for a request that failed, with the reason that the recorder knows
     std::string FailureText(const Request &request, const Reply &reply) const;
-    /// @return what the recorder failed of, with the file and the reason; empty when it did not
+    /// @return why the recorder failed, with the file and the reason; empty when it did not
     std::string RecorderFailure() const { return tvdesktop::RecorderFailure(m_recorder); }
 
     Progress RecorderProgress();

@@ -15,30 +15,43 @@ namespace tool {
 namespace recorder = moxpvr::recorder;
 namespace playback = moxpvr::playback;
 
-enum class Target { Recorder, Playback };
+enum class Side { Recorder, Playback };
 
-constexpr Target TargetOf(recorder::Command /*command*/) {
-    return Target::Recorder;
+constexpr Side SideOf(recorder::Command /*command*/) {
+    return Side::Recorder;
 }
-constexpr Target TargetOf(playback::Command /*command*/) {
-    return Target::Playback;
+constexpr Side SideOf(playback::Command /*command*/) {
+    return Side::Playback;
 }
 
-/// One control request, ready to be sent as hexadecimal text. Made of any request of the protocol:
-/// `service.Do(recorder::Start{})`.
+/// One control request, ready to be sent. Made of any request of the protocol:
+/// `pvr.Do(recorder::Start{})`.
 struct Request {
     template <typename Record, typename = decltype(Record::Number())>
-    Request(const Record &fields)  // NOLINT(google-explicit-constructor): stands in for the record
-        : target(TargetOf(Record::Number())),
+    Request(const Record &record)  // NOLINT(google-explicit-constructor): used as the record
+        : side(SideOf(Record::Number())),
           command(static_cast<std::uint32_t>(Record::Number())),
           name(Record::Name()),
-          record(moxpvr::EncodeBytes(fields)) {}
+          text(moxpvr::RequestText(record).text()) {}
 
-    Target target;
+    Side side;
     std::uint32_t command;
     const char *name;
-    std::vector<std::uint8_t> record;  ///< the command word included
+    std::string text;  ///< hexadecimal, the command word included
 };
+
+struct Reply {
+    std::uint32_t result = 0;
+    std::string text;  ///< hexadecimal; empty when the command gives no reply
+};
+
+/// Decodes the text of a request or a reply.
+/// @return false when it does not hold the record, which then stays as it was
+template <typename Record>
+bool DecodeText(const std::string &text, Record &record) {
+    return moxpvr::DecodeText(reinterpret_cast<const unsigned char *>(text.data()), text.size(),
+                              record);
+}
 
 /// @return a path as records carry it
 /// @throws Failure when it is longer than 255 bytes; a path is never cut

@@ -1,3 +1,5 @@
+#include "text/EventText.h"
+
 #include "service/Events.h"
 
 namespace tool {
@@ -7,7 +9,7 @@ namespace {
 struct DetailWords {
     EventDetail detail;
     const char *words;
-    const char *failure;  ///< the sentence to end with, or null
+    const char *failure;  ///< the message to end with, or null
 };
 
 constexpr DetailWords kDetails[] = {
@@ -15,22 +17,16 @@ constexpr DetailWords kDetails[] = {
     {kBeginningReached, "beginning of the recording", nullptr},
     {kUnmuted, "decoder unmuted", nullptr},
     {EventDetail::PlaybackError1, "source failed",
-     "the recording cannot be read, or became shorter"},
-    {EventDetail::PlaybackError3, "nothing to decode", "nothing in the recording can be decoded"},
+     "playback failed: the recording cannot be read, or became shorter"},
+    {EventDetail::PlaybackError3, "nothing to decode",
+     "playback failed: nothing in the recording can be decoded"},
     {kRecordingBegan, "first packets written", nullptr},
     {kRecordingEnded, "end of the recording", nullptr},
-    {kSourceFailed, "source failed", "The source cannot be read any further."},
-    {kSinkFailed, "sink failed", "The recording cannot be written any further."},
-    {kDiskFull, "disk full", "The disk is full: the recording ends here."},
+    {kSourceFailed, "source failed", "recording failed: the source cannot be read any further"},
+    {kSinkFailed, "sink failed", "recording failed: it cannot be written any further"},
+    {kDiskFull, "disk full", "recording failed: the disk is full"},
     {EventDetail::RecorderSoundCommand2, "sound command", nullptr},
 };
-
-template <typename Record>
-Record FieldsOf(const tvdesktop::Event &event) {
-    Record record;
-    moxpvr::Decode(event.record.data(), event.record.size(), record);
-    return record;
-}
 
 const DetailWords *WordsOf(const tvdesktop::Event &event) {
     for (const DetailWords &words : kDetails)
@@ -52,7 +48,7 @@ std::string SysChangeText(const tvdesktop::Event &event) {
 }
 
 std::string RecorderStartedText(const tvdesktop::Event &event) {
-    const moxpvr::RecorderStartedEvent fields = StartedOf(event);
+    const auto fields = FieldsOf<moxpvr::RecorderStartedEvent>(event);
     std::string text = std::to_string(event.number) + ' ' + fields.Name() + ", record type " +
                        std::to_string(static_cast<int>(fields.recordType)) + ", service " +
                        std::to_string(fields.serviceId);
@@ -64,16 +60,7 @@ std::string RecorderStartedText(const tvdesktop::Event &event) {
 
 }  // namespace
 
-bool IsDetail(const tvdesktop::Event &event, EventDetail detail) {
-    return event.number == moxpvr::SIGNAL_PVR_SYS_CHANGE &&
-           FieldsOf<moxpvr::SysChangeEvent>(event).detail == detail;
-}
-
-moxpvr::RecorderStartedEvent StartedOf(const tvdesktop::Event &event) {
-    return FieldsOf<moxpvr::RecorderStartedEvent>(event);
-}
-
-std::string FailureText(const tvdesktop::Event &event) {
+std::string EventFailureText(const tvdesktop::Event &event) {
     const DetailWords *known = WordsOf(event);
     return known != nullptr && known->failure != nullptr ? known->failure : "";
 }

@@ -38,7 +38,7 @@ std::string SeenAndHeard(const tvdesktop::PlayerState &state) {
 
 std::string PlayerText(const tvdesktop::PlayerState &state) {
     std::string text = std::string(RunText(state.run)) + " " + RateText(state.rate) + "  " +
-                       SeenAndHeard(state) + "  program " + std::to_string(state.program) +
+                       SeenAndHeard(state) + "  service " + std::to_string(state.program) +
                        "  video " + PidText(state.videoPid) + " audio " + PidText(state.audioPid) +
                        " PCR " + PidText(state.pcrPid);
     if (state.adEnabled)

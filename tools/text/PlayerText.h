@@ -15,7 +15,7 @@ const char *RunText(tvdesktop::PlayerState::Run run);
 /// @return "picture and sound", "picture held, no sound", "muted", ...
 std::string SeenAndHeard(const tvdesktop::PlayerState &state);
 
-/// @return transport state, rate, what comes of it, program and PIDs, on one line
+/// @return transport state, rate, what comes of it, service and PIDs, on one line
 std::string PlayerText(const tvdesktop::PlayerState &state);
 
 }  // namespace tool

@@ -27,12 +27,13 @@ std::string LossText(const tvdesktop::RecordingReport &report) {
 
 std::string UselessText(const tvdesktop::RecordingReport &report) {
     if (report.units == 0 && report.scrambled > 0)
-        return "the service is scrambled: no picture and no sound was recorded in clear";
+        return "nothing to see or hear was recorded: the service is scrambled; choose one in clear";
     if (report.units == 0)
-        return "no picture and no sound was recorded: none came on the PIDs of the service";
+        return "nothing to see or hear was recorded: none came on the PIDs of the service";
     if (!report.hasStreamTime)
-        return "the service has no PCR: without stream time neither speed nor duration can be "
-               "kept, and the recording has no positions to play from";
+        return "nothing that can be played was recorded: the service has no PCR, so neither speed "
+               "nor "
+               "duration can be kept";
     return "";
 }
 

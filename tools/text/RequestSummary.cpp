@@ -53,15 +53,14 @@ struct FieldTexts {
 
 }  // namespace
 
-std::string RequestText(const Request &request) {
+std::string RequestSummary(const Request &request) {
     constexpr std::size_t kNameWidth = 24;
     FieldTexts fields;
     const auto collect = [&](auto record) {
-        if (TargetOf(record.Number()) != request.target ||
-            static_cast<std::uint32_t>(record.Number()) != request.command)
-            return;
-        moxpvr::Decode(request.record.data(), request.record.size(), record);
-        decltype(record)::Fields(record, fields);
+        const bool isOfRequest = SideOf(record.Number()) == request.side &&
+                                 static_cast<std::uint32_t>(record.Number()) == request.command;
+        if (isOfRequest && DecodeText(request.text, record))
+            decltype(record)::Fields(record, fields);
     };
     recorder::ForEachRequest(collect);
     playback::ForEachRequest(collect);

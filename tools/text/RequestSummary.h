@@ -11,7 +11,7 @@ namespace tool {
 
 /// @return "TrickPlay  time 00:04.0, rate -4x": the operation and the fields of its record, without
 ///         flags that are not set and streams that do not exist
-std::string RequestText(const Request &request);
+std::string RequestSummary(const Request &request);
 
 }  // namespace tool
 

@@ -21,7 +21,7 @@ class Terminal {
     Terminal(const Terminal &) = delete;
     Terminal &operator=(const Terminal &) = delete;
 
-    bool hasStatusLine() const { return m_hasEscapes; }
+    bool HasStatusLine() const { return m_hasEscapes; }
 
     /// Prints a line above the status line.
     void Line(const std::string &text, Style style = Style::Plain);
@@ -47,7 +47,7 @@ void CheckStandardOutput();
 /// @return "[=====>    ]", filled by position / duration; empty for an unknown duration
 std::string Bar(std::int64_t position, std::int64_t duration);
 
-/// Keys that are no characters.
+/// Keys that are not characters.
 enum Key : int { kKeyNone = -1, kKeyLeft = 0x100, kKeyRight };
 
 /// Reads single keys while it lives, when standard input and output are terminals. The terminal's
@@ -60,8 +60,8 @@ class Keyboard {
     Keyboard(const Keyboard &) = delete;
     Keyboard &operator=(const Keyboard &) = delete;
 
-    /// @return whether somebody may press one
-    bool isActive() const { return m_isActive; }
+    /// @return whether a user may press one
+    bool IsActive() const { return m_isActive; }
 
     /// @return the next key that was pressed, kKeyNone when there is none; never waits
     int Next();

@@ -1,10 +1,12 @@
+#include "verbs/Demo.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 #include "Failure.h"
-#include "service/RecordingControl.h"
+#include "service/Input.h"
 #include "verbs/DemoStory.h"
 
 namespace tool {
@@ -34,7 +36,8 @@ DemoCast ChooseCast(const std::vector<tvdesktop::Service> &services) {
                              service.First(StreamKind::AudioDescription) != nullptr)))
             cast.first = service;
     if (!cast.first)
-        throw Failure("the demo needs a stream with a television service");
+        throw Failure(
+            "cannot run the demo: the input has no television service; name another with --input");
     for (const tvdesktop::Service &service : services) {
         if (!cast.second && IsTelevision(service) && service.id != cast.first->id)
             cast.second = service;
@@ -53,16 +56,16 @@ class DemoDirectory {
             fs::create_directories(wanted, error);
             const bool isEmpty = !error && fs::is_empty(wanted, error);
             if (error)
-                throw Failure("cannot use the directory '" + wanted + "': " + error.message());
+                throw Failure("cannot use the directory " + wanted + ": " + error.message());
             if (!isEmpty)
-                throw Failure("the directory '" + wanted +
-                              "' is not empty; the demo replaces nothing");
+                throw Failure("cannot use the directory " + wanted +
+                              ": it is not empty, and the demo replaces nothing; name another");
             m_path = wanted;
             return;
         }
         std::string pattern = (fs::temp_directory_path() / "mox-pvr-XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr)
-            throw Failure("cannot make the directory '" + pattern + "': " + std::strerror(errno));
+            throw Failure("cannot make the directory " + pattern + ": " + std::strerror(errno));
         m_path = pattern;
     }
     ~DemoDirectory() {
@@ -73,7 +76,7 @@ class DemoDirectory {
     DemoDirectory(const DemoDirectory &) = delete;
     DemoDirectory &operator=(const DemoDirectory &) = delete;
 
-    const std::string &path() const { return m_path; }
+    const std::string &Path() const { return m_path; }
 
   private:
     bool m_isTemporary;
@@ -85,15 +88,16 @@ class DemoDirectory {
 void RunDemo(const DemoOptions &options, const Console &console) {
     const DemoCast cast = ChooseCast(ServicesOf(options.input));
     const DemoDirectory directory(options.directory);
-    DemoStory story(options.input, directory.path(), cast, console);
+    DemoStory story(options.input, directory.Path(), cast, console);
     story.Tell();
     console.terminal.Line("");
-    story.report().Print(console.terminal);
+    story.Report().Print(console.terminal);
     if (!options.directory.empty())
-        console.terminal.Line("The recordings are in " + options.directory + ".");
-    const std::size_t differences = story.report().Differences();
+        console.terminal.Line("the recordings are in " + options.directory);
+    const std::size_t differences = story.Report().Differences();
     if (differences > 0)
-        throw Failure(std::to_string(differences) + " of the demo's expectations were not met");
+        throw Failure(std::to_string(differences) +
+                      " of the demo's expectations were not met; the table shows which");
 }
 
 }  // namespace tool

@@ -9,6 +9,8 @@
 
 #include "Failure.h"
 #include "service/Events.h"
+#include "service/Input.h"
+#include "text/EventText.h"
 #include "text/PlayerText.h"
 #include "text/RequestSummary.h"
 #include "text/TimeText.h"
@@ -30,11 +32,9 @@ constexpr std::int64_t kChangeMs = 14'000;
 constexpr std::int64_t kLengthMs = 28'000;
 constexpr std::int64_t kSwapMs = 4'000;
 constexpr std::int64_t kShortMs = 8'000;
-constexpr std::int64_t kNearMs = 4'000;  ///< as far as a busy machine lets a clock run on
+constexpr std::int64_t kNearMs = 4'000;  ///< how far a clock may run on a busy machine
 constexpr milliseconds kTick(20);
 constexpr std::chrono::seconds kPatience(20);
-
-enum RecordType : int { kRecordingType = 1, kTimeshiftType = 3 };
 
 std::string YesNo(bool value) {
     return value ? "yes" : "no";
@@ -90,9 +90,9 @@ bool IsSetTo(const tvdesktop::PlayerState &state, const Service &service) {
                      : state.videoPid == video;
 }
 
-bool Contains(const std::vector<tvdesktop::Event> &events, EventDetail detail) {
-    return std::any_of(events.begin(), events.end(),
-                       [&](const tvdesktop::Event &event) { return IsDetail(event, detail); });
+void ThrowIfStopped() {
+    if (StopRequested())
+        throw Failure("the demo was interrupted");
 }
 
 }  // namespace
@@ -103,16 +103,16 @@ DemoStory::DemoStory(std::string input, std::string directory, DemoCast cast,
       m_directory(std::move(directory)),
       m_cast(std::move(cast)),
       m_console(console) {
-    m_service.ObserveRequests(
+    m_pvr.ObserveRequests(
         [this](const Request &request, const Reply &reply) { Narrate(request, reply); });
     if (console.showRequests)
-        ShowRequests(m_service, console);
+        ShowRequests(m_pvr, console);
 }
 
 void DemoStory::Tell() {
     RecordTwoServices();
     {
-        Playing playing(m_service, {kClockFactor});
+        PlaybackControl playing(m_pvr, {kClockFactor});
         PlayAndTrick(playing);
         DescribeForTheBlind(playing);
         if (m_cast.second) {
@@ -132,12 +132,12 @@ void DemoStory::RecordTwoServices() {
     Chapter("Record " + TitleOf(*m_cast.first) +
             (m_cast.second ? ", then change to " + TitleOf(*m_cast.second) : ""));
     const std::string path = PathOf("channels.srf");
-    Recording recording(m_service, {m_input, kRecordSpeed});
+    RecordingControl recording(m_pvr, {m_input, kRecordSpeed});
     m_events.clear();
-    recording.Begin(*m_cast.first, {path, false});
+    recording.Start(*m_cast.first, {path, false});
     WriteInformation(path, InformationOf(*m_cast.first));
     RecordUntil(recording, kChangeMs);
-    ExpectStart("Recording started", kRecordingType, *m_cast.first);
+    ExpectStart("Recording started", moxpvr::RecordType::Recording, *m_cast.first);
     std::vector<Service> recorded = {*m_cast.first};
     if (m_cast.second) {
         recording.ChangeTo(*m_cast.second);
@@ -145,18 +145,18 @@ void DemoStory::RecordTwoServices() {
         recorded.push_back(*m_cast.second);
     }
     RecordUntil(recording, kLengthMs);
-    recording.End();
+    recording.Stop();
     ExpectPids(path, recorded);
 }
 
-void DemoStory::PlayAndTrick(Playing &playing) {
+void DemoStory::PlayAndTrick(PlaybackControl &playing) {
     Chapter("Play it, faster, picture by picture");
     const Service &first = *m_cast.first;
     const std::string path = PathOf("channels.srf");
     unsigned int video = 0;
     unsigned int audio = 0;
     unsigned int pcr = 0;
-    m_service.Playback().GetPidPropertyByUri(path, video, audio, pcr);
+    m_pvr.Playback().GetPidPropertyByUri(path, video, audio, pcr);
     m_report.Expect("PIDs in the information file",
                     PidText(PidIn(first, StreamKind::Video)) + " " +
                         PidText(PidIn(first, StreamKind::Audio)) + " " + PidText(first.pcrPid),
@@ -187,7 +187,7 @@ void DemoStory::PlayAndTrick(Playing &playing) {
     m_report.Expect("Back at normal speed", "picture and sound", SeenAndHeard(playing.State()));
 }
 
-void DemoStory::DescribeForTheBlind(Playing &playing) {
+void DemoStory::DescribeForTheBlind(PlaybackControl &playing) {
     const int pid = PidIn(*m_cast.first, StreamKind::AudioDescription);
     if (pid < 0)
         return;
@@ -204,7 +204,7 @@ void DemoStory::DescribeForTheBlind(Playing &playing) {
                     YesNo(off.adEnabled) + " " + PidText(off.adPid));
 }
 
-void DemoStory::CrossAndRewind(Playing &playing) {
+void DemoStory::CrossAndRewind(PlaybackControl &playing) {
     Chapter("Skip across the change of service and rewind over it");
     playing.SkipTo(m_crossingMs + kSwapMs);
     WatchForUnmute(playing, *m_cast.second);
@@ -226,7 +226,7 @@ void DemoStory::CrossAndRewind(Playing &playing) {
                         TimeText(playing.GetProgress().positionMs));
 }
 
-void DemoStory::PlayOverCrossingToEnd(Playing &playing) {
+void DemoStory::PlayOverCrossingToEnd(PlaybackControl &playing) {
     Chapter("Play over the change of service to the end");
     playing.SetRate(1.0);
     playing.SkipTo(m_crossingMs - kNearMs);
@@ -246,13 +246,13 @@ void DemoStory::ShiftTime() {
     Chapter("Fill a timeshift buffer, watch it, turn it into a recording");
     const std::string buffer = PathOf("buffer.tsb");
     const std::string path = PathOf("kept.srf");
-    Recording recording(m_service, {m_input, kRecordSpeed});
+    RecordingControl recording(m_pvr, {m_input, kRecordSpeed});
     m_events.clear();
-    recording.Begin(*m_cast.first, {buffer, true});
+    recording.Start(*m_cast.first, {buffer, true});
     RecordUntil(recording, kSwapMs / 2);
-    ExpectStart("Timeshift started", kTimeshiftType, *m_cast.first);
+    ExpectStart("Timeshift started", moxpvr::RecordType::Timeshift, *m_cast.first);
     {
-        Playing playing(m_service, {kClockFactor});
+        PlaybackControl playing(m_pvr, {kClockFactor});
         playing.Open({buffer, 0, true});
         playing.Start();
         WatchForUnmute(playing, *m_cast.first);
@@ -264,8 +264,8 @@ void DemoStory::ShiftTime() {
     recording.SwapTo(path);
     WriteInformation(path, InformationOf(*m_cast.first));
     RecordUntil(recording, kShortMs);
-    ExpectStart("Buffer became a recording", kTimeshiftType, *m_cast.first);
-    recording.End();
+    ExpectStart("Buffer became a recording", moxpvr::RecordType::Timeshift, *m_cast.first);
+    recording.Stop();
     ExpectSourcePackets(path);
 }
 
@@ -273,14 +273,14 @@ void DemoStory::HearRadio() {
     Chapter("Record and play " + TitleOf(*m_cast.radio));
     const std::string path = PathOf("radio.srf");
     {
-        Recording recording(m_service, {m_input, kRecordSpeed});
-        recording.Begin(*m_cast.radio, {path, false});
+        RecordingControl recording(m_pvr, {m_input, kRecordSpeed});
+        recording.Start(*m_cast.radio, {path, false});
         WriteInformation(path, InformationOf(*m_cast.radio));
         RecordUntil(recording, kShortMs);
-        recording.End();
+        recording.Stop();
     }
     ExpectPids(path, {*m_cast.radio});
-    Playing playing(m_service, {kClockFactor});
+    PlaybackControl playing(m_pvr, {kClockFactor});
     playing.Open({path});
     playing.Start();
     const bool isUnmuted = WatchForUnmute(playing, *m_cast.radio);
@@ -301,46 +301,45 @@ void DemoStory::Chapter(const std::string &title) {
 void DemoStory::Narrate(const Request &request, const Reply &reply) {
     if (request.name == std::string("GetProgress"))
         return;
-    m_console.terminal.Line("  request " + RequestText(request) +
+    m_console.terminal.Line("  request " + RequestSummary(request) +
                             (reply.result == 0 ? "" : "  result " + std::to_string(reply.result)));
 }
 
 void DemoStory::Show(const Events &events) {
     for (const tvdesktop::Event &event : events) {
         m_console.terminal.Line("  event   " + EventText(event), Style::Faint);
-        if (const std::string failure = FailureText(event); !failure.empty())
+        if (const std::string failure = EventFailureText(event); !failure.empty())
             throw Failure(failure);
         m_events.push_back(event);
     }
 }
 
-void DemoStory::RecordUntil(Recording &recording, std::int64_t positionMs) {
+void DemoStory::RecordUntil(RecordingControl &recording, std::int64_t positionMs) {
     const auto deadline = steady_clock::now() + kPatience;
     for (Progress now = recording.GetProgress();
-         now.positionMs < positionMs && !Contains(m_events, kRecordingEnded);
+         now.positionMs < positionMs && !ContainsDetail(m_events, kRecordingEnded);
          now = recording.GetProgress()) {
-        if (StopRequested())
-            throw Failure("interrupted");
+        ThrowIfStopped();
         if (steady_clock::now() > deadline)
-            throw Failure("the recorder does not move on from " + TimeText(now.positionMs));
+            throw Failure("the demo stopped: the recorder stays at " + TimeText(now.positionMs));
         m_console.terminal.Status("  recording " + TimeText(now.positionMs) + " " +
                                   Bar(now.positionMs, kLengthMs));
-        Show(m_service.Take(kTick));
+        Show(m_pvr.Take(kTick));
     }
-    Show(m_service.Take(milliseconds(0)));
+    Show(m_pvr.Take(milliseconds(0)));
     if (const Progress now = recording.GetProgress(); now.positionMs < positionMs)
-        throw Failure("the stream is too short for the demo: it ends after " +
-                      TimeText(now.positionMs) + ", the story takes " + TimeText(kLengthMs));
+        throw Failure("cannot run the demo: the input is too short, it ends after " +
+                      TimeText(now.positionMs) + "; name one of " + TimeText(kLengthMs) +
+                      " or more with --input");
 }
 
-bool DemoStory::Watch(Playing &playing, const Ending &isOver) {
+bool DemoStory::Watch(PlaybackControl &playing, const Ending &hasEnded) {
     const auto deadline = steady_clock::now() + kPatience;
     while (steady_clock::now() < deadline) {
-        if (StopRequested())
-            throw Failure("interrupted");
+        ThrowIfStopped();
         const Events events = playing.Take(kTick);
         Show(events);
-        if (isOver(events))
+        if (hasEnded(events))
             return true;
         const Progress now = playing.GetProgress();
         m_console.terminal.Status("  playing " + TimeText(now.positionMs) + " " +
@@ -350,27 +349,29 @@ bool DemoStory::Watch(Playing &playing, const Ending &isOver) {
     return false;
 }
 
-bool DemoStory::WatchUntil(Playing &playing, std::int64_t positionMs) {
+bool DemoStory::WatchUntil(PlaybackControl &playing, std::int64_t positionMs) {
     return Watch(playing, [&](const Events & /*events*/) {
         return playing.State().positionMs >= positionMs;
     });
 }
 
-bool DemoStory::WatchFor(Playing &playing, EventDetail detail) {
-    return Watch(playing, [&](const Events &events) { return Contains(events, detail); });
+bool DemoStory::WatchFor(PlaybackControl &playing, EventDetail detail) {
+    return Watch(playing, [&](const Events &events) { return ContainsDetail(events, detail); });
 }
 
-bool DemoStory::WatchForUnmute(Playing &playing, const Service &broadcast) {
+bool DemoStory::WatchForUnmute(PlaybackControl &playing, const Service &service) {
     return Watch(playing, [&](const Events &events) {
-        return Contains(events, kUnmuted) && IsSetTo(playing.State(), broadcast);
+        return ContainsDetail(events, kUnmuted) && IsSetTo(playing.State(), service);
     });
 }
 
 // --- Expectations --------------------------------------------------------------------------------
 
-void DemoStory::ExpectStart(const std::string &what, int recordType, const Service &broadcast) {
-    const auto text = [](std::int64_t type, std::uint64_t service) {
-        return "event 32769, type " + std::to_string(type) + ", service " + std::to_string(service);
+void DemoStory::ExpectStart(const std::string &what, moxpvr::RecordType recordType,
+                            const Service &service) {
+    const auto text = [](moxpvr::RecordType type, std::uint64_t serviceId) {
+        return "event 32769, type " + std::to_string(static_cast<int>(type)) + ", service " +
+               std::to_string(serviceId);
     };
     const auto started =
         std::find_if(m_events.begin(), m_events.end(), [](const tvdesktop::Event &event) {
@@ -378,10 +379,10 @@ void DemoStory::ExpectStart(const std::string &what, int recordType, const Servi
         });
     std::string seen = "no event";
     if (started != m_events.end()) {
-        const moxpvr::RecorderStartedEvent event = StartedOf(*started);
-        seen = text(static_cast<int>(event.recordType), event.serviceId);
+        const auto event = FieldsOf<moxpvr::RecorderStartedEvent>(*started);
+        seen = text(event.recordType, event.serviceId);
     }
-    m_report.Expect(what, text(recordType, broadcast.id), seen);
+    m_report.Expect(what, text(recordType, service.id), seen);
 }
 
 void DemoStory::ExpectPids(const std::string &path, const std::vector<Service> &recorded) {
@@ -395,11 +396,11 @@ void DemoStory::ExpectSourcePackets(const std::string &path) {
                     difference.empty() ? "those of the source" : difference);
 }
 
-void DemoStory::ExpectProgrammed(const std::string &what, Playing &playing,
-                                 const Service &broadcast) {
+void DemoStory::ExpectProgrammed(const std::string &what, PlaybackControl &playing,
+                                 const Service &service) {
     const tvdesktop::PlayerState state = playing.State();
     m_console.terminal.Line("  state   " + TimeText(state.positionMs) + " " + PlayerText(state));
-    m_report.Expect(what, DecodersFor(broadcast), DecodersAre(state));
+    m_report.Expect(what, DecodersFor(service), DecodersAre(state));
 }
 
 }  // namespace tool

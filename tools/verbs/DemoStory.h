@@ -21,7 +21,7 @@ namespace tool {
 
 /// The services that appear.
 struct DemoCast {
-    std::optional<tvdesktop::Service> first;   ///< television, always there
+    std::optional<tvdesktop::Service> first;   ///< television, always set
     std::optional<tvdesktop::Service> second;  ///< another television service
     std::optional<tvdesktop::Service> radio;
 };
@@ -32,40 +32,41 @@ class DemoStory {
   public:
     DemoStory(std::string input, std::string directory, DemoCast cast, const Console &console);
 
-    /// @throws Failure when the story cannot go on
+    /// @throws Failure when the story cannot continue
     void Tell();
-    const DemoReport &report() const { return m_report; }
+    const DemoReport &Report() const { return m_report; }
 
   private:
     using Events = std::vector<tvdesktop::Event>;
     using Ending = std::function<bool(const Events &)>;
 
     void RecordTwoServices();
-    void PlayAndTrick(Playing &playing);
-    void DescribeForTheBlind(Playing &playing);
-    void CrossAndRewind(Playing &playing);
-    void PlayOverCrossingToEnd(Playing &playing);
+    void PlayAndTrick(PlaybackControl &playing);
+    void DescribeForTheBlind(PlaybackControl &playing);
+    void CrossAndRewind(PlaybackControl &playing);
+    void PlayOverCrossingToEnd(PlaybackControl &playing);
     void ShiftTime();
     void HearRadio();
 
     void Chapter(const std::string &title);
     void Narrate(const Request &request, const Reply &reply);
-    /// Shows events and keeps them for ExpectEvent.
+    /// Shows events and keeps them for ExpectStart.
     void Show(const Events &events);
-    void RecordUntil(Recording &recording, std::int64_t positionMs);
-    /// Plays on until it is over or patience ends.
-    /// @return whether it is over
-    bool Watch(Playing &playing, const Ending &isOver);
-    bool WatchUntil(Playing &playing, std::int64_t positionMs);
-    bool WatchFor(Playing &playing, EventDetail detail);
+    void RecordUntil(RecordingControl &recording, std::int64_t positionMs);
+    /// Plays until it has ended or patience ends.
+    /// @return whether it has ended
+    bool Watch(PlaybackControl &playing, const Ending &hasEnded);
+    bool WatchUntil(PlaybackControl &playing, std::int64_t positionMs);
+    bool WatchFor(PlaybackControl &playing, EventDetail detail);
     /// Waits for an unmute while the decoders are set to a service.
-    bool WatchForUnmute(Playing &playing, const tvdesktop::Service &broadcast);
+    bool WatchForUnmute(PlaybackControl &playing, const tvdesktop::Service &service);
 
-    void ExpectStart(const std::string &what, int recordType, const tvdesktop::Service &broadcast);
+    void ExpectStart(const std::string &what, moxpvr::RecordType recordType,
+                     const tvdesktop::Service &service);
     void ExpectPids(const std::string &path, const std::vector<tvdesktop::Service> &recorded);
     void ExpectSourcePackets(const std::string &path);
-    void ExpectProgrammed(const std::string &what, Playing &playing,
-                          const tvdesktop::Service &broadcast);
+    void ExpectProgrammed(const std::string &what, PlaybackControl &playing,
+                          const tvdesktop::Service &service);
     std::string PathOf(const char *name) const { return m_directory + "/" + name; }
 
     const std::string m_input;
@@ -73,7 +74,7 @@ class DemoStory {
     const DemoCast m_cast;
     const Console m_console;
     DemoReport m_report;
-    PvrService m_service;
+    PvrService m_pvr;
     Events m_events;  ///< since the last request that starts something
     std::int64_t m_crossingMs = 0;
 };

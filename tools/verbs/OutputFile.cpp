@@ -9,18 +9,13 @@
 #include <filesystem>
 
 #include "Failure.h"
-#include "service/RecordingInformation.h"
+#include "service/RecordingFiles.h"
 
 namespace tool {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// The file in which the recorder notes which channel information applied from when on.
-std::string SideFilePath(const std::string &recording) {
-    return recording + ".chan";
-}
 
 /// Whether the name is taken, be it by a link that leads nowhere.
 bool IsTaken(const std::string &path) {
@@ -31,13 +26,13 @@ bool IsTaken(const std::string &path) {
 void CheckReplaceable(const std::string &path, const std::string &input, bool force) {
     std::error_code ignored;
     if (fs::equivalent(path, input, ignored))
-        throw Failure("'" + path + "' is the input itself.");
+        throw Failure("cannot write " + path + ": it is the input itself; choose another name");
     if (!IsTaken(path))
         return;
     if (!force)
-        throw Failure("'" + path + "' exists already; --force replaces it.");
+        throw Failure("cannot write " + path + ": it exists; --force replaces it");
     if (!fs::is_regular_file(path, ignored))
-        throw Failure("'" + path + "' is not a regular file; nothing replaces it.");
+        throw Failure("cannot replace " + path + ": it is not a regular file; choose another name");
 }
 
 }  // namespace
@@ -52,11 +47,12 @@ void CheckOutput(const std::string &path, const std::string &input, bool force) 
     if (IsDevice(path))
         return;
     if (fs::is_directory(path, ignored))
-        throw WrongUse("'" + path + "' is a directory.");
+        throw UsageError("cannot write " + path + ": it is a directory; name a file in it");
     const std::string information = InformationPath(path);
     const fs::path directory = fs::absolute(path, ignored).parent_path();
     if (!fs::is_directory(directory, ignored))
-        throw Failure("The directory '" + directory.string() + "' does not exist.");
+        throw Failure("cannot write " + path + ": the directory " + directory.string() +
+                      " does not exist; make it first");
     for (const std::string &file : {path, SideFilePath(path), information})
         CheckReplaceable(file, input, force);
 }
@@ -84,7 +80,7 @@ void SetAside::Move(const std::string &path) {
             ::close(reserved);
             ::unlink(moved.to.c_str());
         }
-        throw Failure("'" + path + "' cannot be replaced: " + std::strerror(reason) + ".");
+        throw Failure("cannot replace " + path + ": " + std::strerror(reason));
     }
     ::close(reserved);
     m_files.push_back(moved);

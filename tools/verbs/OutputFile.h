@@ -8,15 +8,14 @@
 
 namespace tool {
 
-/// @return whether the path names something that is no file, such as a device or a pipe; it then
-///         gets no information file
+/// @return whether the path names a device, a pipe or the like; it then gets no information file
 bool IsDevice(const std::string &path);
 
 /// Makes sure that nothing is lost by recording `input` to `path`: looks at every file that the
 /// recording consists of, with its side file and its information file.
-/// @throws WrongUse for a name that cannot be a recording's; Failure for a file that exists (unless
-///         `force`, and then for what is not a regular file), for the input itself and for a
-///         missing directory
+/// @throws UsageError for a name that cannot be a recording's; Failure for a file that exists
+///         (unless `force`, and then for what is not a regular file), for the input itself and for
+///         a missing directory
 void CheckOutput(const std::string &path, const std::string &input, bool force);
 
 /// Takes an earlier recording and its side file out of the way of a new one. They come back when
@@ -32,7 +31,7 @@ class SetAside {
 
     /// @throws Failure when a file cannot be moved
     void Take(const std::string &recording);
-    /// The new recording is there: the earlier one goes for good.
+    /// The new recording exists: the earlier one is removed.
     void Remove();
 
   private:

@@ -22,11 +22,12 @@ std::uint16_t PidOf(const std::uint8_t *packet) {
     return static_cast<std::uint16_t>((packet[1] & 0x1F) << 8 | packet[2]);
 }
 
-class PacketReader {
+class RecordedPackets {
   public:
-    explicit PacketReader(const std::string &path) : m_path(path), m_file(path, std::ios::binary) {
+    explicit RecordedPackets(const std::string &path)
+        : m_path(path), m_file(path, std::ios::binary) {
         if (!m_file)
-            throw Failure("'" + path + "' cannot be read.");
+            throw Failure("cannot read " + path);
     }
 
     /// @return nothing at the end
@@ -36,7 +37,7 @@ class PacketReader {
         if (m_file.gcount() == 0)
             return std::nullopt;
         if (m_file.gcount() != kPacketSize || packet[0] != kSyncByte)
-            throw Failure("'" + m_path + "' is not made of whole packets.");
+            throw Failure("cannot check " + m_path + ": it is not made of whole packets");
         return packet;
     }
 
@@ -49,7 +50,7 @@ class PacketReader {
 
 std::set<std::uint16_t> PidsIn(const std::string &path) {
     std::set<std::uint16_t> pids;
-    PacketReader reader(path);
+    RecordedPackets reader(path);
     for (std::optional<Packet> packet = reader.Next(); packet; packet = reader.Next())
         pids.insert(PidOf(packet->data()));
     return pids;
@@ -57,7 +58,7 @@ std::set<std::uint16_t> PidsIn(const std::string &path) {
 
 std::string DifferenceFromSource(const std::string &recording, const std::string &source) {
     const std::set<std::uint16_t> pids = PidsIn(recording);
-    PacketReader recorded(recording);
+    RecordedPackets recorded(recording);
     std::optional<Packet> next = recorded.Next();
     std::size_t same = 0;
     const bool isRead = tvdesktop::ReadPackets(source, [&](const std::uint8_t *packet) {
@@ -70,7 +71,7 @@ std::string DifferenceFromSource(const std::string &recording, const std::string
         return true;
     });
     if (!isRead)
-        throw Failure("'" + source + "' cannot be read.");
+        throw Failure("cannot read " + source);
     if (next)
         return "packet " + std::to_string(same) + " is not that of the source";
     return same == 0 ? "empty" : "";

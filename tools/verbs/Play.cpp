@@ -1,3 +1,5 @@
+#include "verbs/Play.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,11 +9,11 @@
 
 #include "Failure.h"
 #include "service/Events.h"
+#include "service/Input.h"
 #include "service/PlaybackControl.h"
-#include "service/RecordingControl.h"
+#include "text/EventText.h"
 #include "text/PlayerText.h"
 #include "text/TimeText.h"
-#include "verbs/Console.h"
 
 namespace tool {
 
@@ -28,12 +30,12 @@ constexpr std::chrono::milliseconds kInterval(40);
 constexpr std::chrono::seconds kQuiet(1);
 
 void CheckSource(const std::string &path) {
-    const std::string attempt = "cannot play '" + path + "': ";
+    const std::string attempt = "cannot play " + path + ": ";
     if (::access(path.c_str(), R_OK) != 0)
         throw Failure(attempt + std::strerror(errno));
     std::error_code ignored;
     if (!fs::is_regular_file(path, ignored))
-        throw Failure(attempt + "it is not a regular file");
+        throw Failure(attempt + "it is not a regular file; name a recording");
 }
 
 /// One run of the verb, from the first request to the last.
@@ -42,8 +44,8 @@ class PlayRun {
     PlayRun(const PlayOptions &options, const Console &console)
         : m_options(options),
           m_terminal(console.terminal),
-          m_playing(m_service, {options.clockFactor}) {
-        ShowRequests(m_service, console);
+          m_playing(m_pvr, {options.clockFactor}) {
+        ShowRequests(m_pvr, console);
     }
 
     void Run() {
@@ -71,8 +73,9 @@ class PlayRun {
         m_playing.Start();
         const std::int64_t duration = m_playing.GetProgress().durationMs;
         if (m_options.fromMs > duration)
-            throw Failure("--from is past the end of the recording, which is at " +
-                          TimeText(duration));
+            throw Failure("cannot play from " + TimeText(m_options.fromMs) +
+                          ": the recording ends at " + TimeText(duration) +
+                          "; give an earlier --from");
         if (m_options.speed != 1.0)
             AskForRate(m_options.speed);
     }
@@ -83,7 +86,7 @@ class PlayRun {
             m_playing.Open(source);
         } catch (const Failure &) {
             if (!m_options.isTimeshift) {
-                ServicesOf(m_options.file);  // finds a clearer word for it, or the first will do
+                ServicesOf(m_options.file);  // has a clearer message, when it fails too
                 throw;
             }
             AwaitBuffer();
@@ -122,7 +125,7 @@ class PlayRun {
             m_terminal.Line("event " + EventText(event));
             m_hasUnmuted = m_hasUnmuted || IsDetail(event, kUnmuted);
             if (m_failure.empty())
-                m_failure = FailureText(event);
+                m_failure = EventFailureText(event);
             if (IsDetail(event, kEndReached) && !m_options.isTimeshift)
                 m_isDone = m_isEndReached = true;
             if (IsDetail(event, kBeginningReached))
@@ -130,9 +133,9 @@ class PlayRun {
         }
     }
 
-    /// Somebody at the keys sees the recording from its beginning; without anybody it has ended.
+    /// A user at the keys sees the recording from its beginning; without one it has ended.
     void TurnAtBeginning() {
-        if (m_keyboard.isActive())
+        if (m_keyboard.IsActive())
             AskForRate(1.0);
         else
             m_isDone = m_isEndReached = true;
@@ -169,8 +172,8 @@ class PlayRun {
 
     void AskForRate(double rate) {
         if (!m_playing.SetRate(rate))
-            m_terminal.Line("Rate " + RateText(rate) +
-                            " was ignored: a change of channel is under way.");
+            m_terminal.Line("cannot change to " + RateText(rate) +
+                            ": a change of channel is under way; ask again after it");
     }
 
     bool IsPaused() const { return m_playing.State().run == Run::Paused; }
@@ -197,17 +200,17 @@ class PlayRun {
         if (m_playing.State().adEnabled)
             m_playing.DisableAudioDescription();
         else if (!m_playing.EnableAudioDescription())
-            m_terminal.Line("This service has no audio description.");
+            m_terminal.Line("cannot switch audio description on: the service has none");
     }
 
-    /// A status line where there is one; elsewhere a line for every change.
+    /// A status line where there is one; elsewhere one line per change.
     void ShowState() {
         m_playing.GetProgress();  // as a service does; a player that is paused learns of growth
         const tvdesktop::PlayerState now = m_playing.State();
         const std::string state = PlayerText(now);
         m_terminal.Status(TimeText(now.positionMs) + " " + Bar(now.positionMs, now.durationMs) +
                           " " + TimeText(now.durationMs) + "  " + state);
-        if (!m_terminal.hasStatusLine() && state != m_lastState)
+        if (!m_terminal.HasStatusLine() && state != m_lastState)
             m_terminal.Line(TimeText(now.positionMs) + "  " + state);
         m_lastState = state;
     }
@@ -224,13 +227,13 @@ class PlayRun {
 
     const PlayOptions &m_options;
     Terminal &m_terminal;
-    PvrService m_service;
-    Playing m_playing;
+    PvrService m_pvr;
+    PlaybackControl m_playing;
     Keyboard m_keyboard;
     bool m_hasUnmuted = false;
     bool m_isEndReached = false;
     bool m_isDone = false;
-    std::int64_t m_seenMs = 0;  ///< duration of the buffer and when it was noted,
+    std::int64_t m_seenMs = 0;  ///< duration of the buffer and when it was read,
     steady_clock::time_point m_seenAt = steady_clock::now();  ///< or its recorder last seen
     std::string m_failure;
     std::string m_lastState;

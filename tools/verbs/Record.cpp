@@ -1,12 +1,15 @@
+#include "verbs/Record.h"
+
 #include <algorithm>
 #include <filesystem>
 
 #include "Failure.h"
 #include "service/Events.h"
+#include "service/Input.h"
 #include "service/RecordingControl.h"
+#include "text/EventText.h"
 #include "text/ReportText.h"
 #include "text/TimeText.h"
-#include "verbs/Console.h"
 #include "verbs/OutputFile.h"
 
 namespace tool {
@@ -24,8 +27,8 @@ const tvdesktop::Service &FindService(const std::vector<tvdesktop::Service> &ser
     std::string known;
     for (const tvdesktop::Service &service : services)
         known += (known.empty() ? "" : ", ") + std::to_string(service.id);
-    throw Failure("There is no service " + std::to_string(id) + " in the input; it has " + known +
-                  ".");
+    throw Failure("cannot record service " + std::to_string(id) + ": the input has only " + known +
+                  "; name one of them with --service");
 }
 
 /// Whether two names, however they are written, are the same file now or would be.
@@ -38,22 +41,25 @@ bool IsSamePlace(const std::string &left, const std::string &right) {
 
 void CheckOptions(const RecordOptions &options) {
     if (options.durationMs == 0)
-        throw WrongUse("--seconds 0 records nothing.");
+        throw UsageError("--seconds 0 records nothing; give a longer time");
     if (options.swapAfterMs.has_value() != !options.swapTo.empty())
-        throw WrongUse("--swap-after and --swap-to belong together.");
+        throw UsageError("cannot swap: --swap-after and --swap-to belong together; give both");
     if (options.swapAfterMs && !options.isTimeshift)
-        throw WrongUse("--swap-after needs --timeshift.");
+        throw UsageError("cannot swap: --swap-after needs a timeshift buffer; add --timeshift");
     if (options.swapAfterMs && options.durationMs && *options.swapAfterMs >= *options.durationMs)
-        throw WrongUse("--swap-after lies behind the end that --seconds sets.");
+        throw UsageError("cannot swap: --swap-after is not before the end that --seconds sets");
     std::error_code ignored;
-    const bool isThere = options.input == "-" || fs::exists(options.input, ignored);
-    if (isThere && !fs::is_regular_file(options.input, ignored))
-        throw WrongUse("'" + options.input +
-                       "' is no file: the input is read twice, for its services and to record.");
+    const bool exists = options.input == "-" || fs::exists(options.input, ignored);
+    if (exists && !fs::is_regular_file(options.input, ignored))
+        throw UsageError("cannot record from " + options.input +
+                         ": it is not a regular file, and the input is read twice, for its "
+                         "services and to record; save it in a file first");
     if (!options.swapTo.empty() && IsSamePlace(options.swapTo, options.out))
-        throw WrongUse("--swap-to names the timeshift buffer itself.");
+        throw UsageError(
+            "cannot swap: --swap-to names the timeshift buffer itself; name another file");
     if (options.swapAfterMs && options.speed == 0)
-        throw WrongUse("--swap-after cannot be met at --speed max; give a speed such as 20.");
+        throw UsageError(
+            "cannot swap: --swap-after cannot be met at --speed max; give a speed such as 20");
     CheckOutput(options.out, options.input, options.force);
     if (!options.swapTo.empty())
         CheckOutput(options.swapTo, options.input, options.force);
@@ -62,18 +68,17 @@ void CheckOptions(const RecordOptions &options) {
 /// One run of the verb, from the first request to the last.
 class RecordRun {
   public:
-    RecordRun(const RecordOptions &options, const tvdesktop::Service &broadcast,
+    RecordRun(const RecordOptions &options, const tvdesktop::Service &service,
               const Console &console)
         : m_options(options),
-          m_broadcast(broadcast),
+          m_service(service),
           m_terminal(console.terminal),
-          m_recording(m_service, {options.input, options.speed}) {
-        ShowRequests(m_service, console);
+          m_recording(m_pvr, {options.input, options.speed}) {
+        ShowRequests(m_pvr, console);
     }
 
     void Run() {
-        m_recording.Begin(m_broadcast, {m_options.out, m_options.isTimeshift},
-                          m_options.durationMs);
+        m_recording.Start(m_service, {m_options.out, m_options.isTimeshift}, m_options.durationMs);
         WriteInformationBeside(m_options.out);
         while (!m_isEnded && m_failure.empty() && !StopRequested())
             Follow();
@@ -94,8 +99,8 @@ class RecordRun {
                m_progress.positionMs >= *m_options.swapAfterMs;
     }
 
-    /// How long to wait between two looks at the position, so that the time of a swap is met as
-    /// well at any speed.
+    /// How long to wait between two reads of the position, so that the time of a swap is met
+    /// equally well at any speed.
     milliseconds Patience() const {
         constexpr double kUsual = 50;
         if (!m_options.swapAfterMs || m_isSwapped)
@@ -105,18 +110,17 @@ class RecordRun {
     }
 
     void ShowEvents(milliseconds patience) {
-        for (const tvdesktop::Event &event : m_service.Take(patience)) {
+        for (const tvdesktop::Event &event : m_pvr.Take(patience)) {
             m_terminal.Line("event " + EventText(event));
             if (m_failure.empty())
-                m_failure = WithReason(FailureText(event));
+                m_failure = WithReason(EventFailureText(event));
             m_isEnded = m_isEnded || IsDetail(event, kRecordingEnded);
         }
     }
 
-    std::string WithReason(const std::string &sentence) const {
-        const std::string reason = sentence.empty() ? "" : m_recording.FailureReason();
-        return reason.empty() ? sentence
-                              : sentence.substr(0, sentence.size() - 1) + " (" + reason + ").";
+    std::string WithReason(const std::string &message) const {
+        const std::string reason = message.empty() ? "" : m_recording.FailureReason();
+        return reason.empty() ? message : message + " (" + reason + ")";
     }
 
     void Swap() {
@@ -126,21 +130,20 @@ class RecordRun {
                 earlier.Take(m_options.swapTo);
             m_recording.SwapTo(m_options.swapTo);
         } catch (const Failure &failure) {
-            throw Failure(std::string(failure.what()) + " The timeshift buffer is still in " +
-                          m_options.out + ".");
+            throw Failure(failure.what() + BufferKeptText());
         }
         earlier.Remove();
         m_isSwapped = true;
         DropInformationWithout(m_options.out);  // it went with the buffer
         WriteInformationBeside(m_options.swapTo);
-        m_terminal.Line("The timeshift buffer became " + m_options.swapTo + " at " +
-                        TimeText(m_progress.positionMs) + ".");
+        m_terminal.Line("the timeshift buffer became " + m_options.swapTo + " at " +
+                        TimeText(m_progress.positionMs));
     }
 
     void WriteInformationBeside(const std::string &path) {
         if (IsDevice(path))
             return;
-        WriteInformation(path, InformationOf(m_broadcast));
+        WriteInformation(path, InformationOf(m_service));
         m_hasInformation = true;
     }
 
@@ -167,20 +170,24 @@ class RecordRun {
             throw Failure(m_failure);
         }
         if (m_options.swapAfterMs && !m_isSwapped)
-            throw Failure("The recording ended before " + TimeText(*m_options.swapAfterMs) +
-                          ": the timeshift buffer is still in " + m_options.out +
-                          "; a lower --speed leaves time to swap.");
+            throw Failure("cannot swap at " + TimeText(*m_options.swapAfterMs) +
+                          ": the recording ended before" + BufferKeptText() +
+                          "; a lower --speed leaves more time");
         m_terminal.Line(SummaryText(), Style::Good);
     }
 
-    /// The event that says why counts for more than the result of a stop that fails after it.
+    /// @return why a stop failed; an event that came before it has the better reason
     std::string Stop() {
         try {
-            m_recording.End();
+            m_recording.Stop();
             return "";
         } catch (const Failure &failure) {
             return failure.what();
         }
+    }
+
+    std::string BufferKeptText() const {
+        return "; the timeshift buffer is still in " + m_options.out;
     }
 
     std::string Destination() const { return m_isSwapped ? m_options.swapTo : m_options.out; }
@@ -195,21 +202,21 @@ class RecordRun {
         const std::int64_t total = m_options.durationMs.value_or(0);
         return TimeText(m_progress.positionMs) + " " + Bar(m_progress.positionMs, total) +
                (total > 0 ? " " + TimeText(total) + "  " : " ") + SizeText() + "  " +
-               TitleOf(m_broadcast) + "  Ctrl-C stops";
+               TitleOf(m_service) + "  Ctrl-C stops";
     }
 
     std::string SummaryText() const {
         const std::string size = SizeText();
-        return std::string(m_options.isTimeshift && !m_isSwapped ? "Buffered " : "Recorded ") +
-               TimeText(m_progress.positionMs) + " of " + TitleOf(m_broadcast) + " to " +
-               Destination() + (size.empty() ? "" : " (" + size + ")") + ".";
+        return std::string(m_options.isTimeshift && !m_isSwapped ? "buffered " : "recorded ") +
+               TimeText(m_progress.positionMs) + " of " + TitleOf(m_service) + " to " +
+               Destination() + (size.empty() ? "" : " (" + size + ")");
     }
 
     const RecordOptions &m_options;
-    const tvdesktop::Service &m_broadcast;
+    const tvdesktop::Service &m_service;
     Terminal &m_terminal;
-    PvrService m_service;
-    Recording m_recording;
+    PvrService m_pvr;
+    RecordingControl m_recording;
     Progress m_progress;
     bool m_isSwapped = false;
     bool m_hasInformation = false;

@@ -1,7 +1,9 @@
+#include "verbs/Repair.h"
+
 #include <TvDesktop.h>
 
 #include "Failure.h"
-#include "verbs/Console.h"
+#include "service/RecordingFiles.h"
 
 namespace tool {
 
@@ -18,23 +20,21 @@ void RunRepair(const std::string &recording, const Console &console) {
     const tvdesktop::RepairResult result = tvdesktop::RepairChannelLog(recording);
     if (!result.error.empty())
         throw Failure(result.error);
-    const std::string sideFile = recording + ".chan";
+    const std::string sideFile = SideFilePath(recording);
     switch (result.outcome) {
         case Outcome::Kept:
-            console.terminal.Line("Kept " + sideFile + ": it agrees with the recording (" +
-                                      StretchesText(result.stretches) + ").",
+            console.terminal.Line("kept " + sideFile + ": it agrees with the recording (" +
+                                      StretchesText(result.stretches) + ")",
                                   Style::Good);
             return;
         case Outcome::Rebuilt:
             console.terminal.Line(
-                "Rebuilt " + sideFile + " with " + StretchesText(result.stretches) + ".",
-                Style::Good);
+                "rebuilt " + sideFile + " with " + StretchesText(result.stretches), Style::Good);
             return;
         case Outcome::Nothing:
             break;
     }
-    throw Failure("There is nothing to rebuild " + sideFile +
-                  " from: the recording holds no service with its PMT.");
+    throw Failure("cannot rebuild " + sideFile + ": the recording holds no service with its PMT");
 }
 
 }  // namespace tool

@@ -1,9 +1,10 @@
+#include "verbs/Services.h"
+
 #include <iomanip>
 #include <sstream>
 
-#include "service/RecordingControl.h"
+#include "service/Input.h"
 #include "text/TimeText.h"
-#include "verbs/Console.h"
 
 namespace tool {
 

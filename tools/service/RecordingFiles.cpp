@@ -1,4 +1,4 @@
-#include "service/RecordingInformation.h"
+#include "service/RecordingFiles.h"
 
 #include <TvDesktop.h>
 
@@ -28,16 +28,20 @@ std::string CutToField(const std::string &name) {
 
 }  // namespace
 
+std::string SideFilePath(const std::string &recording) {
+    return recording + ".chan";
+}
+
 std::string InformationPath(const std::string &recording) {
     const std::filesystem::path path(recording);
     const std::string extension = path.extension().string();
     if (extension.size() != 4)
-        throw WrongUse("The name '" + recording +
-                       "' needs an extension of three letters, such as '.srf': the information "
-                       "file takes the same name with 'inf' in its place.");
+        throw UsageError("cannot record to " + recording +
+                         ": the name needs an extension of three letters, such as '.srf', for the "
+                         "information file takes the same name with 'inf' in its place");
     if (extension == ".inf")
-        throw WrongUse("The name '" + recording +
-                       "' is that of an information file; a recording needs another extension.");
+        throw UsageError("cannot record to " + recording +
+                         ": the name is that of an information file; give it another extension");
     return recording.substr(0, recording.size() - 3) + "inf";
 }
 
@@ -53,8 +57,7 @@ void WriteInformation(const std::string &recording, const RecordingInformation &
     const std::string path = InformationPath(recording);
     const std::vector<std::uint8_t> bytes = EncodeInformation(information);
     if (!tvdesktop::ReplaceFile(path, bytes.data(), bytes.size()))
-        throw Failure("The information file '" + path +
-                      "' cannot be written: " + std::strerror(errno) + ".");
+        throw Failure("cannot write the information file " + path + ": " + std::strerror(errno));
 }
 
 }  // namespace tool

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "service/Events.h"
+#include "service/Input.h"
 #include "service/RecordingControl.h"
 #include "TemporaryFolder.h"
 
@@ -15,16 +16,16 @@ namespace {
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 
-class PlayingTest : public testing::Test {
+class PlaybackControlTest : public testing::Test {
   protected:
     void SetUp() override {
         tvdesktop::SetLogMinimumPriority(17);
-        Recording recording(m_service, {MOXPVR_SAMPLE_FILE, /*speed=*/60});
-        recording.Begin(Broadcast(1), {Path(), false});
+        RecordingControl recording(m_pvr, {MOXPVR_SAMPLE_FILE, /*speed=*/60});
+        recording.Start(ServiceOf(1), {Path(), false});
         RecordUntil(recording, 4000);
-        recording.ChangeTo(Broadcast(3));
+        recording.ChangeTo(ServiceOf(3));
         RecordUntil(recording, 8000);
-        recording.End();
+        recording.Stop();
     }
     void TearDown() override {
         for (const fs::directory_entry &file : fs::directory_iterator(TemporaryFolder()))
@@ -33,17 +34,17 @@ class PlayingTest : public testing::Test {
 
     static std::string Path() { return TemporaryFolder() + "a.srf"; }
 
-    static tvdesktop::Service Broadcast(std::uint16_t id) {
+    static tvdesktop::Service ServiceOf(std::uint16_t id) {
         std::vector<tvdesktop::Service> services = ServicesOf(MOXPVR_SAMPLE_FILE);
         return services.at(id - 1U);
     }
-    void RecordUntil(Recording &recording, std::int64_t positionMs) {
+    void RecordUntil(RecordingControl &recording, std::int64_t positionMs) {
         while (recording.GetProgress().positionMs < positionMs)
-            m_service.Take(milliseconds(1));
+            m_pvr.Take(milliseconds(1));
     }
 
     /// @return false when an end of the recording came first
-    static bool PlayUntil(Playing &playing, const std::function<bool()> &isReached) {
+    static bool PlayUntil(PlaybackControl &playing, const std::function<bool()> &isReached) {
         bool isEnded = false;
         while (!isReached() && !isEnded)
             for (const tvdesktop::Event &event : playing.Take(milliseconds(1)))
@@ -51,11 +52,11 @@ class PlayingTest : public testing::Test {
         return !isEnded;
     }
 
-    PvrService m_service;
+    PvrService m_pvr;
 };
 
-TEST_F(PlayingTest, TellsTheRateAndTheSoundOfThePlayerNotThoseAskedFor) {
-    Playing playing(m_service, {/*clockFactor=*/4});
+TEST_F(PlaybackControlTest, ReportsTheRateAndTheSoundOfThePlayerNotThoseAskedFor) {
+    PlaybackControl playing(m_pvr, {/*clockFactor=*/4});
     playing.Open({Path()});
     playing.Start();
     ASSERT_TRUE(PlayUntil(playing, [&] { return !playing.State().waitingForUnmute; }));
