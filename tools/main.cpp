@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <sstream>
 #include <utility>
@@ -27,6 +28,11 @@ struct GlobalOptions {
     std::string logFile;
     int logLevel = kSilent;
     bool showRequests = false;
+};
+
+struct Verb {
+    const CLI::App *commandLine;
+    std::function<void(const tool::Console &)> run;
 };
 
 /// A rule for the text of an option, which it may rewrite.
@@ -238,22 +244,25 @@ int Answer(const CLI::App &app, const CLI::ParseError &error) {
 }
 
 int Run(int argc, char **argv) {
+    using tool::Console;
     CLI::App app("The PVR service for one person at a desk", "mox-pvr");
     app.require_subcommand(1);
     app.fallthrough();
     app.footer("Exit code: 0 done, 1 failed, 2 usage error");
     GlobalOptions global;
-    std::string servicesInput;
+    std::string input;
     tool::RecordOptions record;
     tool::PlayOptions play;
     std::string damaged;
     tool::DemoOptions demo{MOXPVR_SAMPLE, ""};
     AddGlobalOptions(app, global);
-    const CLI::App *services = AddServices(app, servicesInput);
-    const CLI::App *recordVerb = AddRecord(app, record);
-    const CLI::App *playVerb = AddPlay(app, play);
-    const CLI::App *repairVerb = AddRepair(app, damaged);
-    AddDemo(app, demo);
+    const Verb verbs[] = {
+        {AddServices(app, input), [&](const Console &console) { RunServices(input, console); }},
+        {AddRecord(app, record), [&](const Console &console) { RunRecord(record, console); }},
+        {AddPlay(app, play), [&](const Console &console) { RunPlay(play, console); }},
+        {AddRepair(app, damaged), [&](const Console &console) { RunRepair(damaged, console); }},
+        {AddDemo(app, demo), [&](const Console &console) { RunDemo(demo, console); }},
+    };
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
@@ -261,20 +270,10 @@ int Run(int argc, char **argv) {
     }
 
     SetUpLog(global, app.count("--log-level") > 0);
-    if (!*services && !*repairVerb)  // those two have nothing to end in order
-        tool::CatchStopSignals();
     tool::Terminal terminal;
-    const tool::Console console{terminal, global.showRequests};
-    if (*services)
-        tool::RunServices(servicesInput, console);
-    else if (*recordVerb)
-        tool::RunRecord(record, console);
-    else if (*playVerb)
-        tool::RunPlay(play, console);
-    else if (*repairVerb)
-        tool::RunRepair(damaged, console);
-    else
-        tool::RunDemo(demo, console);
+    for (const Verb &verb : verbs)
+        if (*verb.commandLine)
+            verb.run({terminal, global.showRequests});
     return tool::kExitDone;
 }
 

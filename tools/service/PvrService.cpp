@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "Failure.h"
-#include "text/ResultText.h"
+#include "text/OutcomeText.h"
 
 namespace tool {
 
@@ -118,7 +118,7 @@ Reply PvrService::Do(const Request &request) {
 }
 
 std::string PvrService::FailureText(const Request &request, const Reply &reply) const {
-    std::string reason = ResultText(request.side, reply.result);
+    std::string reason = ResultText(reply.result);
     if (request.side == Side::Recorder && IsAboutFiles(reply.result))
         if (const std::string known = RecorderFailure(); !known.empty())
             reason = known;

@@ -86,6 +86,7 @@ class DemoDirectory {
 }  // namespace
 
 void RunDemo(const DemoOptions &options, const Console &console) {
+    CatchStopSignals();
     const DemoCast cast = ChooseCast(ServicesOf(options.input));
     const DemoDirectory directory(options.directory);
     DemoStory story(options.input, directory.Path(), cast, console);

@@ -161,10 +161,7 @@ void DemoStory::PlayAndTrick(PlaybackControl &playing) {
                     PidText(PidIn(first, StreamKind::Video)) + " " +
                         PidText(PidIn(first, StreamKind::Audio)) + " " + PidText(first.pcrPid),
                     PidText(video) + " " + PidText(audio) + " " + PidText(pcr));
-    playing.Open({path});
-    playing.Start();
-    WatchForUnmute(playing, first);
-    ExpectProgrammed("Decoders at the beginning", playing, first);
+    ExpectPlaying("Decoders at the beginning", playing, {path}, first);
     m_report.Expect("After the first unmute", "picture and sound", SeenAndHeard(playing.State()));
 
     playing.SetRate(kTrickRate);
@@ -253,10 +250,7 @@ void DemoStory::ShiftTime() {
     ExpectStart("Timeshift started", moxpvr::RecordType::Timeshift, *m_cast.first);
     {
         PlaybackControl playing(m_pvr, {kClockFactor});
-        playing.Open({buffer, 0, true});
-        playing.Start();
-        WatchForUnmute(playing, *m_cast.first);
-        ExpectProgrammed("Decoders on the growing buffer", playing, *m_cast.first);
+        ExpectPlaying("Decoders on the growing buffer", playing, {buffer, 0, true}, *m_cast.first);
         playing.Stop();
     }
     RecordUntil(recording, kSwapMs);
@@ -281,10 +275,7 @@ void DemoStory::HearRadio() {
     }
     ExpectPids(path, {*m_cast.radio});
     PlaybackControl playing(m_pvr, {kClockFactor});
-    playing.Open({path});
-    playing.Start();
-    const bool isUnmuted = WatchForUnmute(playing, *m_cast.radio);
-    ExpectProgrammed("Decoders for radio", playing, *m_cast.radio);
+    const bool isUnmuted = ExpectPlaying("Decoders for radio", playing, {path}, *m_cast.radio);
     m_report.Expect(
         "Radio is heard", "unmuted, radio and sound",
         std::string(isUnmuted ? "unmuted, " : "not unmuted, ") + SeenAndHeard(playing.State()));
@@ -394,6 +385,15 @@ void DemoStory::ExpectSourcePackets(const std::string &path) {
     const std::string difference = DifferenceFromSource(path, m_input);
     m_report.Expect("Packets across the swap", "those of the source",
                     difference.empty() ? "those of the source" : difference);
+}
+
+bool DemoStory::ExpectPlaying(const std::string &what, PlaybackControl &playing,
+                              const Source &source, const Service &service) {
+    playing.Open(source);
+    playing.Start();
+    const bool isUnmuted = WatchForUnmute(playing, service);
+    ExpectProgrammed(what, playing, service);
+    return isUnmuted;
 }
 
 void DemoStory::ExpectProgrammed(const std::string &what, PlaybackControl &playing,

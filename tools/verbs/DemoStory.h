@@ -65,6 +65,10 @@ class DemoStory {
                      const tvdesktop::Service &service);
     void ExpectPids(const std::string &path, const std::vector<tvdesktop::Service> &recorded);
     void ExpectSourcePackets(const std::string &path);
+    /// Plays a recording from its beginning.
+    /// @return whether it unmuted with the decoders set to its service
+    bool ExpectPlaying(const std::string &what, PlaybackControl &playing, const Source &source,
+                       const tvdesktop::Service &service);
     void ExpectProgrammed(const std::string &what, PlaybackControl &playing,
                           const tvdesktop::Service &service);
     std::string PathOf(const char *name) const { return m_directory + "/" + name; }

@@ -242,6 +242,7 @@ class PlayRun {
 }  // namespace
 
 void RunPlay(const PlayOptions &options, const Console &console) {
+    CatchStopSignals();
     CheckSource(options.file);
     PlayRun(options, console).Run();
 }

@@ -8,7 +8,7 @@
 #include "service/Input.h"
 #include "service/RecordingControl.h"
 #include "text/EventText.h"
-#include "text/ReportText.h"
+#include "text/OutcomeText.h"
 #include "text/TimeText.h"
 #include "verbs/OutputFile.h"
 
@@ -227,6 +227,7 @@ class RecordRun {
 }  // namespace
 
 void RunRecord(const RecordOptions &options, const Console &console) {
+    CatchStopSignals();
     CheckOptions(options);
     const std::vector<tvdesktop::Service> services = ServicesOf(options.input);
     RecordRun(options, FindService(services, options.serviceId), console).Run();
