@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cmath>
 #include <condition_variable>
+#include <cstdarg>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -65,13 +66,19 @@ class PlayerTest : public testing::Test {
     void Log(const std::vector<ts::ChannelStretch> &stretches) {
         ASSERT_TRUE(ts::WriteChannelLog(m_path, stretches));
     }
-    int Set(const StreamPropertyList &list) { return m_engine.SetProperties(list); }
+    int Set(int id, ...) {
+        std::va_list values;
+        va_start(values, id);
+        PropertyArguments arguments(id, values);
+        va_end(values);
+        return m_engine.SetProperties(&arguments);
+    }
     void Program(int videoPid) {
-        Set({{109, videoPid}, {104, videoPid}});
-        Set({{103, videoPid + 1}, {307, 1}});
+        Set(109, videoPid, 104, videoPid, 0);
+        Set(103, videoPid + 1, 307, 1, 0);
     }
     void Start(int fromMs, int videoPid) {
-        Set({{801, m_path}, {806, fromMs}});
+        Set(801, m_path.c_str(), 806, fromMs, 0);
         Program(videoPid);
         ASSERT_EQ(m_engine.Start(), kPlayerOk);
     }
@@ -91,7 +98,7 @@ class PlayerTest : public testing::Test {
         m_heard += (m_heard.empty() ? "" : " ") + std::to_string(type);
         if (type >= TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION)
             m_heard += details[type - TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION];
-        if (m_answers && message.subEventType == 3)
+        if (m_answers && message.subEventType == kPlayerChannelChanged)
             AnswerCrossing(message.timeCode);
         else if (type == TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE && std::exchange(m_isChanging, false))
             m_engine.Seek(m_recoverTime, m_rate);
@@ -205,7 +212,7 @@ TEST_F(PlayerTest, OnlyTheRightPidUnmutes) {
                  {kPmtPid, 0x101, 1, ""}};
     for (const auto &[videoPid, audioPid, hasVideo, heard] : cases) {
         SCOPED_TRACE(testing::Message() << videoPid << ' ' << audioPid << ' ' << hasVideo);
-        Set({{801, m_path}, {104, videoPid}, {103, audioPid}, {307, hasVideo}});
+        Set(801, m_path.c_str(), 104, videoPid, 103, audioPid, 307, hasVideo, 0);
         ASSERT_EQ(m_engine.Start(), kPlayerOk);
         Play(18500);
         EXPECT_EQ(Heard(), heard);
@@ -286,38 +293,14 @@ TEST_F(PlayerTest, EveryStateTakesTheCommandsThatFitIt) {
         {"twice the speed", [this] { return m_engine.SetSpeed(2); }},
         {"seek to 5000", [this] { return m_engine.Seek(5000, 1); }},
         {"seek to -5", [this] { return m_engine.Seek(-5, 1); }},
-        {"source",
-         [this] {
-             return Set({{801, m_path}, {806, 2000}});
-         }},
-        {"source from its end",
-         [this] {
-             return Set({{801, m_path}, {806, 99999}});
-         }},
-        {"from 3000",
-         [this] {
-             return Set({{806, 3000}, {104, 0x100}, {307, 1}});
-         }},
-        {"wrong picture",
-         [this] {
-             return Set({{104, 0x1AB}});
-         }},
-        {"picture",
-         [this] {
-             return Set({{104, 0x100}});
-         }},
-        {"picture as sound",
-         [this] {
-             return Set({{103, 0x100}, {307, 0}});
-         }},
-        {"no PID",
-         [this] {
-             return Set({{103, 0}});
-         }},
-        {"sound",
-         [this] {
-             return Set({{103, 0x101}, {807, 0}});
-         }},
+        {"source", [this] { return Set(801, m_path.c_str(), 806, 2000, 0); }},
+        {"source from its end", [this] { return Set(801, m_path.c_str(), 806, 99999, 0); }},
+        {"from 3000", [this] { return Set(806, 3000, 104, 0x100, 307, 1, 0); }},
+        {"wrong picture", [this] { return Set(104, 0x1AB, 0); }},
+        {"picture", [this] { return Set(104, 0x100, 0); }},
+        {"picture as sound", [this] { return Set(103, 0x100, 307, 0, 0); }},
+        {"no PID", [this] { return Set(103, 0, 0); }},
+        {"sound", [this] { return Set(103, 0x101, 807, 0, 0); }},
     };
     const struct {
         const char *command;
@@ -391,7 +374,7 @@ TEST_F(PlayerTest, EveryCauseGivesOneUnmuteAndOthersNone) {
     Play(500);
     m_engine.Pause();
     m_engine.Resume();
-    Set({{103, 0x1AB}, {406, 1}});
+    Set(103, 0x1AB, 406, 1, 0);
     Play(500);
     EXPECT_EQ(Heard(), "16");
     for (const double rate : {1.0, -1.0}) {
@@ -434,7 +417,7 @@ TEST_F(PlayerTest, StepsGoFromPictureToPictureAndOverTheBorder) {
     m_engine.SetSpeed(1.0);
     Play(100);
     EXPECT_EQ(Heard(), "16 30/0@39920") << "a command that leads nowhere else";
-    Set({{104, 0}, {103, 0}});
+    Set(104, 0, 103, 0, 0);
     EXPECT_EQ(m_engine.Step(), kPlayerNoStream) << "without a PID the end is not reached";
     Program(0x100);
     m_engine.Seek(60, -1.0);
@@ -482,7 +465,7 @@ TEST_F(PlayerTest, FollowsATimeshiftBufferFromItsBeginning) {
     const auto border = static_cast<int>(m_first.size());
     Write("");
     std::filesystem::remove(ts::ChannelLogPath(m_path));
-    Set({{801, m_path}, {805, 1}, {104, 0x100}, {307, 1}});
+    Set(801, m_path.c_str(), 805, 1, 104, 0x100, 307, 1, 0);
     EXPECT_EQ(m_engine.Start(), kPlayerOk) << "its recorder has just begun";
     Play(500);
     EXPECT_EQ(Heard(), "") << "the end of an empty buffer";
@@ -527,7 +510,7 @@ TEST_F(PlayerTest, TimeIsThatOfGoodPacketsOnThePcrPid) {
     }
     Write({stream.data.begin(), stream.data.end()});
     Log({{0, stream.data.size() / 2, Channel(0x100)}});  // the first stretch has what comes before
-    Set({{801, m_path}});
+    Set(801, m_path.c_str(), 0);
     EXPECT_EQ(m_engine.State().durationMs, 4000);
 }
 
@@ -537,7 +520,7 @@ TEST_F(PlayerTest, ChannelInfoComesFromTheSideFileElseFromThePmt) {
         EXPECT_EQ(m_engine.ChannelInfoAt(time, &info), kPlayerOk);
         return info == nullptr ? -1 : info->videoPid;
     };
-    Set({{801, m_path}});
+    Set(801, m_path.c_str(), 0);
     for (const auto &[time, pid] :
          std::map<int, int>{{-1, 0x100}, {kBorder - 1, 0x100}, {kBorder, 0x200}, {kEnd * 2, 0x200}})
         EXPECT_EQ(videoPidAt(time), pid) << time;
@@ -558,14 +541,14 @@ TEST_F(PlayerTest, UnusableSourcesAndCallsAreRefused) {
     EXPECT_EQ(m_engine.Ready(), kPlayerNoSource);
     TvChannelInfo old{};
     for (const std::string &path : {m_folder.string(), std::string("/dev/zero"), m_path + "x"}) {
-        EXPECT_EQ(Set({{801, path}}), kPlayerOk);
+        EXPECT_EQ(Set(801, path.c_str(), 0), kPlayerOk);
         info = &old;
         EXPECT_EQ(m_engine.ChannelInfoAt(0, &info), kPlayerNoSource) << path;
         EXPECT_EQ(info, nullptr);
     }
     Write("no transport stream");
     Log({});
-    Set({{801, m_path}});
+    Set(801, m_path.c_str(), 0);
     EXPECT_EQ(m_engine.ChannelInfoAt(0, &info), kPlayerNoChannelInfo);
     EXPECT_EQ(m_engine.Start(), kPlayerNoStream);
     EXPECT_EQ(m_engine.Seek(0, 1.0), kPlayerWrongState);
@@ -583,7 +566,7 @@ TEST_F(PlayerTest, TheStateIsToldWhileARecordingIsOpened) {
                                  std::uintmax_t{1} << 26);  // a hole that takes time to read
     std::atomic<bool> isOpen = false;
     std::thread opening([&] {
-        Set({{104, 0x111}, {801, m_path}});
+        Set(104, 0x111, 801, m_path.c_str(), 0);
         isOpen = true;
     });
     while (m_engine.State().videoPid != 0x111 && !isOpen)
@@ -682,7 +665,7 @@ TEST_F(PlayerTest, CallbacksMayCallEverything) {
     const PlayerHandle player(CreatePlayer({/*clockFactor=*/200.0}), DestroyPlayer);
     void *stream = StreamOf(player.get());
     SetPlayerCallback(player.get(), [&](TVCallbackType type, const PlayerMessage &message) {
-        if (message.subEventType == 3) {
+        if (message.subEventType == kPlayerChannelChanged) {
             TvChannelInfo *info = nullptr;
             EXPECT_EQ(tv_stream_get_channel_info(stream, message.timeCode, &info), kPlayerOk);
             tv_stream_set_property(stream, 109, info->pcrPid, 104, info->videoPid, 0);

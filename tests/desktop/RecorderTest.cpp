@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <TIEventManager.h>
 #include <tv_recorder.h>
+#include <tv_stream.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,7 +24,6 @@
 
 #include "recorder/RecordingSession.h"
 #include "recorder/StreamSelection.h"
-#include "system/PlatformObject.h"
 #include "TemporaryFolder.h"
 #include "ts/ChannelLog.h"
 #include "TsBuilder.h"
@@ -69,7 +69,10 @@ class RecorderTest : public testing::Test {
         std::filesystem::remove_all(m_directory);
     }
 
-    std::string Path(const std::string &name) const { return m_directory + name; }
+    /// @return a path in the directory; an absolute name stays as it is
+    std::string Path(const std::string &name) const {
+        return (std::filesystem::path(m_directory) / name).string();
+    }
 
     void Create(const std::string &source, double speed = 0) {
         DestroyRecorder(m_recorder);
@@ -238,7 +241,6 @@ TEST_F(RecorderTest, RefusesWhatItCannotDo) {
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 60, nullptr, 0), kRecorderBadProperty);
     EXPECT_EQ(tv_recorder_set_property(&info, 49, 1, 0), kRecorderNoRecorder);
     EXPECT_EQ(tv_recorder_start(nullptr), kRecorderNoRecorder);
-    EXPECT_FALSE(SetRecordDuration(nullptr, 1000));
     EXPECT_EQ(tv_recorder_pause(m_recorder), kRecorderNotRunning);
     EXPECT_EQ(Swap("swapped.ts"), kRecorderNotRunning);
     TvRecorderSwap nameless{nullptr, 0, 0};
@@ -396,7 +398,7 @@ TEST_F(RecorderTest, StopsWithEverythingThatWasRead) {
 
     ASSERT_EQ(tv_recorder_start(m_recorder), 0);  // takes what is still in the pipe
     WaitForFirstPacket();
-    ASSERT_TRUE(SetRecordDuration(static_cast<PlatformObject *>(m_recorder), 150));
+    ASSERT_EQ(tv_stream_set_property(m_recorder, 1413, 150, 0), 0);
     TsBuilder more;
     for (int i = 10; i < 20; ++i)
         more.Pcr(0x100, i * 10 * kMs);
@@ -406,7 +408,7 @@ TEST_F(RecorderTest, StopsWithEverythingThatWasRead) {
 
 TEST_F(RecorderTest, ReportsAFailedLastWrite) {
     CreateOn(TsBuilder().Pcr(0x100, 0).Pcr(0x100, kMs).Pcr(0x100, 400 * kMs), 0.01);
-    ASSERT_EQ(Sink("../../../../../../../../dev/full"), 0);
+    ASSERT_EQ(Sink("/dev/full"), 0);
     ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
     ASSERT_EQ(tv_recorder_start(m_recorder), 0);
     for (long long position = 0, duration = 0; position < 1; std::this_thread::yield())
@@ -503,7 +505,7 @@ TEST_F(RecorderTest, ReportsFailuresThroughTheCallback) {
     const Case cases[] = {
         {TsBuilder().Junk(5000), "out.ts", kRecorderErrorSource, "not a transport stream"},
         {TsBuilder(), "out.ts", kRecorderErrorSource, "not a transport stream"},
-        {TsBuilder().Media(0x100, 100), "../../../../../../../../dev/full", kRecorderErrorNoSpace,
+        {TsBuilder().Media(0x100, 100), "/dev/full", kRecorderErrorNoSpace,
          "dev/full: No space left on device"},
     };
     for (const Case &c : cases) {
@@ -526,7 +528,7 @@ TEST_F(RecorderTest, EndsAtTheSetDuration) {
         stream.Pcr(0x100, i * 100 * kMs).Media(0x100, 3);
     CreateOn(stream);
     ASSERT_EQ(Sink("out.ts"), 0);
-    ASSERT_TRUE(SetRecordDuration(static_cast<PlatformObject *>(m_recorder), 950));
+    ASSERT_EQ(tv_stream_set_property(m_recorder, 1413, 950, 0), 0);
     ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
     ASSERT_EQ(tv_recorder_start(m_recorder), 0);
     EXPECT_EQ(WaitForEnd(), 1000);
@@ -540,7 +542,7 @@ TEST_F(RecorderTest, EndsWhenWhatItIsToCountHasNoPcr) {
     for (const int limit : {0, 1000}) {
         ASSERT_EQ(Sink("a.srf"), 0);
         ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
-        ASSERT_TRUE(SetRecordDuration(static_cast<PlatformObject *>(m_recorder), limit));
+        ASSERT_EQ(tv_stream_set_property(m_recorder, 1413, limit, 0), 0);
         ASSERT_EQ(tv_recorder_start(m_recorder), 0);
         if (limit == 0)
             WaitForEnd();

@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "TemporaryFolder.h"
 #include "BrokenDisk.h"
+#include "TemporaryFolder.h"
 #include "ts/ChannelLog.h"
 #include "ts/DvbText.h"
 #include "ts/PacketFilter.h"

@@ -226,8 +226,8 @@ RepairResult RepairChannelLog(const std::string &recording);
 
 // --- Player --------------------------------------------------------------------------------------
 
-/// What the calls of the player and of its stream answer.
-enum PlayerResult : int {
+/// What tv_player_* and tv_stream_* answer; 0 is success.
+enum PlayerCode : int {
     kPlayerOk = 0,
     kPlayerNoObject = 201,         ///< null, or no player, stream or recorder of the stand-in
     kPlayerWrongState = 202,       ///< started already, or not started yet
@@ -239,22 +239,33 @@ enum PlayerResult : int {
     kPlayerOutOfMemory = 208,
 };
 
+/// subEventType of the messages of TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION. The ends are reported
+/// once an arrival (and again when a command at the end leads nowhere else).
+enum PlayerApplication : int {
+    kPlayerEndReached = 0,
+    kPlayerBeginReached = 1,
+    kPlayerChannelChanged = 3,  ///< playback ran over the border of two channel stretches
+};
+
+/// errCode of the messages of TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR. The playback is stopped.
+enum PlayerError : int {
+    kPlayerErrorSource = 1,            ///< the source cannot be read, or became shorter
+    kPlayerErrorNothingDecodable = 3,  ///< nothing in the source can be decoded
+};
+
 /// What a player callback carries; zero where it does not apply.
 ///
 /// - Callback 16: the first picture after a start, a seek, a change of speed or of the video PID;
 ///   23: the same for the audio of a playback without video. It comes when the recording has a
 ///   unit start on the programmed PID around the position, inside the same channel stretch;
 ///   never on a wrong PID. Several causes before it make one callback.
-/// - Callback 30, `subEventType` 0: the end is reached, 1: the beginning is reached, each once an
-///   arrival (and again when a command at the end leads nowhere else); 3: playback ran over the
-///   border of two channel stretches. `timeCode` is the place. At either end the clock waits with
-///   its rate unchanged; it goes on by itself when the file grows.
-/// - Callback 31, `errCode` 1: the source cannot be read or became shorter, 3: nothing in it can be
-///   decoded. The playback is stopped.
+/// - Callback 30: a PlayerApplication at the place `timeCode`. At either end the clock waits with
+///   its rate unchanged; it continues by itself when the file grows.
+/// - Callback 31: a PlayerError.
 struct PlayerMessage {
-    int subEventType = 0;
-    int timeCode = 0;  ///< milliseconds of stream time
-    int errCode = 0;
+    int subEventType = 0;  ///< PlayerApplication
+    int timeCode = 0;      ///< milliseconds of stream time
+    int errCode = 0;       ///< PlayerError
 };
 
 /// Runs on the player's clock thread, without a lock held.

@@ -7,14 +7,8 @@
 #include <limits>
 
 namespace tvdesktop {
+
 namespace {
-
-constexpr int kEndReached = 0;
-constexpr int kBeginReached = 1;
-constexpr int kChannelChanged = 3;
-
-constexpr int kSourceGone = 1;
-constexpr int kNothingDecodable = 3;
 
 /// How far a decoder reads ahead in the direction of play, and how old a unit may be that is still
 /// shown at the position. Milliseconds of stream time.
@@ -37,21 +31,19 @@ int TimeCode(double milliseconds) {
     return static_cast<int>(std::min(milliseconds, kLatest));
 }
 
-/// A PID that a demultiplexer can be set to; 0 is the PAT and 0x1FFF the null packets, both also
-/// stand for "none", as does everything that is no PID at all.
-bool IsStreamPid(int pid) {
-    return pid > 0 && pid < 0x1FFF;
-}
-
 }  // namespace
 
 // --- Source and properties -----------------------------------------------------------------------
 
-int PlaybackEngine::SetProperties(const StreamPropertyList &list) {
+PlayerCode PlaybackEngine::SetProperties(PropertyArguments *arguments) {
     const Work work(*this);
+    StreamSettings settings{m_state, m_source};
+    if (!ReadStreamProperties(*arguments, settings))
+        return kPlayerUnknownProperty;
     const Decoded before = DecodedStream();
-    ApplyStreamProperties(list, m_state, m_source);
-    if (Sets(list, TV_PROPERTY_PVRSRC_URI)) {
+    m_state = settings.state;
+    m_source = settings.source;
+    if (settings.isNewSource) {
         LeaveSource();
         Publish();
         Open();
@@ -83,7 +75,7 @@ bool PlaybackEngine::Open() {
     return true;
 }
 
-int PlaybackEngine::ChannelInfoAt(std::int64_t time, TvChannelInfo **info) {
+PlayerCode PlaybackEngine::ChannelInfoAt(std::int64_t time, TvChannelInfo **info) {
     const Work work(*this);
     if (info == nullptr)
         return kPlayerBadArgument;
@@ -95,7 +87,7 @@ int PlaybackEngine::ChannelInfoAt(std::int64_t time, TvChannelInfo **info) {
     return *info == nullptr ? kPlayerNoChannelInfo : kPlayerOk;
 }
 
-int PlaybackEngine::SetAudioDescription(bool enabled, int pid) {
+PlayerCode PlaybackEngine::SetAudioDescription(bool enabled, int pid) {
     const Work work(*this);
     if (enabled)
         m_state.adPid = pid;
@@ -103,14 +95,14 @@ int PlaybackEngine::SetAudioDescription(bool enabled, int pid) {
     return kPlayerOk;
 }
 
-int PlaybackEngine::Set3dFormat(int mode, int format) {
+PlayerCode PlaybackEngine::Set3dFormat(int mode, int format) {
     const Work work(*this);
     m_state.threeDMode = mode;
     m_state.threeDFormat = format;
     return kPlayerOk;
 }
 
-int PlaybackEngine::Set3dMode(int mode, int subVideoPid) {
+PlayerCode PlaybackEngine::Set3dMode(int mode, int subVideoPid) {
     const Work work(*this);
     m_state.threeDMode = mode;
     m_state.subVideoPid = subVideoPid;
@@ -119,10 +111,10 @@ int PlaybackEngine::Set3dMode(int mode, int subVideoPid) {
 
 // --- Transport -----------------------------------------------------------------------------------
 
-int PlaybackEngine::Ready() {
+PlayerCode PlaybackEngine::Ready() {
     const Work work(*this);
     const bool wasStopped = m_state.run == Run::Stopped;
-    if (const int failure = Prepare(); failure != kPlayerOk)
+    if (const PlayerCode failure = Prepare(); failure != kPlayerOk)
         return failure;
     m_state.run = Run::Ready;
     if (wasStopped) {
@@ -132,11 +124,11 @@ int PlaybackEngine::Ready() {
     return kPlayerOk;
 }
 
-int PlaybackEngine::Start() {
+PlayerCode PlaybackEngine::Start() {
     const Work work(*this);
     if (m_state.run == Run::Playing || m_state.run == Run::Paused)
         return kPlayerWrongState;
-    if (const int failure = Prepare(); failure != kPlayerOk)
+    if (const PlayerCode failure = Prepare(); failure != kPlayerOk)
         return failure;
     if (m_state.run == Run::Stopped)
         PlayFrom(m_source.startMs, 1.0);
@@ -146,26 +138,26 @@ int PlaybackEngine::Start() {
 }
 
 /// Opens and judges the source. A timeshift buffer may still be empty: its recorder has just begun.
-int PlaybackEngine::Prepare() {
+PlayerCode PlaybackEngine::Prepare() {
     if (!Open())
-        return Fail(kSourceGone, kPlayerNoSource);
+        return Fail(kPlayerErrorSource, kPlayerNoSource);
     if (!FollowFile())
-        return Fail(kSourceGone, kPlayerNoSource);
+        return Fail(kPlayerErrorSource, kPlayerNoSource);
     if (!m_recording->HasStreamTime() && !m_source.isTimeshift)
-        return Fail(kNothingDecodable, kPlayerNoStream);
+        return Fail(kPlayerErrorNothingDecodable, kPlayerNoStream);
     return kPlayerOk;
 }
 
-int PlaybackEngine::Fail(int errorCode, int result) {
+PlayerCode PlaybackEngine::Fail(PlayerError error, PlayerCode result) {
     m_state.run = Run::Stopped;
     m_state.waitingForUnmute = false;
     PlayerMessage message;
-    message.errCode = errorCode;
+    message.errCode = error;
     Post(TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR, message);
     return result;
 }
 
-int PlaybackEngine::Stop() {
+PlayerCode PlaybackEngine::Stop() {
     const Work work(*this);
     m_state.run = Run::Stopped;
     m_state.rate = 1.0;
@@ -175,7 +167,7 @@ int PlaybackEngine::Stop() {
     return kPlayerOk;
 }
 
-int PlaybackEngine::Pause() {
+PlayerCode PlaybackEngine::Pause() {
     const Work work(*this);
     if (m_state.run == Run::Stopped)
         return kPlayerWrongState;
@@ -183,7 +175,7 @@ int PlaybackEngine::Pause() {
     return kPlayerOk;
 }
 
-int PlaybackEngine::Resume() {
+PlayerCode PlaybackEngine::Resume() {
     const Work work(*this);
     if (m_state.run == Run::Stopped)
         return kPlayerWrongState;
@@ -191,7 +183,7 @@ int PlaybackEngine::Resume() {
     return kPlayerOk;
 }
 
-int PlaybackEngine::Step() {
+PlayerCode PlaybackEngine::Step() {
     const Work work(*this);
     if (m_state.run == Run::Stopped)
         return kPlayerWrongState;
@@ -209,14 +201,14 @@ int PlaybackEngine::Step() {
     if (unit) {
         MoveTo(*unit);
     } else if (m_stretch + 1 < m_recording->StretchCount()) {
-        CrossInto(m_stretch + 1, m_stretch + 1);
+        CrossBorder(true);
     } else {
         ReachEdge(Edge::End);
     }
     return kPlayerOk;
 }
 
-int PlaybackEngine::SetSpeed(double rate) {
+PlayerCode PlaybackEngine::SetSpeed(double rate) {
     const Work work(*this);
     if (!IsRate(rate))
         return kPlayerBadArgument;
@@ -229,7 +221,7 @@ int PlaybackEngine::SetSpeed(double rate) {
     return kPlayerOk;
 }
 
-int PlaybackEngine::Seek(std::int64_t position, double rate) {
+PlayerCode PlaybackEngine::Seek(std::int64_t position, double rate) {
     const Work work(*this);
     if (!IsRate(rate))
         return kPlayerBadArgument;
@@ -243,7 +235,7 @@ int PlaybackEngine::Seek(std::int64_t position, double rate) {
 }
 
 /// While another thread works on the recording, its position is the one that was published last.
-int PlaybackEngine::GetPosition(long long *position, long long *duration) {
+PlayerCode PlaybackEngine::GetPosition(long long *position, long long *duration) {
     if (position == nullptr || duration == nullptr)
         return kPlayerBadArgument;
     if (const Work work(*this, std::try_to_lock); work.Began() && m_recording)
@@ -360,10 +352,7 @@ void PlaybackEngine::RunClock() {
         return;
     }
     m_left -= (limit - m_position) / m_state.rate;
-    if (forward)
-        CrossInto(m_stretch + 1, m_stretch + 1);
-    else
-        CrossInto(m_stretch - 1, m_stretch);
+    CrossBorder(forward);
 }
 
 void PlaybackEngine::MoveTo(double position) {
@@ -375,12 +364,13 @@ void PlaybackEngine::MoveTo(double position) {
     m_position = position;
 }
 
-/// @param border  the later one of the two stretches, whose begin is crossed
-void PlaybackEngine::CrossInto(std::size_t stretch, std::size_t border) {
-    MoveTo(m_recording->StretchBegin(border));
-    m_stretch = stretch;
+/// A border is where the later one of its two stretches begins.
+void PlaybackEngine::CrossBorder(bool forward) {
+    const std::size_t later = forward ? m_stretch + 1 : m_stretch;
+    MoveTo(m_recording->StretchBegin(later));
+    m_stretch = forward ? later : later - 1;
     PlayerMessage message;
-    message.subEventType = kChannelChanged;
+    message.subEventType = kPlayerChannelChanged;
     message.timeCode = TimeCode(m_position);
     Post(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message);
 }
@@ -393,7 +383,7 @@ void PlaybackEngine::ReachEdge(Edge edge) {
         return;
     m_edge = edge;
     PlayerMessage message;
-    message.subEventType = edge == Edge::End ? kEndReached : kBeginReached;
+    message.subEventType = edge == Edge::End ? kPlayerEndReached : kPlayerBeginReached;
     message.timeCode = TimeCode(m_position);
     Post(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, message);
 }
@@ -425,16 +415,16 @@ bool PlaybackEngine::FollowFile() {
     if (m_recording->Follow())
         return true;
     if (m_state.run != Run::Stopped)
-        Fail(kSourceGone, kPlayerNoSource);
+        Fail(kPlayerErrorSource, kPlayerNoSource);
     return false;
 }
 
 // --- Decoding ------------------------------------------------------------------------------------
 
 PlaybackEngine::Decoded PlaybackEngine::DecodedStream() const {
-    if (m_state.hasVideo != 0 && IsStreamPid(m_state.videoPid))
+    if (m_state.hasVideo != 0 && ts::IsStreamPid(m_state.videoPid))
         return {UnitKind::Video, m_state.videoPid};
-    return {UnitKind::Audio, IsStreamPid(m_state.audioPid) ? m_state.audioPid : -1};
+    return {UnitKind::Audio, ts::IsStreamPid(m_state.audioPid) ? m_state.audioPid : -1};
 }
 
 void PlaybackEngine::ExpectUnit() {

@@ -3,8 +3,6 @@
 #ifndef TVDESKTOP_PLAYER_PLAYBACKENGINE_H
 #define TVDESKTOP_PLAYER_PLAYBACKENGINE_H
 
-#include <TvDesktop.h>
-
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -16,6 +14,7 @@
 
 #include "player/Recording.h"
 #include "player/StreamProperties.h"
+#include "TvDesktop.h"
 
 namespace tvdesktop {
 
@@ -25,7 +24,7 @@ namespace tvdesktop {
 /// playback reports is delivered from inside Advance, with no lock held. So the deliverer may call
 /// every operation, and the order of what happens depends on nothing but the calls.
 ///
-/// Operations answer a PlayerResult. One at a time works on the recording, which takes as long as
+/// One operation at a time works on the recording, which takes as long as
 /// the disk does; State and NeedsTime never wait for it: they answer what was published last.
 ///
 /// Threads: thread-safe, but one thread at a time in Advance.
@@ -36,21 +35,22 @@ class PlaybackEngine {
 
     explicit PlaybackEngine(Deliver deliver) : m_deliver(std::move(deliver)) {}
 
-    int SetProperties(const StreamPropertyList &list);
-    int ChannelInfoAt(std::int64_t time, TvChannelInfo **info);
-    int SetAudioDescription(bool enabled, int pid);
-    int Set3dFormat(int mode, int format);
-    int Set3dMode(int mode, int subVideoPid);
+    /// Refuses a list as a whole.
+    PlayerCode SetProperties(PropertyArguments *arguments);
+    PlayerCode ChannelInfoAt(std::int64_t time, TvChannelInfo **info);
+    PlayerCode SetAudioDescription(bool enabled, int pid);
+    PlayerCode Set3dFormat(int mode, int format);
+    PlayerCode Set3dMode(int mode, int subVideoPid);
 
-    int Ready();
-    int Start();
-    int Stop();
-    int Pause();
-    int Resume();
-    int Step();
-    int SetSpeed(double rate);
-    int Seek(std::int64_t position, double rate);
-    int GetPosition(long long *position, long long *duration);
+    PlayerCode Ready();
+    PlayerCode Start();
+    PlayerCode Stop();
+    PlayerCode Pause();
+    PlayerCode Resume();
+    PlayerCode Step();
+    PlayerCode SetSpeed(double rate);
+    PlayerCode Seek(std::int64_t position, double rate);
+    PlayerCode GetPosition(long long *position, long long *duration);
 
     PlayerState State() const;
     std::vector<ChannelStretchInfo> Stretches();
@@ -107,8 +107,8 @@ class PlaybackEngine {
     void Post(TVCallbackType type, const PlayerMessage &message);
     void Forget();
     bool Open();
-    int Prepare();
-    int Fail(int errorCode, int result);
+    PlayerCode Prepare();
+    PlayerCode Fail(PlayerError error, PlayerCode result);
     bool FollowFile();
     Decoded DecodedStream() const;
     void ExpectUnit();
@@ -117,7 +117,7 @@ class PlaybackEngine {
     void PlayFrom(double position, double rate);
     void RunClock();
     void MoveTo(double position);
-    void CrossInto(std::size_t stretch, std::size_t border);
+    void CrossBorder(bool forward);
     void ReachEdge(Edge edge);
     double StretchEnd() const;
     double Duration() const { return m_recording ? m_recording->Duration() : 0.0; }

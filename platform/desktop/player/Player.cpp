@@ -6,6 +6,7 @@
 #include <utility>
 
 namespace tvdesktop {
+
 namespace {
 
 /// Real time between two looks at the playback: finer than a picture lasts.
@@ -18,7 +19,7 @@ bool IsFactor(double factor) {
 }  // namespace
 
 Player::Player(const PlayerOptions &options)
-    : PlatformObject(kKind),
+    : PlayerObject(kKind),
       m_clockFactor(IsFactor(options.clockFactor) ? options.clockFactor : 1.0),
       m_stream(*this),
       m_engine(
@@ -88,6 +89,8 @@ void Player::Deliver(TVCallbackType type, const PlayerMessage &message) try {
 } catch (...) {  // what a service throws must not end the clock
 }
 
+// --- What TvDesktop.h offers ---------------------------------------------------------------------
+
 void *CreatePlayer(const PlayerOptions &options) try {
     return static_cast<PlatformObject *>(std::make_unique<Player>(options).release());
 } catch (...) {
@@ -96,7 +99,7 @@ void *CreatePlayer(const PlayerOptions &options) try {
 
 void *StreamOf(void *player) {
     Player *owner = ObjectAs<Player>(player);
-    return owner == nullptr ? nullptr : static_cast<PlatformObject *>(&owner->stream());
+    return owner == nullptr ? nullptr : static_cast<PlatformObject *>(&owner->GetStream());
 }
 
 void SetPlayerCallback(void *player, PlayerCallback callback) {
@@ -112,17 +115,17 @@ void DestroyPlayer(void *player) {
 
 PlayerState GetPlayerState(void *player) {
     Player *source = ObjectAs<Player>(player);
-    return source == nullptr ? PlayerState{} : source->engine().State();
+    return source == nullptr ? PlayerState{} : source->Engine().State();
 }
 
 std::vector<ChannelStretchInfo> GetChannelStretches(void *player) {
     Player *source = ObjectAs<Player>(player);
-    return source == nullptr ? std::vector<ChannelStretchInfo>{} : source->engine().Stretches();
+    return source == nullptr ? std::vector<ChannelStretchInfo>{} : source->Engine().Stretches();
 }
 
 bool IsSourceBeingWritten(void *player) try {
     Player *source = ObjectAs<Player>(player);
-    return source != nullptr && source->engine().IsSourceBeingWritten();
+    return source != nullptr && source->Engine().IsSourceBeingWritten();
 } catch (...) {
     return false;
 }

@@ -3,24 +3,32 @@
 #ifndef TVDESKTOP_PLAYER_PLAYER_H
 #define TVDESKTOP_PLAYER_PLAYER_H
 
-#include <TvDesktop.h>
-
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 
 #include "player/PlaybackEngine.h"
 #include "system/PlatformObject.h"
+#include "TvDesktop.h"
 
 namespace tvdesktop {
 
 class Player;
 
+/// What CallOn answers for players and streams.
+struct PlayerObject : PlatformObject {
+    static constexpr PlayerCode kNoObject = kPlayerNoObject;
+    static constexpr PlayerCode kOutOfResources = kPlayerOutOfMemory;
+
+    using PlatformObject::PlatformObject;
+};
+
 /// The stream of a player: only another name for it.
-struct Stream : PlatformObject {
+struct Stream : PlayerObject {
     static constexpr Kind kKind = Kind::Stream;
 
-    explicit Stream(Player &owner) : PlatformObject(kKind), player(owner) {}
+    explicit Stream(Player &owner) : PlayerObject(kKind), player(owner) {}
     Player &player;
 };
 
@@ -29,15 +37,15 @@ struct Stream : PlatformObject {
 /// lets it hear what is pending and ends.
 ///
 /// Threads: thread-safe, except that the destructor must not run inside a callback.
-class Player : public PlatformObject {
+class Player : public PlayerObject {
   public:
     static constexpr Kind kKind = Kind::Player;
 
     explicit Player(const PlayerOptions &options);
     ~Player();
 
-    PlaybackEngine &engine() { return m_engine; }
-    Stream &stream() { return m_stream; }
+    PlaybackEngine &Engine() { return m_engine; }
+    Stream &GetStream() { return m_stream; }
 
     void SetCallback(PlayerCallback callback);
 
@@ -65,22 +73,22 @@ class Player : public PlatformObject {
     std::thread m_clock;  ///< last, so that it starts when all else is made
 };
 
-/// @return the player that a stream belongs to, or null when the pointer is no stream
-inline Player *PlayerOfStream(void *stream) {
-    auto *object = ObjectAs<Stream>(stream);
-    return object == nullptr ? nullptr : &object->player;
+inline Player &PlayerOf(Player &player) {
+    return player;
+}
+inline Player &PlayerOf(Stream &stream) {
+    return stream.player;
 }
 
-/// Runs one operation on behalf of a C function, from which no exception may escape.
-template <typename Operation>
-int Control(Player *player, Operation operation) noexcept try {
-    if (player == nullptr)
-        return kPlayerNoObject;
-    const int result = operation(player->engine());
-    player->Wake();
-    return result;
-} catch (...) {
-    return kPlayerOutOfMemory;
+/// Runs an operation of the engine on the player or the stream of a handle, for a C function.
+template <typename Object, typename Operation, typename... Values>
+int Control(void *handle, Operation operation, Values... values) noexcept {
+    return CallOn<Object>(handle, [&](Object &object) {
+        Player &player = PlayerOf(object);
+        const PlayerCode result = std::invoke(operation, player.Engine(), values...);
+        player.Wake();
+        return result;
+    });
 }
 
 }  // namespace tvdesktop

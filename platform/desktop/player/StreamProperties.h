@@ -3,13 +3,10 @@
 #ifndef TVDESKTOP_PLAYER_STREAMPROPERTIES_H
 #define TVDESKTOP_PLAYER_STREAMPROPERTIES_H
 
-#include <TvDesktop.h>
-
-#include <cstdarg>
-#include <optional>
 #include <string>
-#include <variant>
-#include <vector>
+
+#include "system/PropertyArguments.h"
+#include "TvDesktop.h"
 
 namespace tvdesktop {
 
@@ -20,25 +17,16 @@ struct PlaybackSource {
     int startMs = 0;  ///< milliseconds of stream time
 };
 
-struct StreamProperty {
-    int id = 0;
-    std::variant<int, std::string> value;
+/// What the properties of a stream change.
+struct StreamSettings {
+    PlayerState state;
+    PlaybackSource source;
+    bool isNewSource = false;  ///< the list has property 801, which opens its source
 };
-using StreamPropertyList = std::vector<StreamProperty>;
 
-/// Reads (id, value) pairs up to the closing 0; the id tells the type of its value.
-/// @param id      first id
-/// @param values  what follows it
-/// @return        nothing when an id is unknown (the type of its value, and so the rest of the
-///                list, cannot be read), a text is null, or no 0 closes the list within 64 pairs
-std::optional<StreamPropertyList> ReadStreamProperties(int id, std::va_list values);
-
-/// Keeps the values in the order of the list. Thread-bound.
-void ApplyStreamProperties(const StreamPropertyList &list, PlayerState &state,
-                           PlaybackSource &source);
-
-/// @return true when the list sets that id
-bool Sets(const StreamPropertyList &list, int id);
+/// @return false when the list cannot be read, or does not end within 64 pairs; then a part of it
+///         is in the settings
+bool ReadStreamProperties(PropertyArguments &arguments, StreamSettings &settings);
 
 }  // namespace tvdesktop
 

@@ -1,4 +1,4 @@
-#include "Recorder.h"
+#include "recorder/Recorder.h"
 
 #include <unistd.h>
 
@@ -182,19 +182,24 @@ RecorderCode Recorder::SetDuration(int milliseconds) {
     return kRecorderOk;
 }
 
-void Recorder::GetPosition(long long &position, long long &duration) const {
-    position = m_positionMs;
-    duration = position;
+RecorderCode Recorder::GetPosition(long long *position, long long *duration) const {
+    if (position == nullptr || duration == nullptr)
+        return kRecorderBadProperty;
+    *position = m_positionMs;
+    *duration = *position;
+    return kRecorderOk;
 }
 
-RecorderCode Recorder::GetTimeshiftDuration(unsigned int sizeKiB, unsigned int &durationMs) const {
+RecorderCode Recorder::GetTimeshiftDuration(unsigned int sizeKiB, unsigned int *durationMs) const {
+    if (durationMs == nullptr)
+        return kRecorderBadProperty;
     const std::int64_t position = m_positionMs;
     const std::uint64_t size = m_size;
     if (position < kShortestMeasure || size == 0)
         return kRecorderRateUnknown;
     const double milliseconds =
         sizeKiB * 1024.0 * static_cast<double>(position) / static_cast<double>(size);
-    durationMs = milliseconds < UINT_MAX ? static_cast<unsigned int>(milliseconds) : UINT_MAX;
+    *durationMs = milliseconds < UINT_MAX ? static_cast<unsigned int>(milliseconds) : UINT_MAX;
     return kRecorderOk;
 }
 
@@ -379,6 +384,30 @@ void Recorder::Report(TVCallbackType type, const MessagePtr &message) {
     }
     if (callback != nullptr)
         callback(type, userData, message.get());
+}
+
+// --- What TvDesktop.h offers ---------------------------------------------------------------------
+
+void *CreateRecorder(const RecorderOptions &options) try {
+    return static_cast<PlatformObject *>(std::make_unique<Recorder>(options).release());
+} catch (...) {
+    return nullptr;
+}
+
+void DestroyRecorder(void *recorder) {
+    const auto *target = ObjectAs<Recorder>(recorder);
+    if (target != nullptr && !target->IsOnThread())
+        delete target;
+}
+
+std::string RecorderFailure(void *recorder) {
+    const auto *target = ObjectAs<Recorder>(recorder);
+    return target != nullptr ? target->Failure() : "";
+}
+
+RecordingReport GetRecordingReport(void *recorder) {
+    const auto *target = ObjectAs<Recorder>(recorder);
+    return target != nullptr ? target->GetReport() : RecordingReport{};
 }
 
 }  // namespace tvdesktop

@@ -13,25 +13,15 @@
 #include <thread>
 #include <vector>
 
-#include "RecorderMessages.h"
-#include "RecordingSession.h"
-#include "StreamSelection.h"
+#include "recorder/RecorderMessages.h"
+#include "recorder/RecorderProperties.h"
+#include "recorder/RecordingSession.h"
+#include "recorder/StreamSelection.h"
+#include "recorder/Wakeup.h"
 #include "system/PlatformObject.h"
 #include "TvDesktop.h"
-#include "Wakeup.h"
 
 namespace tvdesktop {
-
-/// What one property list asks for, in full before any of it is done.
-struct RecorderPropertyList {
-    std::vector<StreamSelection::PidProperty> pids;
-    std::vector<TvChannelInfo> channels;
-    std::optional<std::string> fileName;
-    std::optional<bool> isTimeshift;
-    std::optional<std::string> swapTo;
-
-    bool TouchesSink() const { return fileName || isTimeshift; }
-};
 
 /// Takes the calls of a program and lets a thread of its own record.
 ///
@@ -43,6 +33,8 @@ struct RecorderPropertyList {
 class Recorder : public PlatformObject {
   public:
     static constexpr Kind kKind = Kind::Recorder;
+    static constexpr RecorderCode kNoObject = kRecorderNoRecorder;
+    static constexpr RecorderCode kOutOfResources = kRecorderOutOfResources;
 
     explicit Recorder(RecorderOptions options);
     ~Recorder();
@@ -57,8 +49,8 @@ class Recorder : public PlatformObject {
     RecorderCode Stop();
     RecorderCode Apply(const RecorderPropertyList &list);
     RecorderCode SetDuration(int milliseconds);
-    void GetPosition(long long &position, long long &duration) const;
-    RecorderCode GetTimeshiftDuration(unsigned int sizeKiB, unsigned int &durationMs) const;
+    RecorderCode GetPosition(long long *position, long long *duration) const;
+    RecorderCode GetTimeshiftDuration(unsigned int sizeKiB, unsigned int *durationMs) const;
     std::string Failure() const;
     /// @return whether the caller is inside the recorder's callback
     bool IsOnThread() const;
@@ -113,7 +105,7 @@ class Recorder : public PlatformObject {
     int m_limitMs = 0;
     std::optional<RecorderCode> m_swapResult;
     RecorderCode m_stopResult = kRecorderOk;
-    std::string m_failure;  ///< of the last start, swap or recording
+    std::string m_failure;     ///< of the last start, swap or recording
     RecordingReport m_report;  ///< of the last recording that has ended
     tv_recorder_callback m_callback = nullptr;
     void *m_userData = nullptr;

@@ -9,7 +9,7 @@ namespace tvdesktop {
 namespace {
 
 std::optional<std::uint16_t> StreamPid(int value) {
-    if (value <= 0 || value >= ts::kNullPid)
+    if (!ts::IsStreamPid(value))
         return std::nullopt;
     return static_cast<std::uint16_t>(value);
 }
@@ -30,10 +30,6 @@ bool Contains(const std::vector<StreamSelection::PidProperty> &list, Predicate i
 }
 
 }  // namespace
-
-bool StreamSelection::IsPidProperty(int id) {
-    return IsMain(id) || IsCompanion(id) || id == TV_RECORDER_PROPERTY_REMOVE_PID;
-}
 
 bool StreamSelection::IsValid(const PidProperty &property) {
     return IsMain(property.id) ||

@@ -39,7 +39,6 @@ class StreamSelection {
 
     /// Values of properties 28, 48 and 49 must be PIDs, those of 24, 25 and 29 may mean none.
     static bool IsValid(const PidProperty &property);
-    static bool IsPidProperty(int id);
 
     void TakePcrPidOf(int channelPcrPid);
 

@@ -1,9 +1,10 @@
 /// @file
-/// How the stand-in tells its objects apart when they come back as opaque pointers.
+/// How the stand-in reaches its objects when they come back as opaque pointers.
 #ifndef TVDESKTOP_SYSTEM_PLATFORMOBJECT_H
 #define TVDESKTOP_SYSTEM_PLATFORMOBJECT_H
 
 #include <cstdint>
+#include <functional>
 
 namespace tvdesktop {
 
@@ -27,21 +28,35 @@ struct PlatformObject {
     Kind kind;
 };
 
-/// @tparam Object  class derived from PlatformObject, with its kind in `Object::kKind`
-/// @return the object behind a pointer that a caller passed in; null for null and for an object of
-///         another kind
-template <typename Object>
-Object *ObjectAs(void *pointer) {
-    auto *header = static_cast<PlatformObject *>(pointer);
-    return header != nullptr && header->kind == Object::kKind ? static_cast<Object *>(header)
-                                                              : nullptr;
+/// @return the kind of the object that a caller passed in; Gone for null
+inline PlatformObject::Kind KindOf(void *handle) {
+    return handle != nullptr ? static_cast<PlatformObject *>(handle)->kind
+                             : PlatformObject::Kind::Gone;
 }
 
-/// Limits a recording, as stream property 1413 does with a recorder in the stream's place.
-/// Thread-safe.
-/// @param milliseconds  stream time after which the recorder ends by itself; 0 or less: no limit
-/// @return false when the object is null or no recorder
-bool SetRecordDuration(PlatformObject *object, int milliseconds);
+/// @tparam Object  class derived from PlatformObject, with its kind in `Object::kKind`
+/// @return the object of a handle that a caller passed in; null for null and for an object of
+///         another kind
+template <typename Object>
+Object *ObjectAs(void *handle) {
+    return KindOf(handle) == Object::kKind
+               ? static_cast<Object *>(static_cast<PlatformObject *>(handle))
+               : nullptr;
+}
+
+/// Runs an operation on the object of a handle, for a C function, from which no exception may
+/// escape.
+/// @tparam Object  names the result for another object (kNoObject) and for one that is out of
+///                 memory or threads (kOutOfResources)
+template <typename Object, typename Operation, typename... Values>
+int CallOn(void *handle, Operation operation, Values... values) noexcept try {
+    auto *object = ObjectAs<Object>(handle);
+    if (object == nullptr)
+        return Object::kNoObject;
+    return std::invoke(operation, *object, values...);
+} catch (...) {
+    return Object::kOutOfResources;
+}
 
 }  // namespace tvdesktop
 

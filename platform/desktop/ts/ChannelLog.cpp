@@ -14,8 +14,8 @@
 
 #include "system/FileDescriptor.h"
 #include "system/Files.h"
-#include "TvDesktop.h"
 #include "system/RegularFile.h"
+#include "TvDesktop.h"
 
 namespace tvdesktop::ts {
 

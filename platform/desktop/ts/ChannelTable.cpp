@@ -11,7 +11,7 @@ namespace {
 constexpr int kFirstFreePid = 0x20;  ///< below are tables of all services: ETSI EN 300 468, 5.1.3
 
 void Add(int pid, PidTable &pids) {
-    if (pid >= kFirstFreePid && pid < kNullPid)
+    if (pid >= kFirstFreePid && IsStreamPid(pid))
         pids.set(static_cast<std::size_t>(pid));
 }
 

@@ -16,7 +16,13 @@ inline constexpr std::uint16_t kPatPid = 0x0000;
 inline constexpr std::uint16_t kNullPid = 0x1FFF;
 inline constexpr std::int64_t kPcrHz = 27'000'000;
 
-/// All functions take a whole packet that begins with the sync byte. Reentrant.
+/// A PID that a stream of a service can have; 0 is the PAT and 0x1FFF the null packets. Both also
+/// mean "none", as does every number that is not a PID. Reentrant.
+constexpr bool IsStreamPid(int pid) {
+    return pid > kPatPid && pid < kNullPid;
+}
+
+/// All functions below take a whole packet that begins with the sync byte. Reentrant.
 
 inline std::uint16_t Pid(const std::uint8_t *packet) {
     return static_cast<std::uint16_t>((packet[1] & 0x1F) << 8 | packet[2]);
