@@ -90,8 +90,8 @@ void CheckPackets(const std::string &path, const Bytes &stream) {
         end = reader.Offset() + kPacketSize;
         if (const auto pcr = tvdesktop::ts::Pcr(packet))
             clock.Advance(*pcr);
-        Require(clock.ticks() >= ticks, "stream time never runs back");
-        ticks = clock.ticks();
+        Require(clock.Ticks() >= ticks, "stream time never runs back");
+        ticks = clock.Ticks();
     }
 }
 

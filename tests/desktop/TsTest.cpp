@@ -59,7 +59,7 @@ TEST(StreamClock, CountsWrapsLeavesJumpsOutAndGoesOnWithAnotherPid) {
         clock.Advance(7'000 * kMs);
         clock.FollowPid(0x200);
         clock.Advance(7'030 * kMs);
-        EXPECT_EQ(clock.milliseconds(), c.expectedMs + 30) << c.what;
+        EXPECT_EQ(clock.Milliseconds(), c.expectedMs + 30) << c.what;
     }
 }
 

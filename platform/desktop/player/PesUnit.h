@@ -32,8 +32,7 @@ inline bool BeginsUnit(const std::uint8_t *packet, UnitKind kind) {
     if (ts::TransportError(packet) || ts::IsScrambled(packet) || !ts::UnitStart(packet) ||
         !ts::HasPayload(packet))
         return false;
-    const bool hasAdaptation = (packet[3] & 0x20) != 0;
-    const std::size_t payload = hasAdaptation ? 5U + packet[4] : 4U;
+    const std::size_t payload = ts::HasAdaptation(packet) ? 5U + packet[4] : 4U;
     if (payload + 4 > ts::kPacketSize)
         return false;
     const std::uint8_t *header = packet + payload;

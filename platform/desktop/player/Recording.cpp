@@ -1,21 +1,18 @@
 #include "player/Recording.h"
 
-#include <fcntl.h>
 #include <sys/file.h>
-#include <TvDesktop.h>
 
 #include <algorithm>
-#include <filesystem>
+
+#include "system/Files.h"
+#include "TvDesktop.h"
 
 namespace tvdesktop {
 
 bool Recording::Open(const std::string &path) {
-    std::error_code error;  // a directory opens but cannot be read, a pipe would block
-    if (!std::filesystem::is_regular_file(path, error))
-        return false;
     m_path = path;
-    m_lock = FileDescriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    return m_tail.Open(path) && m_search.Open(path);
+    m_lock = OpenRegularFile(path);
+    return m_lock.IsOpen() && m_tail.Open(path) && m_search.Open(path);
 }
 
 bool Recording::Follow() {
@@ -69,18 +66,14 @@ void Recording::Index(const std::uint8_t *packet, std::uint64_t offset) {
     while (m_reached < m_stretches.size() &&
            (m_reached == 0 || m_stretches[m_reached].offset <= offset))
         ReachStretch();
-    if (ts::TransportError(packet) || ts::Pid(packet) != m_clock.pid())
+    if (ts::TransportError(packet) || !m_clock.Count(packet))
         return;
-    const std::optional<std::int64_t> pcr = ts::Pcr(packet);
-    if (!pcr)
-        return;
-    m_clock.Advance(*pcr);
-    m_points.push_back({static_cast<double>(m_clock.ticks()) * 1000.0 / ts::kPcrHz, offset});
+    m_points.push_back({static_cast<double>(m_clock.Ticks()) * 1000.0 / ts::kPcrHz, offset});
 }
 
 void Recording::ReachStretch() {
     m_clock.FollowPid(m_stretches[m_reached].info.pcrPid);
-    m_begins.push_back(static_cast<double>(m_clock.milliseconds()));
+    m_begins.push_back(static_cast<double>(m_clock.Milliseconds()));
     ++m_reached;
 }
 

@@ -1,4 +1,4 @@
-#include "BlockSource.h"
+#include "recorder/BlockSource.h"
 
 #include <fcntl.h>
 #include <poll.h>

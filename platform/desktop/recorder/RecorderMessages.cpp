@@ -1,8 +1,9 @@
-#include "RecorderMessages.h"
+#include "recorder/RecorderMessages.h"
 
 #include <new>
 
 namespace tvdesktop {
+
 namespace {
 
 /// Messages need none of the machine's plug-ins. Looking for them would take most of a second at

@@ -1,4 +1,4 @@
-#include "RecordingSession.h"
+#include "recorder/RecordingSession.h"
 
 #include <cerrno>
 #include <cstring>
@@ -43,7 +43,7 @@ void RecordingSession::Select(const StreamSelection &selection) {
 bool RecordingSession::AddStretch(const TvChannelInfo &info) {
     if (!Flush())
         return false;
-    return m_sink.AddStretch(m_recorded.milliseconds(), info) || FailAtSink();
+    return m_sink.AddStretch(m_recorded.Milliseconds(), info) || FailAtSink();
 }
 
 RecorderCode RecordingSession::SwapTo(const std::string &path) {
@@ -102,7 +102,7 @@ RecordingSession::Next RecordingSession::Filter(Clock::time_point now, bool atEn
     if (m_limitReached)
         return Flush() ? Next::Ended : Next::SinkFailed;
     const bool mustFlush =
-        IsPaced() ? m_passed.ticks() - m_flushedTicks >= kLongestUnflushed : !HasRoom();
+        IsPaced() ? m_passed.Ticks() - m_flushedTicks >= kLongestUnflushed : !HasRoom();
     if (mustFlush && !Flush())
         return Next::SinkFailed;
     return isDue ? Next::More : Next::AtTime;
@@ -112,20 +112,16 @@ RecordingSession::Next RecordingSession::Filter(Clock::time_point now, bool atEn
 bool RecordingSession::IsDue(const std::uint8_t *packet, Clock::time_point now) {
     if (!IsPaced())
         return true;
-    const auto pcr = ts::Pcr(packet);
-    if (!pcr || ts::TransportError(packet))
+    if (ts::TransportError(packet))
         return true;
-    const std::uint16_t pid = ts::Pid(packet);
-    if (pid == m_pacingPid || m_passed.pid() == ts::kNullPid)
-        m_passed.FollowPid(pid);
-    if (m_passed.pid() != pid)
+    if (ts::Pid(packet) == m_pacingPid && ts::Pcr(packet))
+        m_passed.FollowPid(m_pacingPid);
+    if (!m_passed.CountFirst(packet))
         return true;
-
-    m_passed.Advance(*pcr);
     if (!m_pacingStart)
-        m_pacingStart = {now, m_passed.ticks()};
+        m_pacingStart = {now, m_passed.Ticks()};
     const std::chrono::duration<double> passed(
-        static_cast<double>(m_passed.ticks() - m_pacingStart->ticks) /
+        static_cast<double>(m_passed.Ticks() - m_pacingStart->ticks) /
         static_cast<double>(ts::kPcrHz) / m_speed);
     m_wakeTime = m_pacingStart->time + std::chrono::duration_cast<Clock::duration>(passed);
     return m_wakeTime <= now;
@@ -137,16 +133,10 @@ void RecordingSession::CountRecorded(const std::uint8_t *packet) {
         ++m_report.scrambled;
     if (BeginsUnit(packet, UnitKind::Video) || BeginsUnit(packet, UnitKind::Audio))
         ++m_report.units;
-    const auto pcr = ts::Pcr(packet);
-    if (!pcr)
+    if (!m_recorded.CountFirst(packet))
         return;
-    if (m_recorded.pid() == ts::kNullPid)
-        m_recorded.FollowPid(ts::Pid(packet));
-    if (m_recorded.pid() != ts::Pid(packet))
-        return;
-    m_recorded.Advance(*pcr);
     m_report.hasStreamTime = true;
-    m_limitReached = m_limitMs > 0 && m_recorded.milliseconds() >= m_limitMs;
+    m_limitReached = m_limitMs > 0 && m_recorded.Milliseconds() >= m_limitMs;
 }
 
 RecordingReport RecordingSession::Report() const {
@@ -183,7 +173,7 @@ RecordingSession::Next RecordingSession::ReadMore() {
 }
 
 bool RecordingSession::Flush() {
-    m_flushedTicks = m_passed.ticks();
+    m_flushedTicks = m_passed.Ticks();
     const std::size_t kept = std::exchange(m_done.kept, 0);
     return kept == 0 || m_sink.Write(m_block.data(), kept, m_waitForRoom) || FailAtSink();
 }

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "BlockSource.h"
-#include "RecordingSink.h"
-#include "StreamSelection.h"
+#include "recorder/BlockSource.h"
+#include "recorder/RecordingSink.h"
+#include "recorder/StreamSelection.h"
 #include "ts/PacketFilter.h"
 #include "ts/StreamClock.h"
 #include "TvDesktop.h"
@@ -64,7 +64,7 @@ class RecordingSession {
     bool WritesFile() const { return m_sink.IsRegular(); }
     Clock::time_point WakeTime() const { return m_wakeTime; }
     int SourceDescriptor() const { return m_source.Descriptor(); }
-    std::int64_t PositionMs() const { return m_recorded.milliseconds(); }
+    std::int64_t PositionMs() const { return m_recorded.Milliseconds(); }
     std::uint64_t Size() const { return m_sink.Size(); }
     RecordingReport Report() const;
 

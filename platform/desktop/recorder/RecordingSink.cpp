@@ -1,4 +1,4 @@
-#include "RecordingSink.h"
+#include "recorder/RecordingSink.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,4 +1,4 @@
-#include "StreamSelection.h"
+#include "recorder/StreamSelection.h"
 
 #include <tv_recorder.h>
 

@@ -1,10 +1,11 @@
-#include "Files.h"
+#include "system/Files.h"
 
 #include <fcntl.h>
 #include <sys/random.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 #include "TvDesktop.h"
@@ -37,6 +38,23 @@ bool Fill(FileDescriptor &file, const std::string &path, const void *bytes, std:
 }
 
 }  // namespace
+
+FileDescriptor OpenRegularFile(const std::string &path, int flags) {
+    FileDescriptor file(::open(path.c_str(), flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat status {};
+    if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0)
+        return {};
+    if (S_ISREG(status.st_mode))
+        return file;
+    file.Close();
+    errno = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
+    return {};
+}
+
+std::string CannotRead(const std::string &path, int error) {
+    return "cannot read " + path + ": " +
+           (error == ESPIPE ? "it is not a regular file" : std::strerror(error));
+}
 
 FileDescriptor CreateFile(const std::string &path) {
     return FileDescriptor(

@@ -1,16 +1,26 @@
 /// @file
-/// Files that take nobody's place by accident.
+/// Files: new ones that take nobody's place by accident, and those that others may have put there.
 #ifndef TVDESKTOP_SYSTEM_FILES_H
 #define TVDESKTOP_SYSTEM_FILES_H
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cstdint>
 #include <string>
 
-#include "FileDescriptor.h"
+#include "system/FileDescriptor.h"
 
 namespace tvdesktop {
+
+/// Opens a regular file that exists and never waits: a pipe without a writer, a device or a
+/// directory is refused, whether it is named itself or by a link. Reentrant.
+/// @param flags  of open(2)
+/// @return closed on failure; errno tells why, ESPIPE for what is neither file nor directory
+FileDescriptor OpenRegularFile(const std::string &path, int flags = O_RDONLY);
+
+/// @return "cannot read PATH: why", for a user
+std::string CannotRead(const std::string &path, int error);
 
 /// Makes a file, open for reading and writing. What exists under the name stays, a link is not
 /// followed. The umask decides who may read and write it, but never may everybody write.

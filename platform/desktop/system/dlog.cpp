@@ -9,7 +9,7 @@
 #include <mutex>
 #include <string>
 
-#include "FileDescriptor.h"
+#include "system/FileDescriptor.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop {

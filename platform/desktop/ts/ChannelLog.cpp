@@ -1,7 +1,6 @@
-#include "ChannelLog.h"
+#include "ts/ChannelLog.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,7 +13,6 @@
 
 #include "system/FileDescriptor.h"
 #include "system/Files.h"
-#include "system/RegularFile.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop::ts {
@@ -132,18 +130,6 @@ std::string ToText(const std::vector<ChannelStretch> &stretches) {
     return text;
 }
 
-/// Opens a side file that exists, but nothing else that has its name.
-FileDescriptor OpenToAppend(const std::string &path) {
-    FileDescriptor file(
-        ::open(path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    struct stat status {};
-    if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode))
-        return file;
-    if (file.IsOpen())
-        errno = EINVAL;
-    return {};
-}
-
 }  // namespace
 
 std::string ChannelLogPath(const std::string &recording) {
@@ -177,7 +163,7 @@ bool AppendChannelLog(const std::string &recording, const ChannelStretch &stretc
     const std::string path = ChannelLogPath(recording);
     FileDescriptor file = CreateFile(path);
     if (!file.IsOpen() && errno == EEXIST)
-        file = OpenToAppend(path);
+        file = OpenRegularFile(path, O_RDWR | O_APPEND | O_NOFOLLOW);
     if (!file.IsOpen())
         return false;
     const off_t size = ::lseek(file.Get(), 0, SEEK_END);

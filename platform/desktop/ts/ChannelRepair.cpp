@@ -6,14 +6,14 @@
 #include <optional>
 #include <vector>
 
-#include "ChannelLog.h"
-#include "ChannelTable.h"
-#include "PacketReader.h"
-#include "ServiceScan.h"
-#include "StreamClock.h"
-#include "StretchFinder.h"
-#include "system/RegularFile.h"
-#include "TsPacket.h"
+#include "system/Files.h"
+#include "ts/ChannelLog.h"
+#include "ts/ChannelTable.h"
+#include "ts/PacketReader.h"
+#include "ts/ServiceScan.h"
+#include "ts/StreamClock.h"
+#include "ts/StretchFinder.h"
+#include "ts/TsPacket.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop {
@@ -47,7 +47,7 @@ class Judge {
             return;
         if (!m_channels.OwnersOf(ts::Pid(packet)).empty())
             Decide();
-        ts::CountPcr(packet, m_clock);
+        m_clock.CountFirst(packet);
     }
 
     /// @param end  behind the last packet
@@ -89,7 +89,7 @@ class Judge {
         for (; m_next < m_judged.size() && m_judged[m_next].stretch.offset <= offset; ++m_next) {
             Judged &judged = m_judged[m_next];
             judged.hasPlace =
-                judged.stretch.offset == offset && judged.stretch.timeMs == m_clock.milliseconds();
+                judged.stretch.offset == offset && judged.stretch.timeMs == m_clock.Milliseconds();
         }
     }
 

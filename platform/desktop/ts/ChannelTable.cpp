@@ -1,8 +1,8 @@
-#include "ChannelTable.h"
+#include "ts/ChannelTable.h"
 
 #include <algorithm>
 
-#include "TsPacket.h"
+#include "ts/TsPacket.h"
 
 namespace tvdesktop::ts {
 

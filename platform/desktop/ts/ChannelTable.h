@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "PacketFilter.h"
+#include "ts/PacketFilter.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop::ts {

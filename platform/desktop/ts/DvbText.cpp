@@ -1,4 +1,4 @@
-#include "DvbText.h"
+#include "ts/DvbText.h"
 
 #include <glib.h>
 

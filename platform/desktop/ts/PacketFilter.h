@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "PacketFraming.h"
-#include "TsPacket.h"
+#include "ts/PacketFraming.h"
+#include "ts/TsPacket.h"
 
 namespace tvdesktop::ts {
 

@@ -1,4 +1,4 @@
-#include "PacketFraming.h"
+#include "ts/PacketFraming.h"
 
 #include <algorithm>
 #include <cstring>

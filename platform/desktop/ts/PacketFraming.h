@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "TsPacket.h"
+#include "ts/TsPacket.h"
 
 namespace tvdesktop::ts {
 

@@ -1,11 +1,11 @@
-#include "PacketReader.h"
+#include "ts/PacketReader.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
 
-#include "system/RegularFile.h"
-#include "TsPacket.h"
+#include "system/Files.h"
+#include "ts/TsPacket.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop::ts {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "PacketFraming.h"
 #include "system/FileDescriptor.h"
+#include "ts/PacketFraming.h"
 
 namespace tvdesktop::ts {
 

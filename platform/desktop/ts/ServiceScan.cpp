@@ -1,4 +1,4 @@
-#include "ServiceScan.h"
+#include "ts/ServiceScan.h"
 
 // libdvbpsi's headers need the standard types and one another, in this order.
 #include <sys/types.h>
@@ -23,11 +23,11 @@
 #include <tuple>
 #include <utility>
 
-#include "DvbText.h"
-#include "PacketReader.h"
-#include "StreamKind.h"
-#include "system/RegularFile.h"
-#include "TsPacket.h"
+#include "system/Files.h"
+#include "ts/DvbText.h"
+#include "ts/PacketReader.h"
+#include "ts/StreamKind.h"
+#include "ts/TsPacket.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop {

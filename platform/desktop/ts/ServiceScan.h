@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "PacketReader.h"
+#include "ts/PacketReader.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop::ts {

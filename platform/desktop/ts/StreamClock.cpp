@@ -1,6 +1,4 @@
-#include "StreamClock.h"
-
-#include "TsPacket.h"
+#include "ts/StreamClock.h"
 
 namespace tvdesktop::ts {
 
@@ -28,7 +26,7 @@ void StreamClock::Advance(std::int64_t pcr) {
     m_last = pcr;
 }
 
-std::int64_t StreamClock::milliseconds() const {
+std::int64_t StreamClock::Milliseconds() const {
     return m_ticks / (kPcrHz / 1000);
 }
 

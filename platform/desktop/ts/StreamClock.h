@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "ts/TsPacket.h"
+
 namespace tvdesktop::ts {
 
 /// Turns the PCRs of one PID at a time into a stream time that starts at 0 and never runs back:
@@ -18,18 +20,34 @@ class StreamClock {
   public:
     /// Follows another PID from the next PCR on; the same PID changes nothing.
     void FollowPid(std::uint16_t pid);
-    std::uint16_t pid() const { return m_pid; }
+    std::uint16_t Pid() const { return m_pid; }
+
+    /// Counts the PCR of a packet of the followed PID. What a packet with
+    /// transport_error_indicator holds must not be counted: callers leave it out.
+    /// @return false when the packet is another's or has no PCR
+    bool Count(const std::uint8_t *packet) {
+        const auto pcr = ts::Pid(packet) == m_pid ? Pcr(packet) : std::nullopt;
+        if (pcr)
+            Advance(*pcr);
+        return pcr.has_value();
+    }
+    /// The same; the first PID that has a PCR is followed when none is so far.
+    bool CountFirst(const std::uint8_t *packet) {
+        if (m_pid == kNullPid && Pcr(packet))
+            FollowPid(ts::Pid(packet));
+        return Count(packet);
+    }
 
     /// @param pcr  27 MHz ticks of a packet of the followed PID
     void Advance(std::int64_t pcr);
 
     /// @return stream time in ticks of 27 MHz since the first PCR
-    std::int64_t ticks() const { return m_ticks; }
+    std::int64_t Ticks() const { return m_ticks; }
     /// @return stream time in milliseconds
-    std::int64_t milliseconds() const;
+    std::int64_t Milliseconds() const;
 
   private:
-    std::uint16_t m_pid = 0x1FFF;
+    std::uint16_t m_pid = kNullPid;
     std::optional<std::int64_t> m_last;
     std::int64_t m_ticks = 0;
 };

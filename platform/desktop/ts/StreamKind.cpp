@@ -1,4 +1,4 @@
-#include "StreamKind.h"
+#include "ts/StreamKind.h"
 
 // libdvbpsi's headers need the standard types and one another, in this order.
 #include <sys/types.h>
@@ -16,7 +16,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "DvbText.h"
+#include "ts/DvbText.h"
 
 namespace tvdesktop::ts {
 

@@ -1,9 +1,9 @@
-#include "StretchFinder.h"
+#include "ts/StretchFinder.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "TsPacket.h"
+#include "ts/TsPacket.h"
 
 namespace tvdesktop::ts {
 
@@ -21,16 +21,6 @@ ChannelTable::Numbers Common(const ChannelTable::Numbers &left,
 
 }  // namespace
 
-void CountPcr(const std::uint8_t *packet, StreamClock &clock) {
-    const auto pcr = Pcr(packet);
-    if (!pcr)
-        return;
-    if (clock.pid() == kNullPid)
-        clock.FollowPid(Pid(packet));
-    if (clock.pid() == Pid(packet))
-        clock.Advance(*pcr);
-}
-
 void StretchFinder::Pass(const std::uint8_t *packet, std::uint64_t offset) {
     if (TransportError(packet))
         return;
@@ -38,9 +28,9 @@ void StretchFinder::Pass(const std::uint8_t *packet, std::uint64_t offset) {
     if (!owners.empty() && !ContinueWith(owners))
         Begin(offset, owners);
     if (m_stretches.empty())
-        CountPcr(packet, m_unknown);
+        m_unknown.CountFirst(packet);
     else if (!owners.empty())
-        CountPcr(packet, m_stretches.back().clock);
+        m_stretches.back().clock.CountFirst(packet);
 }
 
 /// Goes back to an earlier stretch when what followed it is too short to have been a change.
@@ -62,8 +52,8 @@ bool StretchFinder::ContinueWith(const Numbers &owners) {
 
 void StretchFinder::Begin(std::uint64_t offset, const Numbers &owners) {
     const StreamClock clock = m_stretches.empty() ? m_unknown : m_stretches.back().clock;
-    const bool isAtStart = m_stretches.empty() && clock.milliseconds() == 0;
-    m_stretches.push_back({isAtStart ? 0 : offset, clock.milliseconds(), {}, clock});
+    const bool isAtStart = m_stretches.empty() && clock.Milliseconds() == 0;
+    m_stretches.push_back({isAtStart ? 0 : offset, clock.Milliseconds(), {}, clock});
     Narrow(m_stretches.back(), owners);
 }
 
@@ -73,7 +63,7 @@ void StretchFinder::Narrow(Stretch &stretch, const Numbers &channels) {
 }
 
 bool StretchFinder::IsSettled(const Stretch &stretch) {
-    return stretch.clock.milliseconds() - stretch.timeMs >= kSettledMs;
+    return stretch.clock.Milliseconds() - stretch.timeMs >= kSettledMs;
 }
 
 /// At the end nothing tells any more whether a channel came to stay; one that was mixed into others

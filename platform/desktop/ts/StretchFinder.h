@@ -8,9 +8,9 @@
 #include <set>
 #include <vector>
 
-#include "ChannelLog.h"
-#include "ChannelTable.h"
-#include "StreamClock.h"
+#include "ts/ChannelLog.h"
+#include "ts/ChannelTable.h"
+#include "ts/StreamClock.h"
 
 namespace tvdesktop::ts {
 
@@ -19,10 +19,6 @@ struct FoundStretch {
     ChannelStretch stretch;
     std::size_t channel = 0;  ///< number in the ChannelTable
 };
-
-/// Counts the PCR of a packet, if it has one, as the recorder does: along the PID that the clock
-/// follows, and before it follows any along the first PID that has one.
-void CountPcr(const std::uint8_t *packet, StreamClock &clock);
 
 /// Takes the packets of a recording in order and notes where a channel begins: with the first
 /// packet that cannot belong to the one before; the first channel has what comes before it too,

@@ -44,10 +44,13 @@ inline bool HasPayload(const std::uint8_t *packet) {
     return (packet[3] & 0x10) != 0;
 }
 
+inline bool HasAdaptation(const std::uint8_t *packet) {
+    return (packet[3] & 0x20) != 0;
+}
+
 /// @return the program clock reference in 27 MHz ticks, modulo 2^33 * 300, when the packet has one
 inline std::optional<std::int64_t> Pcr(const std::uint8_t *packet) {
-    const bool hasAdaptation = (packet[3] & 0x20) != 0;
-    if (!hasAdaptation || packet[4] < 7 || (packet[5] & 0x10) == 0)
+    if (!HasAdaptation(packet) || packet[4] < 7 || (packet[5] & 0x10) == 0)
         return std::nullopt;
     const std::int64_t base = static_cast<std::int64_t>(packet[6]) << 25 | packet[7] << 17 |
                               packet[8] << 9 | packet[9] << 1 | packet[10] >> 7;
