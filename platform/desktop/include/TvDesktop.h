@@ -22,7 +22,7 @@ namespace tvdesktop {
 
 // --- Log -----------------------------------------------------------------------------------------
 
-/// Where log lines go; standard error until told otherwise. One `write` a line, whole lines from
+/// Where log lines go; standard error until told otherwise. One `write` per line, whole lines from
 /// any thread. Thread-safe.
 /// @param path  appended to; empty for standard error
 /// @return false when the file cannot be opened (the target stays as it was)
@@ -54,7 +54,7 @@ void Unsubscribe(int subscription);
 /// Replaces a file as a whole, or makes it: written under a name of its own beside it, brought to
 /// the disk, then renamed over it. At every moment there is the old file or the new one, and no
 /// link is followed.
-/// @return false on failure, nothing changed; errno tells why
+/// @return false on failure, nothing changed; errno holds the reason
 bool ReplaceFile(const std::string &path, const void *bytes, std::size_t size);
 
 // --- Configuration -------------------------------------------------------------------------------
@@ -113,32 +113,32 @@ bool ReadPackets(const std::string &path, const std::function<bool(const std::ui
 enum RecorderCode : int {
     kRecorderOk = 0,
     kRecorderNoRecorder = 1,   ///< null, or an object of another kind
-    kRecorderBadProperty = 2,  ///< unknown id, null pointer, or no PID: nothing of the list applied
+    kRecorderBadProperty = 2,  ///< unknown id, null pointer, not a PID: nothing of the list applied
     kRecorderAlreadyRunning = 3,  ///< started already; also: sink properties of a running recorder
-    kRecorderNotRunning = 4,      ///< not started, or over; paused twice, resumed without a pause
+    kRecorderNotRunning = 4,      ///< not started, or ended; paused twice, resumed without a pause
     kRecorderNoSink = 5,          ///< started without a file name
     kRecorderSourceFailed = 6,    ///< the source cannot be opened
     kRecorderSinkFailed = 7,      ///< the sink or its side file cannot be opened, or is the source,
                                   ///< or another recorder writes it
     kRecorderWriteFailed = 8,     ///< a stop or a swap could not write everything
-    kRecorderNotTimeshift = 9,    ///< swap of a sink that is no timeshift buffer in a file
+    kRecorderNotTimeshift = 9,    ///< swap of a sink that is not a timeshift buffer in a file
     kRecorderFileExists = 10,     ///< swap to a file that exists, or whose side file does; it stays
-    kRecorderRateUnknown = 11,    ///< too little recorded to tell a timeshift duration
+    kRecorderRateUnknown = 11,    ///< too little recorded for a timeshift duration
     kRecorderInsideCallback = 12,  ///< start, stop and swap are refused inside the callback
     kRecorderOutOfResources = 13,  ///< no memory or no thread
 };
 
-/// app_type of the messages behind TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION.
+/// app_type of the messages of TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION.
 enum RecorderApplication : int {
     kRecorderFirstPacket = 2,  ///< the first packets are in the sink; app_param 0
     kRecorderEnd = 4,          ///< end of source, or the set duration is reached; app_param: stream
                                ///< time written in milliseconds
 };
 
-/// Error codes of the messages behind TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR; their domain is the
+/// Error codes of the messages of TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR; their domain is the
 /// quark "tvdesktop-recorder-error".
 enum RecorderError : int {
-    kRecorderErrorSource = 0,   ///< the source failed, or is no transport stream
+    kRecorderErrorSource = 0,   ///< the source failed, or is not a transport stream
     kRecorderErrorWrite = 2,    ///< the sink failed
     kRecorderErrorNoSpace = 4,  ///< no space left for the sink
 };
@@ -161,7 +161,7 @@ struct RecorderOptions {
 /// - A recording whose file was removed or replaced while it ran is kept in another file as far as
 ///   that is possible; it counts as failed, and RecorderFailure names that file.
 /// - Inside the callback every call is allowed but start, stop, swap and DestroyRecorder.
-/// - tv_recorder_pause stops the reading of the source; tv_recorder_resume goes on with the next
+/// - tv_recorder_pause stops the reading of the source; tv_recorder_resume continues with the next
 ///   packet. tv_recorder_stop returns when everything recorded is flushed and closed; a pipe whose
 ///   reader is slow has one second in all, then the rest is lost and the stop answers 8.
 /// - Packets whose transport_error_indicator is set are not recorded, nor are packets cut short.
@@ -171,7 +171,7 @@ struct RecorderOptions {
 /// - tv_recorder_get_timeshift_duration takes KiB and gives milliseconds, by the mean rate so far.
 /// - A swap (property 55) moves everything buffered into the new file, which then takes all that
 ///   follows; the side file goes along. It moves the file that is open: what has taken its name
-///   meanwhile stays where it is. It makes a recording of the buffer whatever its flags say.
+///   meanwhile stays where it is. It makes a recording of the buffer whatever its flags are.
 /// - Stream property 1413 limits the recording to a stream time in milliseconds.
 /// - Property 60 is kept beside the recording, in the file with ".chan" appended, with the stream
 ///   time and byte offset from which on it applies. Properties 34, 52 and 61 have no effect here.
@@ -205,7 +205,7 @@ struct RepairResult {
     enum class Outcome {
         Kept,     ///< the side file agrees with the recording and lacks nothing; it was not touched
         Rebuilt,  ///< a side file was written
-        Nothing,  ///< neither side file nor recording tells of a channel; nothing was touched
+        Nothing,  ///< neither side file nor recording names a channel; nothing was touched
     };
     std::string error;  ///< empty on success; else one sentence for the user, and nothing changed
     Outcome outcome = Outcome::Nothing;
@@ -229,18 +229,18 @@ RepairResult RepairChannelLog(const std::string &recording);
 /// What tv_player_* and tv_stream_* answer; 0 is success.
 enum PlayerCode : int {
     kPlayerOk = 0,
-    kPlayerNoObject = 201,         ///< null, or no player, stream or recorder of the stand-in
+    kPlayerNoObject = 201,         ///< null, or not a player, stream or recorder of the stand-in
     kPlayerWrongState = 202,       ///< started already, or not started yet
-    kPlayerBadArgument = 203,      ///< a missing output, a rate that is 0 or no number
+    kPlayerBadArgument = 203,      ///< a missing output, a rate that is 0 or not a number
     kPlayerUnknownProperty = 204,  ///< an id or a value that cannot be read; nothing was applied
-    kPlayerNoSource = 205,       ///< no source is set, or it is no readable file, or became shorter
-    kPlayerNoStream = 206,       ///< no stream time, no PID to decode, or no picture to step to
+    kPlayerNoSource = 205,  ///< no source is set, it is not a readable file, or it became shorter
+    kPlayerNoStream = 206,  ///< no stream time, no PID to decode, or no picture to step to
     kPlayerNoChannelInfo = 207,  ///< neither side file nor PMT
     kPlayerOutOfMemory = 208,
 };
 
 /// subEventType of the messages of TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION. The ends are reported
-/// once an arrival (and again when a command at the end leads nowhere else).
+/// once per arrival (and again when a command at the end leads nowhere else).
 enum PlayerApplication : int {
     kPlayerEndReached = 0,
     kPlayerBeginReached = 1,
@@ -279,8 +279,8 @@ struct PlayerOptions {
 
 /// A player for tv_player_*. A source (801) ends what played before and is read once when it is
 /// set, for the times of its PCRs. tv_stream_start plays at 1.0 from the start position (806), or
-/// on from where tv_player_ready holds. Seeks and changes of speed play on; a change of speed never
-/// moves the position, whatever its position argument says. A seek onto a border belongs to the
+/// on from where tv_player_ready holds. Seeks and changes of speed play; a change of speed never
+/// moves the position, whatever its position argument says. A seek to a border belongs to the
 /// later stretch when it plays forward, to the earlier one when it plays back. A step pauses.
 /// @return null when there is no memory or no thread for it
 void *CreatePlayer(const PlayerOptions &options);

@@ -12,7 +12,7 @@ namespace tvdesktop {
 
 enum class UnitKind { Video, Audio };
 
-/// Classes of stream_id (ISO/IEC 13818-1, table 2-22). The extended id stands for either kind, and
+/// Classes of stream_id (ISO/IEC 13818-1, table 2-22). The extended id means either kind, and
 /// private stream 1 is where DVB carries AC-3 (ETSI TS 101 154).
 inline bool CarriesKind(std::uint8_t streamId, UnitKind kind) {
     constexpr std::uint8_t kExtendedId = 0xFD;
@@ -27,7 +27,7 @@ inline bool CarriesKind(std::uint8_t streamId, UnitKind kind) {
 /// @param packet  a whole packet that begins with the sync byte
 /// @return true when a decoder of that kind can begin here: an undamaged, unscrambled packet whose
 ///         payload opens with a PES header (ISO/IEC 13818-1, 2.4.3.6) of the kind. A section that
-///         begins on the same PID is none.
+///         begins on the same PID is not one.
 inline bool BeginsUnit(const std::uint8_t *packet, UnitKind kind) {
     if (ts::TransportError(packet) || ts::IsScrambled(packet) || !ts::UnitStart(packet) ||
         !ts::HasPayload(packet))

@@ -20,7 +20,7 @@ namespace tvdesktop {
 
 /// Positions, rates, stretches and unmutes of a playback.
 ///
-/// The engine has no clock: Advance tells it how much time has passed, and everything that a
+/// The engine has no clock: Advance is told how much time has passed, and everything that a
 /// playback reports is delivered from inside Advance, with no lock held. So the deliverer may call
 /// every operation, and the order of what happens depends on nothing but the calls.
 ///
@@ -58,7 +58,7 @@ class PlaybackEngine {
 
     /// Delivers what is pending and lets stream time pass, in steps from border to border; what is
     /// left of the step when a callback moves the playback is not played. What callbacks cause is
-    /// delivered by the next call, so that none takes for ever.
+    /// delivered by the next call, so that none takes forever.
     void Advance(Milliseconds elapsed);
 
     /// @return false while Advance would do nothing

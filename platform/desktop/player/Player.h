@@ -1,5 +1,5 @@
 /// @file
-/// The player object behind tv_player_*, with the stream object behind tv_stream_*.
+/// The player object of tv_player_*, with the stream object of tv_stream_*.
 #ifndef TVDESKTOP_PLAYER_PLAYER_H
 #define TVDESKTOP_PLAYER_PLAYER_H
 

@@ -84,9 +84,9 @@ TvChannelInfo *Recording::InfoAt(double time) {
 }
 
 std::size_t Recording::StretchAt(double time, bool forward) const {
-    const auto behind = forward ? std::upper_bound(m_begins.begin(), m_begins.end(), time)
-                                : std::lower_bound(m_begins.begin(), m_begins.end(), time);
-    return behind == m_begins.begin() ? 0 : static_cast<std::size_t>(behind - m_begins.begin()) - 1;
+    const auto after = forward ? std::upper_bound(m_begins.begin(), m_begins.end(), time)
+                               : std::lower_bound(m_begins.begin(), m_begins.end(), time);
+    return after == m_begins.begin() ? 0 : static_cast<std::size_t>(after - m_begins.begin()) - 1;
 }
 
 std::optional<double> Recording::FindUnit(UnitKind kind, int pid, std::size_t stretch, double from,
@@ -96,7 +96,7 @@ std::optional<double> Recording::FindUnit(UnitKind kind, int pid, std::size_t st
     const std::uint64_t begin = stretch == 0 ? 0 : m_stretches[stretch].offset;
     const std::uint64_t end = stretch + 1 < m_reached ? m_stretches[stretch + 1].offset : m_end;
     m_search.Seek(std::max(begin, OffsetBefore(from)));
-    const std::uint64_t last = std::min(end, OffsetBehind(to));
+    const std::uint64_t last = std::min(end, OffsetAfter(to));
     while (const std::uint8_t *packet = m_search.Next()) {
         if (m_search.Offset() >= last)
             break;
@@ -133,7 +133,7 @@ std::uint64_t Recording::OffsetBefore(double time) const {
     return isFirst ? 0 : std::prev(reached)->offset;
 }
 
-std::uint64_t Recording::OffsetBehind(double time) const {
+std::uint64_t Recording::OffsetAfter(double time) const {
     const auto next =
         std::upper_bound(m_points.begin(), m_points.end(), time,
                          [](double value, const Point &point) { return value < point.time; });

@@ -22,7 +22,7 @@ namespace tvdesktop {
 ///
 /// Stream time comes from the PCRs of the file itself, along the PCR PID of each stretch, by the
 /// rule of ts::StreamClock that the recorder follows too. Opening reads the file once; after that
-/// one point a PCR is known, and every place is found from there.
+/// one point per PCR is known, and every place is found from there.
 ///
 /// The stretches are those of the side file; a recording without one has a single stretch that is
 /// made from the first service whose PMT it carries. Stretches only ever grow in number, and their
@@ -31,7 +31,7 @@ namespace tvdesktop {
 /// Times are milliseconds of stream time. Thread-bound.
 class Recording {
   public:
-    /// @return false when `path` is no readable regular file
+    /// @return false when `path` is not a readable regular file
     bool Open(const std::string &path);
 
     /// Takes in what was appended to the file and to its side file.
@@ -48,7 +48,7 @@ class Recording {
     std::size_t StretchCount() const { return m_reached; }
     double StretchBegin(std::size_t stretch) const { return m_begins[stretch]; }
     /// @return the record at a time, null while none is known; a time before the first stretch has
-    ///         the first one's, a time behind the end the last one's
+    ///         the first one's, a time past the end the last one's
     TvChannelInfo *InfoAt(double time);
     const TvChannelInfo &InfoOf(std::size_t stretch) const { return m_stretches[stretch].info; }
 
@@ -73,14 +73,14 @@ class Recording {
     void ReachStretch();
     double TimeAt(std::uint64_t offset) const;
     std::uint64_t OffsetBefore(double time) const;
-    std::uint64_t OffsetBehind(double time) const;
+    std::uint64_t OffsetAfter(double time) const;
 
     std::string m_path;
     FileDescriptor m_lock;      ///< asks for the recorder's lock
-    ts::PacketReader m_tail;    ///< reads on at the end of what is indexed
+    ts::PacketReader m_tail;    ///< continues at the end of what is indexed
     ts::PacketReader m_search;  ///< jumps
     ts::StreamClock m_clock;
-    std::vector<Point> m_points;  ///< one a PCR; times may stand still, offsets rise
+    std::vector<Point> m_points;  ///< one per PCR; times may repeat, offsets rise
     std::uint64_t m_end = 0;      ///< end of the last packet that is indexed
 
     std::deque<ts::ChannelStretch> m_stretches;  ///< a deque never moves what it holds

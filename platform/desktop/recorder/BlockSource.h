@@ -16,13 +16,13 @@ class BlockSource {
   public:
     enum class Status {
         Data,    ///< bytes were read
-        Wait,    ///< nothing there now: wait until the descriptor can be read
+        Wait,    ///< nothing to read now: wait until the descriptor can be read
         End,     ///< nothing will follow
-        Failed,  ///< errno tells why
+        Failed,  ///< errno holds the reason
     };
 
     /// @param path  "-" is standard input
-    /// @return false on failure; errno tells why
+    /// @return false on failure; errno holds the reason
     bool Open(const std::string &path);
 
     /// @param count  out: bytes read, with Status::Data

@@ -16,11 +16,11 @@ namespace {
 using Next = RecordingSession::Next;
 
 constexpr std::chrono::seconds kDrainTime{1};   ///< for a stopped sink that takes nothing
-constexpr std::int64_t kShortestMeasure = 500;  ///< milliseconds that tell a rate
+constexpr std::int64_t kShortestMeasure = 500;  ///< milliseconds that give a rate
 
 thread_local const Recorder *t_recorderOfThread = nullptr;
 
-/// A FIFO whose reader has gone is an error like others, no signal.
+/// A FIFO whose reader has gone is an error like others, not a signal.
 void BlockBrokenPipeSignal() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -225,7 +225,7 @@ void Recorder::Run(RecordingSession &session) noexcept {
     }
 }
 
-/// @return why the recording is over; More when it was stopped
+/// @return why the recording has ended; More when it was stopped
 Next Recorder::Record(RecordingSession &session) {
     while (TakeChanges(session)) {
         const Next next = session.Advance(RecordingSession::Clock::now());
@@ -242,7 +242,7 @@ Next Recorder::Record(RecordingSession &session) {
 }
 
 /// Takes what calls have left, and stays here while paused.
-/// @return false when the recording is over: stopped, or a write failed
+/// @return false when the recording has ended: stopped, or a write failed
 bool Recorder::TakeChanges(RecordingSession &session) {
     for (;;) {
         Changes changes;
@@ -327,7 +327,7 @@ void Recorder::PublishProgress(const RecordingSession &session) {
     }
 }
 
-/// Closes the recording, then tells how it ended. Whatever the reason, what was accepted is kept.
+/// Closes the recording, then reports how it ended. Whatever the reason, what was accepted is kept.
 void Recorder::Finish(RecordingSession &session, Next reason) {
     if (reason != Next::SinkFailed) {
         if (session.Finish())

@@ -1,5 +1,5 @@
 /// @file
-/// The recorder behind tv_recorder_*.
+/// The recorder of tv_recorder_*.
 #ifndef TVDESKTOP_RECORDER_RECORDER_H
 #define TVDESKTOP_RECORDER_RECORDER_H
 

@@ -33,7 +33,7 @@ RecorderCode RecordingSession::Open(const std::string &source, const std::string
 
 void RecordingSession::Select(const StreamSelection &selection) {
     m_keep = selection.Table();
-    // Between two services no clock is programmed: the last one goes on until the next is known.
+    // Between two services no clock is programmed: the last one continues until the next is known.
     if (const auto pid = selection.ClockPid()) {
         m_recorded.FollowPid(*pid);
         m_pacingPid = *pid;

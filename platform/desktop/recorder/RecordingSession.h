@@ -18,8 +18,8 @@
 
 namespace tvdesktop {
 
-/// Takes blocks from the source, compacts the kept packets in place and writes them with one call a
-/// block; paced by the PCR it goes from one due PCR to the next and writes at least every half
+/// Takes blocks from the source, compacts the kept packets in place and writes them with one call
+/// per block; paced by the PCR it goes from one due PCR to the next and writes at least every half
 /// second of stream time.
 ///
 /// Threads: belongs to the recorder's thread once that runs.
@@ -39,7 +39,8 @@ class RecordingSession {
     /// @param speed  times stream time; 0: unpaced
     RecordingSession(double speed, RecordingSink::WaitForRoom waitForRoom);
 
-    /// @return kRecorderOk, kRecorderSourceFailed or kRecorderSinkFailed; ErrorText tells why
+    /// @return kRecorderOk, kRecorderSourceFailed or kRecorderSinkFailed; ErrorText holds the
+    /// reason
     RecorderCode Open(const std::string &source, const std::string &sink);
 
     /// Programs what to keep from the next packet on.
@@ -49,7 +50,7 @@ class RecordingSession {
     bool AddStretch(const TvChannelInfo &info);
     /// @param milliseconds  stream time after which the recording ends; 0 or less: none
     void LimitTo(int milliseconds) { m_limitMs = milliseconds; }
-    /// The buffer goes on as a recording of another name; what is kept so far is written first.
+    /// The buffer continues as a recording of another name; what is kept so far is written first.
     RecorderCode SwapTo(const std::string &path);
 
     /// Records the next piece.

@@ -104,7 +104,7 @@ bool RecordingSink::Empty(int source) {
     errno = EINVAL;
     if (LeadsTo(m_path, source))
         return Fail("cannot write " + m_path, "it is the source of the recording");
-    // The side file goes first: it must never speak of a recording that is not there.
+    // The side file goes first: it must never speak of a recording that does not exist.
     if (!RemoveIfThere(ts::ChannelLogPath(m_path)))
         return Fail("cannot replace " + ts::ChannelLogPath(m_path));
     return ::ftruncate(m_file.Get(), 0) == 0 || Fail("cannot write " + m_path);
@@ -155,7 +155,7 @@ bool RecordingSink::AddStretch(std::int64_t timeMs, const TvChannelInfo &info) {
 RecorderCode RecordingSink::SwapTo(const std::string &path) {
     if (!m_isRegular)
         return kRecorderNotTimeshift;
-    // The side file is there before the recording has its new name, and the old one goes last, so
+    // The side file exists before the recording has its new name, and the old one goes last, so
     // that the recording has its channel information at every moment.
     const std::string sideFile = ts::ChannelLogPath(path);
     if (!MakeSideFile(path)) {
@@ -264,7 +264,7 @@ bool RecordingSink::KeepNameless() {
         return Fail(lost + ", and what was recorded cannot be kept");
     SyncFolderOf(name);
     if (!m_stretches.empty())
-        ts::CreateChannelLog(name, m_stretches);  // unless its own is still there
+        ts::CreateChannelLog(name, m_stretches);  // unless its own still exists
     return Fail(lost, "what was recorded is kept in " + name);
 }
 

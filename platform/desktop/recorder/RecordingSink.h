@@ -46,7 +46,7 @@ class RecordingSink {
     /// have been written: the side file never runs ahead of the recording.
     bool AddStretch(std::int64_t timeMs, const TvChannelInfo &info);
 
-    /// Goes on in another file that takes over all that was written, the side file included. On
+    /// Continues in another file that takes over all that was written, the side file included. On
     /// failure everything stays as it was.
     /// @return kRecorderOk, kRecorderNotTimeshift, kRecorderFileExists or kRecorderWriteFailed
     RecorderCode SwapTo(const std::string &path);
@@ -80,7 +80,7 @@ class RecordingSink {
     bool m_isRegular = false;
     bool m_isNew = false;  ///< made here, and not closed
     std::uint64_t m_size = 0;
-    std::vector<ts::ChannelStretch> m_stretches;  ///< what the side file says
+    std::vector<ts::ChannelStretch> m_stretches;  ///< what the side file holds
     std::string m_problem;
 };
 

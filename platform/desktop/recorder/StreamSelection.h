@@ -15,7 +15,7 @@ namespace tvdesktop {
 /// The PIDs programmed by property.
 ///
 /// - There is one video, one main audio and one PCR PID; a new one takes the place of the last.
-///   0, 0x1FFF and values that are no PID mean none.
+///   0, 0x1FFF and values that are not PIDs mean none.
 /// - The PCR PID of channel information counts like a programmed one: without its clock a recording
 ///   could not be played. Without any PCR PID the main audio PID is taken for it, which is where
 ///   radio services carry it.
@@ -45,8 +45,8 @@ class StreamSelection {
     /// @return the table of PIDs to keep
     ts::PidTable Table() const;
 
-    /// The PIDs of a service are removed one by one, and meanwhile the audio PID is no clock: the
-    /// clock stays until another main or channel PCR PID is programmed.
+    /// The PIDs of a service are removed one by one, and meanwhile the audio PID is not a clock:
+    /// the clock stays until another main or channel PCR PID is programmed.
     /// @return the PID whose PCRs are the recording's clock, if one is known
     std::optional<std::uint16_t> ClockPid() const { return m_clock; }
 

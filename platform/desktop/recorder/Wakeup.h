@@ -35,7 +35,7 @@ class Wakeup {
     /// @param timeout  none: waits until there is news
     /// @param file     also waited for; -1 for none
     /// @param events   POLLIN or POLLOUT for `file`
-    /// @return true when the file is ready (or has failed, which the next call on it tells)
+    /// @return true when the file is ready (or has failed, which the next call on it reports)
     bool Wait(Timeout timeout, int file = -1, short events = 0) {
         pollfd waits[] = {{m_event.Get(), POLLIN, 0}, {file, events, 0}};
         timespec limit{};

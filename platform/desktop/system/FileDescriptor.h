@@ -30,15 +30,15 @@ class FileDescriptor {
     int Get() const { return m_descriptor; }
     bool IsOpen() const { return m_descriptor >= 0; }
 
-    /// @return false when the system reports that written data was lost; errno tells why
+    /// @return false when the system reports that written data was lost; errno holds the reason
     bool Close() { return m_descriptor < 0 || ::close(std::exchange(m_descriptor, -1)) == 0; }
 
   private:
     int m_descriptor = -1;
 };
 
-/// Writes everything, going on after interruptions and short writes. Reentrant.
-/// @return false on failure; errno tells why
+/// Writes everything, continuing after interruptions and short writes. Reentrant.
+/// @return false on failure; errno holds the reason
 inline bool WriteAll(int file, const void *data, std::size_t size) {
     const auto *bytes = static_cast<const char *>(data);
     while (size > 0) {

@@ -104,7 +104,7 @@ bool CopyFile(int from, int to, std::uint64_t size) {
         if (count < 0 && errno == EINTR)
             continue;
         if (count == 0)
-            errno = EIO;  // somebody made it shorter
+            errno = EIO;  // it became shorter meanwhile
         if (count <= 0 || !WriteAll(to, block.data(), static_cast<std::size_t>(count)))
             return false;
         offset += static_cast<std::uint64_t>(count);

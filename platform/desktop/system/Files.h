@@ -16,7 +16,7 @@ namespace tvdesktop {
 /// Opens a regular file that exists and never waits: a pipe without a writer, a device or a
 /// directory is refused, whether it is named itself or by a link. Reentrant.
 /// @param flags  of open(2)
-/// @return closed on failure; errno tells why, ESPIPE for what is neither file nor directory
+/// @return closed on failure; errno holds the reason, ESPIPE for what is neither file nor directory
 FileDescriptor OpenRegularFile(const std::string &path, int flags = O_RDONLY);
 
 /// @return "cannot read PATH: why", for a user
@@ -24,22 +24,22 @@ std::string CannotRead(const std::string &path, int error);
 
 /// Makes a file, open for reading and writing. What exists under the name stays, a link is not
 /// followed. The umask decides who may read and write it, but never may everybody write.
-/// @return not open on failure; errno tells why, EEXIST when the name is taken
+/// @return not open on failure; errno holds the reason, EEXIST when the name is taken
 FileDescriptor CreateFile(const std::string &path);
 
-/// The same under a name that nobody can foresee.
+/// The same under a name that cannot be foreseen.
 /// @param name  in: how the name begins, out: the whole of it
 FileDescriptor CreateUniqueFile(std::string &name);
 
 /// Writes a new file as a whole and brings it to the disk. On failure there is none.
-/// @return false on failure; errno tells why, EEXIST when the name is taken
+/// @return false on failure; errno holds the reason, EEXIST when the name is taken
 bool CreateFileWith(const std::string &path, const std::string &content);
 
 /// Copies the first `size` bytes of a file to the position of another and brings them to the disk.
-/// @return false on failure; errno tells why
+/// @return false on failure; errno holds the reason
 bool CopyFile(int from, int to, std::uint64_t size);
 
-/// Removes a file. @return true also when there was none
+/// Removes a file. @return true also when it did not exist
 bool RemoveIfThere(const std::string &path);
 
 bool IsSameFile(const struct stat &left, const struct stat &right);

@@ -31,8 +31,8 @@ class Subscribers {
         m_subscribers.erase(number);
     }
 
-    /// One that throws keeps the event from nobody else.
-    /// @return whether anybody took it
+    /// One that throws does not keep the event from the others.
+    /// @return whether a subscriber took it
     bool Deliver(const Event &event) {
         bool taken = false;
         for (const int number : Numbers()) {
@@ -72,7 +72,7 @@ class Subscribers {
     int m_lastNumber = 0;
 };
 
-/// @return 1 when somebody took the event, 0 when nobody did or it could not be delivered
+/// @return 1 when a subscriber took the event, 0 when none did or it could not be delivered
 int Post(int number, const MOXHandle *handle, const void *record) {
     if (record == nullptr)
         return 0;

@@ -74,7 +74,7 @@ void Append(std::vector<ChannelStretch> &stretches, const ChannelStretch &stretc
 }
 
 /// The lines of a file that end with a newline. One that is longer than a block, many times the
-/// longest stretch, ends the file: what it is, it is no side file. Threads: thread-bound.
+/// longest stretch, ends the file: whatever it is, it is not a side file. Threads: thread-bound.
 class LineReader {
   public:
     explicit LineReader(const FileDescriptor &file) : m_file(file) {}

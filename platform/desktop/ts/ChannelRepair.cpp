@@ -1,4 +1,4 @@
-// The repair of side files: what the old one says is checked against the packets, then completed.
+// The repair of side files: what the old one holds is checked against the packets, then completed.
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -31,7 +31,7 @@ void ForEachPacket(ts::PacketReader &reader, Visitor &&visit) {
 }
 
 /// Compares the stretches of a side file with the packets, passed in order. Time is counted along
-/// what was found, so that a line that was lost makes no line behind it wrong.
+/// what was found, so that a line that was lost makes no line after it wrong.
 class Judge {
   public:
     Judge(const std::vector<ChannelStretch> &old, const std::vector<FoundStretch> &found,
@@ -50,11 +50,11 @@ class Judge {
         m_clock.CountFirst(packet);
     }
 
-    /// @param end  behind the last packet
+    /// @param end  end of the last packet
     void Finish(std::uint64_t end) { Compare(end); }
 
-    /// @return those that agree, and in `covered` which of the found stretches they speak of from
-    ///         the begin on
+    /// @return those that agree, and in `covered` which of the found stretches they describe from
+    ///         the start on
     std::vector<ChannelStretch> Agreeing(std::vector<bool> &covered) const {
         std::vector<ChannelStretch> agreeing;
         covered.assign(m_found.size(), false);
@@ -93,7 +93,7 @@ class Judge {
         }
     }
 
-    /// A packet of a channel tells what the stretches that began before it must speak of.
+    /// A packet of a channel decides what the stretches that began before it must describe.
     void Decide() {
         for (; m_undecided < m_next; ++m_undecided)
             m_judged[m_undecided].part = m_entered - 1;
@@ -126,7 +126,7 @@ ts::ChannelTable ReadChannels(ts::PacketReader &reader, const std::vector<Channe
     return channels;
 }
 
-/// The old stretches that agree with the recording, and the found ones that they do not speak of.
+/// The old stretches that agree with the recording, and the found ones that they do not describe.
 std::vector<ChannelStretch> Merge(ts::PacketReader &reader, const std::vector<ChannelStretch> &old,
                                   const std::vector<FoundStretch> &found,
                                   const ts::ChannelTable &channels) {
@@ -181,7 +181,7 @@ RepairResult RepairChannelLog(const std::string &recording) {
     });
     const std::vector<ChannelStretch> merged = Merge(reader, old, finder.Finish(), channels);
 
-    if (reader.Error() != 0)  // a part of the recording says nothing of the rest
+    if (reader.Error() != 0)  // a part of the recording proves nothing of the rest
         return Failed(CannotRead(recording, reader.Error()));
     if (reader.Size() != size)
         return {recording + " is still being recorded", Outcome::Nothing, 0};

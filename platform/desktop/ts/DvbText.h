@@ -11,7 +11,7 @@ namespace tvdesktop::ts {
 
 /// Everything that a stream names passes through here before it is shown: UTF-8 goes in, what a
 /// terminal would obey instead of showing (control characters, marks of direction) is left out, and
-/// so are bytes that are no UTF-8. Reentrant.
+/// so are bytes that are not UTF-8. Reentrant.
 std::string PlainText(const std::string &text);
 
 /// Turns a text field into plain UTF-8. The first byte may name the character table

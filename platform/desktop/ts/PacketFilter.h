@@ -17,7 +17,7 @@ using PidTable = std::bitset<kPidCount>;
 
 /// Walks over the packets of a block and moves those that are kept to the front of the same block,
 /// so that a block leaves with one write. A packet whose transport_error_indicator is set is not
-/// kept: the demodulator could not repair it, so its PID says nothing.
+/// kept: the demodulator could not repair it, so its PID proves nothing.
 ///
 /// Threads: thread-bound.
 class PacketFilter {

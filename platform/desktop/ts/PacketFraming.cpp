@@ -36,7 +36,7 @@ std::size_t CountSync(const std::uint8_t *data, std::size_t size, std::size_t of
 
 }  // namespace
 
-/// At the end of the data a row may be cut off; a single packet says nothing of another stride.
+/// At the end of the data a row may be cut off; a single packet proves no other stride.
 PacketFraming::Row PacketFraming::RowOf(std::size_t stride, const std::uint8_t *data,
                                         std::size_t size, std::size_t offset, bool atEnd) const {
     const std::size_t length = stride == m_stride ? kRowLength : kOtherRowLength;

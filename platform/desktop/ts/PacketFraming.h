@@ -26,7 +26,7 @@ class PacketFraming {
     };
 
     /// @param from   where the last packet led to, or the packet that was found there again
-    /// @param atEnd  nothing follows these bytes for now: judge by what is there
+    /// @param atEnd  nothing follows these bytes for now: judge by what there is
     /// @return the next whole packet at `from` or after it
     Place Find(const std::uint8_t *data, std::size_t size, std::size_t from, bool atEnd);
 

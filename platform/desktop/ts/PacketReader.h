@@ -14,15 +14,15 @@
 
 namespace tvdesktop::ts {
 
-/// Reads the whole packets of a file, which may still grow: at its end there is no packet now, and
-/// a later call continues with what was written since. A read error is not the end: it is kept, and
-/// no packet follows it, so that nobody judges a file by a part of it.
+/// Reads the whole packets of a file, which may still grow: at its end no packet follows for now,
+/// and a later call continues with what was written since. A read error is not the end: it is kept,
+/// and no packet follows it, so that no caller judges a file by a part of it.
 ///
 /// Threads: thread-bound.
 class PacketReader {
   public:
     /// Opens a regular file and begins at its first byte. Never waits.
-    /// @return false on failure; errno tells why, as of OpenRegularFile
+    /// @return false on failure; errno holds the reason, as of OpenRegularFile
     bool Open(const std::string &path);
     void Close();
     bool IsOpen() const { return m_file.IsOpen(); }

@@ -127,7 +127,7 @@ bool IsWholePmt(const dvbpsi_psi_section_t &section) {
            section.i_last_number == 0 && size >= 4 && (Word(payload + 2) & 0x0FFF) <= size - 4;
 }
 
-/// Decodes a PMT, which has one section. @return null for what is no PMT
+/// Decodes a PMT, which has one section. @return null for what is not a PMT
 Pmt DecodePmt(Section section) {
     Pmt decoded;
     if (!IsWholePmt(*section))

@@ -11,9 +11,9 @@
 
 namespace tvdesktop::ts {
 
-/// Reads PAT, PMTs and SDT from where the reader stands, until every PMT that the PAT names and an
+/// Reads PAT, PMTs and SDT from where the reader is, until every PMT that the PAT names and an
 /// SDT were seen, or the file ends.
-/// @param limit  bytes of the file behind which it gives up
+/// @param limit  bytes of the file after which it gives up
 /// @return the services whose PMT was seen, by service id
 std::vector<Service> ScanTables(PacketReader &reader, std::uint64_t limit);
 

@@ -12,8 +12,8 @@ namespace tvdesktop::ts {
 
 /// Turns the PCRs of one PID at a time into a stream time that starts at 0 and never runs back:
 /// a wrap of the 33-bit base counts on, a jump (backwards, or by more than ten seconds) counts as
-/// no time at all, and another PCR PID goes on from where the last one stood. The recorder and the
-/// player use the same rule, so that a position means the same place to both.
+/// no time at all, and another PCR PID continues from where the last one ended. The recorder and
+/// the player use the same rule, so that a position means the same place to both.
 ///
 /// Threads: thread-bound.
 class StreamClock {

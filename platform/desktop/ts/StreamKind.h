@@ -1,5 +1,5 @@
 /// @file
-/// What an entry of a PMT says of its elementary stream.
+/// The elementary stream that an entry of a PMT describes.
 #ifndef TVDESKTOP_TS_STREAMKIND_H
 #define TVDESKTOP_TS_STREAMKIND_H
 

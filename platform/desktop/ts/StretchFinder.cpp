@@ -34,7 +34,7 @@ void StretchFinder::Pass(const std::uint8_t *packet, std::uint64_t offset) {
 }
 
 /// Goes back to an earlier stretch when what followed it is too short to have been a change.
-/// @return false when the packet belongs to none of the stretches that may still go on
+/// @return false when the packet belongs to none of the stretches that may still continue
 bool StretchFinder::ContinueWith(const Numbers &owners) {
     for (std::size_t i = m_stretches.size(); i-- > 0;) {
         const Numbers common = Common(m_stretches[i].channels, owners);
@@ -66,7 +66,7 @@ bool StretchFinder::IsSettled(const Stretch &stretch) {
     return stretch.clock.Milliseconds() - stretch.timeMs >= kSettledMs;
 }
 
-/// At the end nothing tells any more whether a channel came to stay; one that was mixed into others
+/// At the end nothing shows any more whether a channel came to stay; one that was mixed into others
 /// before did not.
 std::vector<FoundStretch> StretchFinder::Finish() {
     while (m_stretches.size() > 1 && !IsSettled(m_stretches.back()) &&

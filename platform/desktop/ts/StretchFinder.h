@@ -47,7 +47,7 @@ class StretchFinder {
         std::uint64_t offset;
         std::int64_t timeMs;
         Numbers channels;   ///< those that its packets can belong to
-        StreamClock clock;  ///< goes on from the one of the stretch before
+        StreamClock clock;  ///< continues from the one of the stretch before
     };
 
     bool ContinueWith(const Numbers &owners);
