@@ -10,6 +10,7 @@
 
 #include "player/Recording.h"
 #include "ScratchFiles.h"
+#include "SectionCrc.h"
 #include "ts/TsPacket.h"
 
 namespace {
@@ -20,17 +21,6 @@ using tvdesktop::ts::kPacketSize;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr int kMostParts = 64;
-
-/// CRC_32 of a section: ISO/IEC 13818-1, annex A.
-std::uint32_t Crc32(const Bytes &section) {
-    std::uint32_t crc = ~0U;
-    for (const std::uint8_t byte : section) {
-        crc ^= static_cast<std::uint32_t>(byte) << 24;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc << 1 ^ ((crc & 0x80000000U) != 0 ? 0x04C11DB7U : 0U);
-    }
-    return crc;
-}
 
 /// A packet with a clock reference or any other header, its payload from the input.
 void AppendPacket(FuzzedDataProvider &input, Bytes &stream) {
@@ -52,9 +42,7 @@ void AppendSection(FuzzedDataProvider &input, Bytes &stream) {
     const std::size_t length = section.size() + 4 - 3;
     section[1] = static_cast<std::uint8_t>((section[1] & 0xF0) | length >> 8);
     section[2] = static_cast<std::uint8_t>(length);
-    const std::uint32_t crc = Crc32(section);
-    for (int shift = 24; shift >= 0; shift -= 8)
-        section.push_back(static_cast<std::uint8_t>(crc >> shift));
+    AppendCrc32(section);
     section.insert(section.begin(), 0);  // pointer_field
     for (std::size_t begin = 0; begin < section.size(); begin += kPacketSize - 4) {
         const auto unitStart = static_cast<std::uint8_t>(begin == 0 ? 0x40 : 0);

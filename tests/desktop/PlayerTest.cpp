@@ -594,9 +594,9 @@ TEST(StreamPropertyTest, ListsAreKeptOrRefusedAsAWhole) {
     const PlayerHandle player(CreatePlayer({}), DestroyPlayer);
     void *stream = StreamOf(player.get());
     const char *noText = nullptr;
-    EXPECT_EQ(tv_stream_set_property(stream, 104, 1, 9999, 2, 0), kPlayerUnknownProperty);
-    EXPECT_EQ(tv_stream_set_property(stream, 104, 1, 1413, 2, 0), kPlayerUnknownProperty);
-    EXPECT_EQ(tv_stream_set_property(stream, 104, 1, 801, noText, 0), kPlayerUnknownProperty);
+    EXPECT_EQ(tv_stream_set_property(stream, 104, 1, 9999, 2, 0), kPlayerBadProperty);
+    EXPECT_EQ(tv_stream_set_property(stream, 104, 1, 1413, 2, 0), kPlayerBadProperty);
+    EXPECT_EQ(tv_stream_set_property(stream, 104, 1, 801, noText, 0), kPlayerBadProperty);
     EXPECT_EQ(GetPlayerState(player.get()).videoPid, -1);
     for (void *object : {static_cast<void *>(nullptr), player.get()})
         EXPECT_EQ(tv_stream_set_property(object, 1413, 60, 0), kPlayerNoObject);
@@ -604,8 +604,8 @@ TEST(StreamPropertyTest, ListsAreKeptOrRefusedAsAWhole) {
     const std::unique_ptr<void, decltype(&DestroyRecorder)> recorder(CreateRecorder({}),
                                                                      DestroyRecorder);
     EXPECT_EQ(tv_stream_set_property(recorder.get(), 1413, 60, 0), kPlayerOk);
-    EXPECT_EQ(tv_stream_set_property(recorder.get(), 104, 1, 0), kPlayerUnknownProperty);
-    EXPECT_EQ(tv_stream_set_property(recorder.get(), 1413, 60, 104, 1, 0), kPlayerUnknownProperty);
+    EXPECT_EQ(tv_stream_set_property(recorder.get(), 104, 1, 0), kPlayerBadProperty);
+    EXPECT_EQ(tv_stream_set_property(recorder.get(), 1413, 60, 104, 1, 0), kPlayerBadProperty);
 
     ASSERT_EQ(tv_stream_set_property(stream, 103, 1, 104, 2, 109, 3, 134, 4, 302, 1, 307, 5, 314, 6,
                                      320, 7, 406, 2, 509, 8, 602, 1, 603, 1, 801, "/none", 805, 1,
@@ -626,7 +626,7 @@ TEST(StreamPropertyTest, ListsAreKeptOrRefusedAsAWhole) {
     EXPECT_EQ(tv_stream_is_audio_description_enabled(stream), 0);
     EXPECT_EQ(GetPlayerState(player.get()).adPid, 0x123);
     EXPECT_EQ(SetMany(stream, std::make_index_sequence<64>()), kPlayerOk);
-    EXPECT_EQ(SetMany(stream, std::make_index_sequence<65>()), kPlayerUnknownProperty);
+    EXPECT_EQ(SetMany(stream, std::make_index_sequence<65>()), kPlayerBadProperty);
 }
 
 TEST_F(PlayerTest, EveryCallReachesItsOperation) {

@@ -239,8 +239,8 @@ TEST_F(RecorderTest, RefusesWhatItCannotDo) {
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 999, 1, 0), kRecorderBadProperty);
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 49, 0x2000, 0), kRecorderBadProperty);
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 60, nullptr, 0), kRecorderBadProperty);
-    EXPECT_EQ(tv_recorder_set_property(&info, 49, 1, 0), kRecorderNoRecorder);
-    EXPECT_EQ(tv_recorder_start(nullptr), kRecorderNoRecorder);
+    EXPECT_EQ(tv_recorder_set_property(&info, 49, 1, 0), kRecorderNoObject);
+    EXPECT_EQ(tv_recorder_start(nullptr), kRecorderNoObject);
     EXPECT_EQ(tv_recorder_pause(m_recorder), kRecorderNotRunning);
     EXPECT_EQ(Swap("swapped.ts"), kRecorderNotRunning);
     TvRecorderSwap nameless{nullptr, 0, 0};

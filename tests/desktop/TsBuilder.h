@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "SectionCrc.h"
 #include "ts/TsPacket.h"
 
 using Bytes = std::vector<std::uint8_t>;
@@ -104,16 +105,6 @@ class TsBuilder {
             to.push_back(static_cast<std::uint8_t>(value & 0xFF));
     }
 
-    static std::uint32_t Crc32(const Bytes &bytes) {
-        std::uint32_t crc = 0xFFFFFFFF;
-        for (const std::uint8_t byte : bytes) {
-            crc ^= static_cast<std::uint32_t>(byte) << 24;
-            for (int bit = 0; bit < 8; ++bit)
-                crc = crc << 1 ^ ((crc & 0x80000000) != 0 ? 0x04C11DB7U : 0);
-        }
-        return crc;
-    }
-
     Bytes Header(int pid, bool unitStart, int control) {
         Bytes packet;
         Append(packet, {0x47, (unitStart ? 0x40 : 0) | pid >> 8, pid,
@@ -126,9 +117,7 @@ class TsBuilder {
         Bytes section;
         Append(section, {tableId, 0xB0 | length >> 8, length});
         section.insert(section.end(), body.begin(), body.end());
-        const std::uint32_t crc = Crc32(section);
-        for (int shift = 24; shift >= 0; shift -= 8)
-            section.push_back(static_cast<std::uint8_t>(crc >> shift));
+        AppendCrc32(section);
         section.insert(section.begin(), 0);  // pointer_field
         for (std::size_t at = 0; at < section.size(); at += 184) {
             Bytes packet = Header(pid, at == 0, 0x10);

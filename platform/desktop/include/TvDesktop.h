@@ -112,7 +112,7 @@ bool ReadPackets(const std::string &path, const std::function<bool(const std::ui
 /// What tv_recorder_* answers; 0 is success.
 enum RecorderCode : int {
     kRecorderOk = 0,
-    kRecorderNoRecorder = 1,   ///< null, or an object of another kind
+    kRecorderNoObject = 1,     ///< null, or an object of another kind
     kRecorderBadProperty = 2,  ///< unknown id, null pointer, not a PID: nothing of the list applied
     kRecorderAlreadyRunning = 3,  ///< started already; also: sink properties of a running recorder
     kRecorderNotRunning = 4,      ///< not started, or ended; paused twice, resumed without a pause
@@ -229,14 +229,14 @@ RepairResult RepairChannelLog(const std::string &recording);
 /// What tv_player_* and tv_stream_* answer; 0 is success.
 enum PlayerCode : int {
     kPlayerOk = 0,
-    kPlayerNoObject = 201,         ///< null, or not a player, stream or recorder of the stand-in
-    kPlayerWrongState = 202,       ///< started already, or not started yet
-    kPlayerBadArgument = 203,      ///< a missing output, a rate that is 0 or not a number
-    kPlayerUnknownProperty = 204,  ///< an id or a value that cannot be read; nothing was applied
+    kPlayerNoObject = 201,     ///< null, or not a player, stream or recorder of the stand-in
+    kPlayerWrongState = 202,   ///< started already, or not started yet
+    kPlayerBadArgument = 203,  ///< a missing output, a rate that is 0 or not a number
+    kPlayerBadProperty = 204,  ///< an id or a value that cannot be read; nothing was applied
     kPlayerNoSource = 205,  ///< no source is set, it is not a readable file, or it became shorter
     kPlayerNoStream = 206,  ///< no stream time, no PID to decode, or no picture to step to
-    kPlayerNoChannelInfo = 207,  ///< neither side file nor PMT
-    kPlayerOutOfMemory = 208,
+    kPlayerNoChannelInfo = 207,   ///< neither side file nor PMT
+    kPlayerOutOfResources = 208,  ///< no memory or no thread
 };
 
 /// subEventType of the messages of TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION. The ends are reported

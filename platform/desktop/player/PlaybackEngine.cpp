@@ -39,7 +39,7 @@ PlayerCode PlaybackEngine::SetProperties(PropertyArguments *arguments) {
     const Work work(*this);
     StreamSettings settings{m_state, m_source};
     if (!ReadStreamProperties(*arguments, settings))
-        return kPlayerUnknownProperty;
+        return kPlayerBadProperty;
     const Decoded before = DecodedStream();
     m_state = settings.state;
     m_source = settings.source;

@@ -19,7 +19,7 @@ class Player;
 /// What CallOn answers for players and streams.
 struct PlayerObject : PlatformObject {
     static constexpr PlayerCode kNoObject = kPlayerNoObject;
-    static constexpr PlayerCode kOutOfResources = kPlayerOutOfMemory;
+    static constexpr PlayerCode kOutOfResources = kPlayerOutOfResources;
 
     using PlatformObject::PlatformObject;
 };

@@ -32,7 +32,7 @@ int SetOnRecorder(void *recorder, PropertyArguments &arguments) {
         {TV_PROPERTY_RECORD_DURATION, SetDuration}};
     Duration duration;
     if (!arguments.ReadInto(duration, kRules) || !duration)
-        return tvdesktop::kPlayerUnknownProperty;
+        return tvdesktop::kPlayerBadProperty;
     return CallOn<Recorder>(recorder, &Recorder::SetDuration, *duration);
 }
 

@@ -33,7 +33,7 @@ namespace tvdesktop {
 class Recorder : public PlatformObject {
   public:
     static constexpr Kind kKind = Kind::Recorder;
-    static constexpr RecorderCode kNoObject = kRecorderNoRecorder;
+    static constexpr RecorderCode kNoObject = kRecorderNoObject;
     static constexpr RecorderCode kOutOfResources = kRecorderOutOfResources;
 
     explicit Recorder(RecorderOptions options);
