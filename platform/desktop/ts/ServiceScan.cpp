@@ -1,32 +1,14 @@
 #include "ts/ServiceScan.h"
 
-// libdvbpsi's headers need the standard types and one another, in this order.
-#include <sys/types.h>
-
-#include <cstdint>
-
-#include <dvbpsi/dvbpsi.h>
-
-#include <dvbpsi/psi.h>
-
-#include <dvbpsi/descriptor.h>
-
-#include <dvbpsi/pmt.h>
-
 #include <algorithm>
-#include <bitset>
 #include <cerrno>
-#include <cstring>
-#include <functional>
 #include <map>
-#include <memory>
-#include <tuple>
 #include <utility>
 
 #include "system/Files.h"
 #include "ts/DvbText.h"
 #include "ts/PacketReader.h"
-#include "ts/StreamKind.h"
+#include "ts/PsiTables.h"
 #include "ts/TsPacket.h"
 #include "TvDesktop.h"
 
@@ -36,119 +18,16 @@ namespace {
 
 constexpr std::uint64_t kScanLimit = 64 << 20;
 constexpr std::uint16_t kSdtPid = 0x0011;
-constexpr std::uint8_t kPatTable = 0x00;
-constexpr std::uint8_t kPmtTable = 0x02;
 constexpr std::uint8_t kSdtActualTable = 0x42;
 constexpr std::uint8_t kServiceTag = 0x48;
-
-// --- Tables --------------------------------------------------------------------------------------
-
-struct SectionRelease {
-    void operator()(dvbpsi_psi_section_t *section) const { dvbpsi_DeletePSISections(section); }
-};
-using Section = std::unique_ptr<dvbpsi_psi_section_t, SectionRelease>;
-
-/// The sections of one PID, whole and with a right checksum, one by one.
-class SectionReader {
-  public:
-    using Handler = std::function<void(Section)>;
-
-    explicit SectionReader(Handler handler)
-        : m_handle(dvbpsi_new(nullptr, DVBPSI_MSG_NONE)), m_handler(std::move(handler)) {
-        m_handle->p_sys = this;
-        m_handle->p_decoder = static_cast<dvbpsi_decoder_t *>(dvbpsi_decoder_new(
-            &SectionReader::OnSection, kLongestSection, true, sizeof(dvbpsi_decoder_t)));
-    }
-    SectionReader(const SectionReader &) = delete;
-    SectionReader &operator=(const SectionReader &) = delete;
-    ~SectionReader() {
-        dvbpsi_decoder_delete(m_handle->p_decoder);
-        m_handle->p_decoder = nullptr;
-        dvbpsi_delete(m_handle);
-    }
-
-    void Push(const std::uint8_t *packet) const {
-        std::uint8_t copy[ts::kPacketSize];
-        std::memcpy(copy, packet, sizeof copy);
-        dvbpsi_packet_push(m_handle, copy);
-    }
-
-  private:
-    static constexpr int kLongestSection = 1024;
-
-    static void OnSection(dvbpsi_t *handle, dvbpsi_psi_section_t *section) {
-        static_cast<SectionReader *>(handle->p_sys)->m_handler(Section(section));
-    }
-
-    dvbpsi_t *m_handle;
-    Handler m_handler;
-};
-
-std::uint16_t Word(const std::uint8_t *bytes) {
-    return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
-}
-
-/// Which sections of a table were seen; the first version that comes counts, next to none.
-class TableProgress {
-  public:
-    /// @return whether the section is one of that table and new
-    bool Take(const dvbpsi_psi_section_t &section) {
-        if (!section.b_current_next)
-            return false;
-        if (m_seen.none())
-            m_first = {section.i_extension, section.i_version, section.i_last_number};
-        const Identity identity{section.i_extension, section.i_version, section.i_last_number};
-        if (identity != m_first || m_seen[section.i_number])
-            return false;
-        m_seen.set(section.i_number);
-        return true;
-    }
-
-    bool IsComplete() const { return m_seen.count() == std::get<2>(m_first) + std::size_t{1}; }
-
-  private:
-    using Identity = std::tuple<std::uint16_t, std::uint8_t, std::uint8_t>;
-
-    Identity m_first;
-    std::bitset<256> m_seen;
-};
-
-struct PmtRelease {
-    void operator()(dvbpsi_pmt_t *pmt) const { dvbpsi_pmt_delete(pmt); }
-};
-using Pmt = std::unique_ptr<dvbpsi_pmt_t, PmtRelease>;
-
-/// The decoder trusts program_info_length (ISO/IEC 13818-1, 2.4.4.8) and would read beyond a
-/// section that is shorter.
-bool IsWholePmt(const dvbpsi_psi_section_t &section) {
-    const std::uint8_t *payload = section.p_payload_start;
-    const std::ptrdiff_t size = section.p_payload_end - payload;
-    return section.i_table_id == kPmtTable && section.b_current_next &&
-           section.i_last_number == 0 && size >= 4 && (Word(payload + 2) & 0x0FFF) <= size - 4;
-}
-
-/// Decodes a PMT, which has one section. @return null for what is not a PMT
-Pmt DecodePmt(Section section) {
-    Pmt decoded;
-    if (!IsWholePmt(*section))
-        return decoded;
-    const auto take = [](void *to, dvbpsi_pmt_t *pmt) { static_cast<Pmt *>(to)->reset(pmt); };
-    dvbpsi_t *handle = dvbpsi_new(nullptr, DVBPSI_MSG_NONE);
-    if (dvbpsi_pmt_attach(handle, section->i_extension, take, &decoded)) {
-        handle->p_decoder->pf_gather(handle, section.release());
-        dvbpsi_pmt_detach(handle);
-    }
-    dvbpsi_delete(handle);
-    return decoded;
-}
 
 /// Collects the tables of one stream; packets go in, services come out. What it does for a packet
 /// does not depend on how many services there are.
 class Scanner {
   public:
     Scanner()
-        : m_pat([this](const Section &section) { TakePat(*section); }),
-          m_sdt([this](const Section &section) { TakeSdt(*section); }) {}
+        : m_pat([this](const ts::Section &section) { TakePat(*section); }),
+          m_sdt([this](const ts::Section &section) { TakeSdt(*section); }) {}
 
     void Push(const std::uint8_t *packet) {
         if (ts::TransportError(packet))
@@ -184,35 +63,23 @@ class Scanner {
         std::string provider;
     };
 
-    /// Program 0 names the network information, not a service.
     void TakePat(const dvbpsi_psi_section_t &section) {
-        if (section.i_table_id != kPatTable || !m_patProgress.Take(section))
+        if (section.i_table_id != ts::kPatTable || !m_patProgress.Take(section))
             return;
-        for (const std::uint8_t *entry = section.p_payload_start;
-             section.p_payload_end - entry >= 4; entry += 4) {
-            const std::uint16_t id = Word(entry);
-            const auto pid = static_cast<std::uint16_t>(Word(entry + 2) & 0x1FFF);
-            if (id == 0 || !m_pmtPids.emplace(id, pid).second)
-                continue;
-            m_pmts.try_emplace(pid, [this, pid](Section pmt) { TakePmt(pid, std::move(pmt)); });
-        }
+        ts::ForEachProgram(section, [this](std::uint16_t id, std::uint16_t pid) {
+            if (m_pmtPids.emplace(id, pid).second)
+                m_pmts.try_emplace(pid,
+                                   [this, pid](ts::Section pmt) { TakePmt(pid, std::move(pmt)); });
+        });
     }
 
-    void TakePmt(std::uint16_t pid, Section section) {
+    void TakePmt(std::uint16_t pid, ts::Section section) {
         const std::uint16_t id = section->i_extension;
         const auto program = m_pmtPids.find(id);
         if (program == m_pmtPids.end() || program->second != pid || m_complete.count(id) != 0)
             return;
-        const auto pmt = DecodePmt(std::move(section));
-        if (!pmt)
-            return;
-        Service service;
-        service.id = id;
-        service.pmtPid = pid;
-        service.pcrPid = pmt->i_pcr_pid;
-        for (const auto *entry = pmt->p_first_es; entry != nullptr; entry = entry->p_next)
-            service.streams.push_back(ts::StreamFromPmt(*entry));
-        m_complete.emplace(id, std::move(service));
+        if (auto service = ts::ServiceFromPmt(std::move(section), pid))
+            m_complete.emplace(id, std::move(*service));
     }
 
     void TakeSdt(const dvbpsi_psi_section_t &section) {
@@ -221,10 +88,10 @@ class Scanner {
         constexpr std::ptrdiff_t kHeader = 5;  // service_id to descriptors_loop_length
         const std::uint8_t *entry = section.p_payload_start + 3;
         while (section.p_payload_end - entry >= kHeader) {
-            const std::ptrdiff_t length = kHeader + (Word(entry + 3) & 0x0FFF);
+            const std::ptrdiff_t length = kHeader + (ts::Word(entry + 3) & 0x0FFF);
             if (section.p_payload_end - entry < length)
                 return;
-            TakeDescriptors(Word(entry), entry + kHeader, entry + length);
+            TakeDescriptors(ts::Word(entry), entry + kHeader, entry + length);
             entry += length;
         }
     }
@@ -255,12 +122,12 @@ class Scanner {
 
     std::map<std::uint16_t, Service> m_complete;
     std::map<std::uint16_t, Names> m_names;
-    std::map<std::uint16_t, std::uint16_t> m_pmtPids;  ///< by service id
-    std::map<std::uint16_t, SectionReader> m_pmts;     ///< by PID, which services may share
-    TableProgress m_patProgress;
-    TableProgress m_sdtProgress;
-    SectionReader m_pat;
-    SectionReader m_sdt;
+    std::map<std::uint16_t, std::uint16_t> m_pmtPids;   ///< by service id
+    std::map<std::uint16_t, ts::SectionReader> m_pmts;  ///< by PID, which services may share
+    ts::TableProgress m_patProgress;
+    ts::TableProgress m_sdtProgress;
+    ts::SectionReader m_pat;
+    ts::SectionReader m_sdt;
 };
 
 }  // namespace
