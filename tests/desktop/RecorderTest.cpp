@@ -637,6 +637,134 @@ TEST_F(RecorderTest, ChangesTheServiceWhilePaused) {
     EXPECT_EQ(stretches[0].info.programNum, 2);
 }
 
+TEST_F(RecorderTest, RecordsOnWithoutALossWhereTheServiceChangesItsStreams) {
+    const std::set<int> before = {0, 0x1000, 0x101, 0x102};
+    const std::set<int> after = {0, 0x1000, 0x101, 0x112};
+    TsBuilder stream;
+    stream.Pat({{1, 0x1000}}).Pmt(0x1000, 1, 0x101, {{0x1B, 0x101}, {0x0F, 0x102}});
+    stream.Pcr(0x101, 0).Media(0x102, 3).Media(0x112).Pcr(0x101, 100 * kMs);
+    stream.Pmt(0x1000, 1, 0x101, {{0x1B, 0x101}, {0x0F, 0x112}}, 0xC3);
+    const auto border = static_cast<std::ptrdiff_t>(stream.data.size());
+    stream.Media(0x112).Pcr(0x101, 110 * kMs).Media(0x102).Media(0x112, 3);
+    stream.Pat({{2, 0x1001}}).Pcr(0x101, 120 * kMs).Media(0x112);
+    const Bytes &data = stream.data;
+
+    Service known;
+    known.id = 1;
+    known.pmtPid = 0x1000;
+    known.pcrPid = 0x101;
+    enum class Programs { Nothing, Inside, OnAnotherThread };
+    const struct {
+        const char *what;
+        double speed;
+        bool isPipe;
+        Programs programs;
+    } rows[] = {
+        {"not followed", 0, false, Programs::Nothing},
+        {"as fast as possible", 0, false, Programs::Inside},
+        {"as fast as possible, another thread", 0, false, Programs::OnAnotherThread},
+        {"paced", 10, false, Programs::OnAnotherThread},
+        {"pipe", 0, true, Programs::OnAnotherThread},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        FileDescriptor pipe;
+        if (row.isPipe)
+            pipe = FileDescriptor(CreateOnPipe());
+        else
+            CreateOn(stream, row.speed);
+        std::vector<ServiceChange> changes;
+        std::vector<std::thread> threads;
+        const auto program = [&](int audio) {
+            TvChannelInfo info{};
+            info.pcrPid = 0x101;
+            info.audioPid = static_cast<unsigned short>(audio);
+            for (const int pid : before)
+                EXPECT_EQ(tv_recorder_set_property(m_recorder, 28, pid, 0), 0);
+            EXPECT_EQ(
+                tv_recorder_set_property(m_recorder, 60, &info, 29, 0x101, 25, 0x101, 24, audio, 0),
+                0);
+            EXPECT_EQ(tv_recorder_set_property(m_recorder, 49, 0, 49, 0x1000, 0), 0);
+        };
+        const auto follow = [&](const ServiceChange &change) {
+            changes.push_back(change);
+            if (changes.size() == 2)
+                program(change.service.streams.back().pid);
+            ContinueRecording(m_recorder);
+        };
+        if (row.programs != Programs::Nothing)
+            SetServiceObserver(m_recorder, known, [&](const ServiceChange &change) {
+                EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderInsideCallback);
+                if (row.programs == Programs::Inside)
+                    follow(change);
+                else
+                    threads.emplace_back(follow, change);
+            });
+        ASSERT_EQ(Sink("out.ts"), 0);
+        program(0x102);
+        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+        if (row.isPipe) {
+            ASSERT_TRUE(WriteAll(pipe.Get(), data.data(), data.size()));
+            pipe.Close();
+        }
+        EXPECT_EQ(WaitForEnd(), 120);
+        for (std::thread &thread : threads)
+            thread.join();
+        Bytes expected = Only(Bytes(data.begin(), data.begin() + border), before);
+        const std::size_t offset = expected.size();
+        const bool isFollowed = row.programs != Programs::Nothing;
+        const Bytes rest =
+            Only(Bytes(data.begin() + border, data.end()), isFollowed ? after : before);
+        expected.insert(expected.end(), rest.begin(), rest.end());
+        EXPECT_EQ(ReadFile(Path("out.ts")), expected);
+        const auto stretches = ts::ReadChannelLog(Path("out.ts"));
+        ASSERT_EQ(changes.size(), isFollowed ? 3U : 0U);
+        ASSERT_EQ(stretches.size(), isFollowed ? 2U : 1U);
+        if (!isFollowed)
+            continue;
+        EXPECT_EQ(stretches[1].offset, offset);
+        EXPECT_EQ(stretches[1].timeMs, 100);
+        EXPECT_EQ(changes[1].timeMs, 100);
+        EXPECT_TRUE(changes[1].isListed && !changes[2].isListed);
+    }
+}
+
+TEST_F(RecorderTest, StopsAndSwapsWhileItWaitsForAProgram) {
+    TsBuilder stream;
+    stream.Pmt(0x1000, 1, 0x101, {{0x1B, 0x101}}).Pcr(0x101, 0).Pmt(0x1000, 1, 0x101, {}, 0xC3);
+    Service known;
+    known.id = 1;
+    known.pmtPid = 0x1000;
+    CreateOn(stream.Pcr(0x101, 10 * kMs));
+    int told = 0;
+    SetServiceObserver(m_recorder, known, [&](const ServiceChange &) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_arrived.notify_all();
+        if (++told == 2)
+            throw std::bad_alloc();  // was not told, so it cannot let the recorder continue
+    });
+    for (const bool continues : {false, true}) {
+        told = 0;
+        ASSERT_EQ(Sink("buffer", 1), 0);
+        ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x101, 49, 0x1000, 0), 0);
+        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            ASSERT_TRUE(m_arrived.wait_for(lock, std::chrono::seconds(30), [&] { return told; }));
+        }
+        EXPECT_EQ(Swap(continues ? "second" : "first"), 0);
+        EXPECT_EQ(tv_recorder_pause(m_recorder), 0);
+        EXPECT_EQ(tv_recorder_resume(m_recorder), 0);
+        if (continues) {
+            ContinueRecording(m_recorder);
+            WaitForEnd();
+        }
+        EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
+        EXPECT_EQ(told, continues ? 2 : 1);
+        EXPECT_EQ(ReadFile(Path(continues ? "second" : "first")), stream.data);
+    }
+}
+
 TEST_F(RecorderTest, WritesIntoAPipeAsLongAsSomebodyReads) {
     const TsBuilder stream = TsBuilder().Media(0x100, 100);
     ASSERT_EQ(::mkfifo(Path("sink").c_str(), 0600), 0);

@@ -46,9 +46,11 @@ class TsBuilder {
         Bytes descriptors = {};
     };
 
-    TsBuilder &Pmt(int pmtPid, int program, int pcrPid, const std::vector<Stream> &streams) {
+    /// @param version  the byte of version_number and current_next_indicator
+    TsBuilder &Pmt(int pmtPid, int program, int pcrPid, const std::vector<Stream> &streams,
+                   int version = 0xC1) {
         Bytes body;
-        Append(body, {program >> 8, program, 0xC1, 0, 0, 0xE0 | pcrPid >> 8, pcrPid, 0xF0, 0});
+        Append(body, {program >> 8, program, version, 0, 0, 0xE0 | pcrPid >> 8, pcrPid, 0xF0, 0});
         for (const Stream &stream : streams) {
             Append(body, {stream.type, 0xE0 | stream.pid >> 8, stream.pid, 0xF0,
                           static_cast<int>(stream.descriptors.size())});

@@ -13,6 +13,7 @@
 #include "ts/DvbText.h"
 #include "ts/PacketFilter.h"
 #include "ts/PacketReader.h"
+#include "ts/ServiceWatch.h"
 #include "ts/StreamClock.h"
 #include "ts/TsPacket.h"
 #include "TsBuilder.h"
@@ -453,6 +454,80 @@ TEST(ServiceScan, ShowsNoControlCharacterOfAStream) {
     EXPECT_EQ(result.services[0].provider, "PQ");
     EXPECT_EQ(result.services[0].name, "NM");
     EXPECT_EQ(result.services[0].streams[0].language, "d");
+}
+
+TEST(ServiceWatch, ReportsWhatReallyChangesInATableThatIsInForce) {
+    const std::vector<TsBuilder::Stream> known = {{0x1B, 0x101}, {0x0F, 0x102}};
+    const std::vector<TsBuilder::Stream> moved = {{0x1B, 0x101}, {0x0F, 0x112}};
+    const auto pmt = [](const std::vector<TsBuilder::Stream> &streams, int version = 0xC1,
+                        int pid = 0x1000, int id = 1) {
+        return TsBuilder().Pmt(pid, id, 0x101, streams, version).data;
+    };
+    const auto pat = [](const std::vector<std::pair<int, int>> &programs) {
+        return TsBuilder().Pat(programs).data;
+    };
+    const auto damaged = [](Bytes table, std::size_t at, int bits) {
+        table[at] = static_cast<std::uint8_t>(table[at] ^ bits);
+        return table;
+    };
+    std::vector<std::pair<int, int>> many = {{1, 0x1002}, {1, 0x1003}};
+    for (int i = 2; i < 300; ++i)
+        many.push_back({i, 0x1100});
+    const struct {
+        const char *what;
+        Bytes packets;
+        bool isChange;
+        int pmtPid;
+        int lastPid;
+        bool isListed;
+    } rows[] = {
+        {"as known", pmt(known), false, 0x1000, 0x102, true},
+        {"another version", pmt(known, 0xC3), false, 0x1000, 0x102, true},
+        {"not in force yet", pmt(moved, 0xC4), false, 0x1000, 0x102, true},
+        {"another service", pmt(moved, 0xC5, 0x1000, 2), false, 0x1000, 0x102, true},
+        {"on another PID", pmt(moved, 0xC5, 0x1001), false, 0x1000, 0x102, true},
+        {"with a wrong checksum", damaged(pmt(moved, 0xC5), 20, 4), false, 0x1000, 0x102, true},
+        {"with a transport error", damaged(pmt(moved, 0xC5), 1, 0x80), false, 0x1000, 0x102, true},
+        {"audio moved", pmt(moved, 0xC5), true, 0x1000, 0x112, true},
+        {"repeated", pmt(moved, 0xC5), false, 0x1000, 0x112, true},
+        {"another codec", pmt({{0x1B, 0x101}, {0x03, 0x112}}, 0xC5), true, 0x1000, 0x112, true},
+        {"track added", pmt({{0x1B, 0x101}, {3, 0x112}, {3, 9}}), true, 0x1000, 9, true},
+        {"PAT as known", pat({{1, 0x1000}}), false, 0x1000, 9, true},
+        {"another PMT PID", pat(many), true, 0x1002, 9, true},
+        {"and again", pat(many), false, 0x1002, 9, true},
+        {"its PMT, the same", pmt({{0x1B, 0x101}, {3, 0x112}, {3, 9}}, 0xC1, 0x1002), false, 0x1002,
+         9, true},
+        {"the old PID", pmt(known, 0xC7), false, 0x1002, 9, true},
+        {"no longer listed", pat({{0, 0x10}, {2, 0x1000}}), true, 0x1002, 9, false},
+        {"still not", pat({{2, 0x1000}}), false, 0x1002, 9, false},
+        {"its PMT all the same", pmt(known, 0xC7, 0x1002), true, 0x1002, 0x102, false},
+        {"listed again", pat(many), true, 0x1002, 0x102, true},
+    };
+    tvdesktop::Service service;
+    service.id = 1;
+    service.name = "One";
+    service.pmtPid = 0x1000;
+    ts::ServiceWatch watch(service);
+    const auto push = [&watch](const Bytes &packets) {
+        std::optional<tvdesktop::ServiceChange> change;
+        for (std::size_t i = 0; i < packets.size(); i += 188) {
+            if (auto next = watch.Push(&packets[i]))
+                change = next;
+        }
+        return change;
+    };
+    tvdesktop::ServiceChange last = push(pmt(known, 0xDF)).value_or(tvdesktop::ServiceChange{});
+    EXPECT_EQ(last.service.streams.size(), 2U) << "nothing of its streams was known";
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        const auto change = push(row.packets);
+        EXPECT_EQ(change.has_value(), row.isChange);
+        last = change.value_or(last);
+        EXPECT_EQ(last.service.name, "One");
+        EXPECT_EQ(last.service.pmtPid, row.pmtPid);
+        EXPECT_EQ(last.service.streams.back().pid, row.lastPid);
+        EXPECT_EQ(last.isListed, row.isListed);
+    }
 }
 
 TEST(DvbText, ReadsTheCharacterTablesOfBroadcasts) {

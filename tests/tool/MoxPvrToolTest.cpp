@@ -14,6 +14,7 @@
 #include <functional>
 #include <utility>
 
+#include "desktop/TsBuilder.h"
 #include "Failure.h"
 #include "TemporaryFolder.h"
 #include "verbs/OutputFile.h"
@@ -260,6 +261,49 @@ TEST_F(MoxPvr, RecordsWholePacketsOfAnyLayoutAndSaysWhatIsMissing) {
         if (row.before + row.after > 0)
             ExpectWhole(In("changed.srf"), kFirstService);
     }
+}
+
+/// The sample, whose first service moves its audio to another PID at the middle.
+TEST_F(MoxPvr, FollowsAServiceThatMovesItsAudioToAnotherPid) {
+    const Bytes pmt =
+        TsBuilder()
+            .Pmt(0x1000, 1, 0x101,
+                 {{0x1B, 0x101}, {3, 0x112}, {3, 0x103, {10, 4, 'e', 'n', 'g', 3}}}, 0xC3)
+            .data;
+    std::ifstream source(MOXPVR_SAMPLE, std::ios::binary);
+    std::ofstream changed(In("changed.ts"), std::ios::binary);
+    const std::uintmax_t middle = fs::file_size(MOXPVR_SAMPLE) / 188 / 2;
+    bool isChanged = false;
+    std::array<std::uint8_t, 188> packet{};
+    for (std::size_t i = 0; source.read(reinterpret_cast<char *>(packet.data()), 188); ++i) {
+        const int pid = (packet[1] & 0x1F) << 8 | packet[2];
+        isChanged = isChanged || (i > middle && pid == 0x1000);
+        if (isChanged && pid == 0x1000)
+            std::copy(pmt.begin() + 4, pmt.end(), packet.begin() + 4);
+        if (isChanged && pid == 0x102)
+            packet[2] = 0x12;
+        changed.write(reinterpret_cast<const char *>(packet.data()), 188);
+    }
+    changed.close();
+
+    std::set<std::uint16_t> pids = kFirstService;
+    pids.insert(0x112);
+    for (const std::string speed : {"max", "20"}) {
+        const Outcome run = Run("record " + In("changed.ts") + " --service 1 --force --speed " +
+                                speed + " --out " + In("a.srf"));
+        EXPECT_EQ(run.exitCode, 0) << run.output;
+        EXPECT_NE(run.output.find("changed its streams at 00:14.9: audio 0x102 -> 0x112.\n"),
+                  std::string::npos)
+            << run.output;
+        EXPECT_EQ(DifferenceFromSource(In("a.srf"), In("changed.ts")), "");
+        EXPECT_EQ(fs::file_size(In("a.srf")), BytesOf(In("changed.ts"), pids));
+    }
+    const Outcome play = Run("play --clock 50 " + In("a.srf"));
+    EXPECT_EQ(play.exitCode, 0) << play.output;
+    EXPECT_NE(play.output.find("audio 0x112"), std::string::npos) << play.output;
+    const Outcome repair = Run("repair " + In("a.srf"));
+    EXPECT_EQ(repair.output.find("ebuilt"), std::string::npos) << repair.output;
+    EXPECT_EQ(Run("services " + In("a.srf")).exitCode, 0);
 }
 
 TEST_F(MoxPvr, PlaysToTheEndAndSaysWhenThereIsNothingToSee) {

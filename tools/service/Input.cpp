@@ -60,6 +60,12 @@ RecordedPids PidsToRecord(const tvdesktop::Service &service) {
     return pids;
 }
 
+std::vector<Request> ProgramOf(const tvdesktop::Service &service) {
+    const RecordedPids pids = PidsToRecord(service);
+    return {ChannelInfoRequest(tvdesktop::ChannelInfoOf(service)), pids.demux,
+            UpdateRequest(pids.si)};
+}
+
 RecordingInformation InformationOf(const tvdesktop::Service &service) {
     const recorder::SetDemuxProperty demux = PidsToRecord(service).demux;
     return {service.name, {demux.videoPid, demux.pcrPid, demux.audioPid}};

@@ -29,6 +29,10 @@ struct RecordedPids {
 /// @throws Failure for a service with neither video nor audio
 RecordedPids PidsToRecord(const tvdesktop::Service &service);
 
+/// The requests that make a recorder record a service, in their order.
+/// @throws Failure for a service that cannot be recorded
+std::vector<Request> ProgramOf(const tvdesktop::Service &service);
+
 /// What the information file of a recording of this service holds.
 RecordingInformation InformationOf(const tvdesktop::Service &service);
 

@@ -61,6 +61,21 @@ void PvrService::ReleaseRecorder() {
     tvdesktop::DestroyRecorder(m_recorder);
     MoxPvrAPI::DestroyRecorder(kRecorderHandle);
     m_recorder = nullptr;
+    m_serviceChange.reset();
+}
+
+void PvrService::WatchService(const tvdesktop::Service &service) {
+    tvdesktop::SetServiceObserver(m_recorder, service,
+                                  [this](const tvdesktop::ServiceChange &change) {
+                                      const std::lock_guard lock(m_mutex);
+                                      m_serviceChange = change;
+                                      m_arrived.notify_one();
+                                  });
+}
+
+std::optional<tvdesktop::ServiceChange> PvrService::TakeServiceChange() {
+    const std::lock_guard lock(m_mutex);
+    return std::exchange(m_serviceChange, std::nullopt);
 }
 
 void PvrService::TakePlayer(void *player) {
@@ -137,8 +152,9 @@ Progress PvrService::PlaybackProgress() {
 std::vector<tvdesktop::Event> PvrService::Take(std::chrono::milliseconds patience) {
     {
         std::unique_lock lock(m_mutex);
-        m_arrived.wait_for(lock, patience,
-                           [this] { return !m_callbacks.empty() || !m_events.empty(); });
+        m_arrived.wait_for(lock, patience, [this] {
+            return !m_callbacks.empty() || !m_events.empty() || m_serviceChange;
+        });
     }
     HandCallbacksOn();
     const std::lock_guard lock(m_mutex);

@@ -13,6 +13,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,11 +27,11 @@ struct Progress {
     std::int64_t durationMs = 0;
 };
 
-/// Every request goes through mox_pvr_control_recording and mox_pvr_control_playback. Events and
-/// player callbacks arrive on the platform's threads; they wait in a queue until the service's own
-/// loop takes them, so that no callback reaches the library while a request is under way.
+/// Every request goes through mox_pvr_control_recording and mox_pvr_control_playback. Events,
+/// player callbacks and service changes arrive on the platform's threads; they wait until the
+/// service's own loop takes them, so that nothing reaches the library while a request is under way.
 ///
-/// Threads: thread-bound, apart from the queue. One service at a time, as the entry points address
+/// Threads: thread-bound, apart from what waits. One service at a time, as the entry points address
 /// one recorder and one playback.
 class PvrService {
   public:
@@ -50,6 +51,11 @@ class PvrService {
     /// Destroys the recorder and its instance; harmless without one.
     void ReleaseRecorder();
     void *Recorder() const { return m_recorder; }
+    /// Keeps changes of a service's description for TakeServiceChange from now on.
+    void WatchService(const tvdesktop::Service &service);
+    /// @return the change that the recorder waits with, until ContinueRecording
+    std::optional<tvdesktop::ServiceChange> TakeServiceChange();
+    void ContinueRecording() { tvdesktop::ContinueRecording(m_recorder); }
 
     /// Registers a player and its stream under (1, 0) and takes them over.
     /// @throws Failure when the library refuses it
@@ -74,8 +80,8 @@ class PvrService {
     Progress RecorderProgress();
     Progress PlaybackProgress();
 
-    /// Waits for callbacks and events, but no longer than `patience`, and hands the callbacks that
-    /// came to the playback.
+    /// Waits for callbacks, events and a service change, but no longer than `patience`, and hands
+    /// the callbacks that came to the playback.
     /// @return the events, in the order in which they were sent
     std::vector<tvdesktop::Event> Take(std::chrono::milliseconds patience);
 
@@ -93,10 +99,11 @@ class PvrService {
     void *m_player = nullptr;
     int m_subscription = 0;
 
-    std::mutex m_mutex;  ///< guards the two queues
+    std::mutex m_mutex;  ///< guards what follows
     std::condition_variable m_arrived;
     std::deque<Callback> m_callbacks;
     std::vector<tvdesktop::Event> m_events;
+    std::optional<tvdesktop::ServiceChange> m_serviceChange;  ///< one at most: the recorder waits
 };
 
 }  // namespace tool

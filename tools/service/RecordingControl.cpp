@@ -1,5 +1,8 @@
 #include "service/RecordingControl.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "Failure.h"
 #include "service/Input.h"
 
@@ -20,7 +23,7 @@ void RecordingControl::Start(const tvdesktop::Service &service, const SinkFile &
                              std::optional<std::int64_t> durationMs) {
     m_pvr.Do(recorder::SetHandle{kRecorderNumber, service.id});
     m_pvr.Do(recorder::SetSinkProperty{{PathField(sink.path), sink.isTimeshift ? 1 : 0}});
-    ProgramStreams(service);
+    SendProgram(ProgramOf(service));
     if (durationMs)
         m_pvr.Do(recorder::SetDuration{static_cast<std::int32_t>(*durationMs)});
     m_pvr.Do(recorder::PreStart{});
@@ -28,8 +31,14 @@ void RecordingControl::Start(const tvdesktop::Service &service, const SinkFile &
 }
 
 void RecordingControl::ChangeTo(const tvdesktop::Service &service) {
+    std::vector<Request> program = ProgramOf(service);
+    const auto isSame = [](const Request &left, const Request &right) {
+        return left.text == right.text;
+    };
+    if (std::equal(program.begin(), program.end(), m_program.begin(), m_program.end(), isSame))
+        return;
     m_pvr.Do(recorder::ClearDemuxInfo{});
-    ProgramStreams(service);
+    SendProgram(std::move(program));
 }
 
 void RecordingControl::SwapTo(const std::string &path) {
@@ -43,11 +52,10 @@ void RecordingControl::Stop() {
         throw Failure(m_pvr.FailureText(recorder::Stop{}, stopped));
 }
 
-void RecordingControl::ProgramStreams(const tvdesktop::Service &service) {
-    const RecordedPids pids = PidsToRecord(service);
-    m_pvr.Do(ChannelInfoRequest(tvdesktop::ChannelInfoOf(service)));
-    m_pvr.Do(pids.demux);
-    m_pvr.Do(UpdateRequest(pids.si));
+void RecordingControl::SendProgram(std::vector<Request> program) {
+    for (const Request &request : program)
+        m_pvr.Do(request);
+    m_program = std::move(program);
 }
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "service/PvrService.h"
 
@@ -32,7 +33,9 @@ class RecordingControl {
     /// @param durationMs  stream time after which the recording ends by itself
     void Start(const tvdesktop::Service &service, const SinkFile &sink,
                std::optional<std::int64_t> durationMs = std::nullopt);
-    /// Follows a change to another service; the recording continues.
+    /// Follows a change to another service, or of the streams of this one; the recording continues.
+    /// Programs nothing for a service that is recorded with the same requests. One that cannot be
+    /// recorded throws Failure before anything was sent.
     void ChangeTo(const tvdesktop::Service &service);
     /// Turns the running timeshift buffer into a recording.
     void SwapTo(const std::string &path);
@@ -49,9 +52,10 @@ class RecordingControl {
     }
 
   private:
-    void ProgramStreams(const tvdesktop::Service &service);
+    void SendProgram(std::vector<Request> program);
 
     PvrService &m_pvr;
+    std::vector<Request> m_program;  ///< sent last
 };
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 #include "service/Events.h"
 #include "service/Input.h"
 #include "service/RecordingControl.h"
+#include "text/ChangeText.h"
 #include "text/EventText.h"
 #include "text/OutcomeText.h"
 #include "text/TimeText.h"
@@ -72,12 +73,14 @@ class RecordRun {
               const Console &console)
         : m_options(options),
           m_service(service),
+          m_current(service),
           m_terminal(console.terminal),
           m_recording(m_pvr, {options.input, options.speed}) {
         ShowRequests(m_pvr, console);
     }
 
     void Run() {
+        m_pvr.WatchService(m_service);
         m_recording.Start(m_service, {m_options.out, m_options.isTimeshift}, m_options.durationMs);
         WriteInformationBeside(m_options.out);
         while (!m_isEnded && m_failure.empty() && !StopRequested())
@@ -88,10 +91,36 @@ class RecordRun {
   private:
     void Follow() {
         ShowEvents(Patience());
+        if (const auto change = m_pvr.TakeServiceChange()) {
+            FollowChange(*change);
+            m_pvr.ContinueRecording();
+        }
         m_progress = m_recording.GetProgress();
         if (IsTimeToSwap())
             Swap();
         m_terminal.Status(StatusText());
+    }
+
+    /// What cannot be recorded (a service without picture and sound for a while) changes nothing:
+    /// the next change may bring it back.
+    void FollowChange(const tvdesktop::ServiceChange &change) {
+        const std::string at = " at " + TimeText(change.timeMs);
+        if (m_isListed != change.isListed)
+            m_terminal.Line(change.isListed ? "the service is back in the PAT" + at
+                                            : "the service is no longer in the PAT" + at +
+                                                  "; its PIDs are recorded as before");
+        m_isListed = change.isListed;
+        const std::string changed = ChangeText(m_current, change.service);
+        if (!changed.empty())
+            m_terminal.Line("the service changed its streams" + at + ": " + changed);
+        m_current = change.service;
+        try {
+            ProgramOf(change.service);
+        } catch (const Failure &failure) {
+            m_terminal.Line(failure.what() + std::string("; its PIDs are recorded as before"));
+            return;
+        }
+        m_recording.ChangeTo(change.service);
     }
 
     bool IsTimeToSwap() const {
@@ -213,11 +242,13 @@ class RecordRun {
     }
 
     const RecordOptions &m_options;
-    const tvdesktop::Service &m_service;
+    const tvdesktop::Service &m_service;  ///< as it was when the recording began
+    tvdesktop::Service m_current;         ///< as it is now
     Terminal &m_terminal;
     PvrService m_pvr;
     RecordingControl m_recording;
     Progress m_progress;
+    bool m_isListed = true;
     bool m_isSwapped = false;
     bool m_hasInformation = false;
     bool m_isEnded = false;

@@ -199,6 +199,32 @@ struct RecordingReport {
 /// @return of the last recording that has ended
 RecordingReport GetRecordingReport(void *recorder);
 
+/// What the tables of the source say anew of a service while a recorder runs.
+struct ServiceChange {
+    Service service;          ///< as it is described from here on, with its name as it was known
+    bool isListed = true;     ///< the PAT names it; otherwise its PMT is followed all the same
+    std::int64_t timeMs = 0;  ///< stream time that is recorded until here
+};
+
+/// Runs on the recorder's thread, without a lock held; what is allowed inside the recorder's
+/// callback is allowed here. One that throws was not told.
+using ServiceObserver = std::function<void(const ServiceChange &)>;
+
+/// Lets a recorder follow the description of a service: other streams, PIDs or codecs in its PMT,
+/// another PID of the PMT, a PAT that no longer names the service, or names it again. Only tables
+/// that are in force and whole count; what is repeated is not told again.
+///
+/// The recorder waits with the packets that follow the change until ContinueRecording, so nothing
+/// is lost between the description and the properties that a program sets for it, from this thread
+/// or from another. A stop, a pause and a swap are done meanwhile; a stop ends the waiting.
+///
+/// Also while it runs, from the next packet on.
+/// @param known     what the program knows of the service; any difference is a change
+/// @param observer  null to follow nothing; a recorder that waits continues
+void SetServiceObserver(void *recorder, const Service &known, ServiceObserver observer);
+/// Lets a recorder continue that waits with a change; harmless when it does not. Thread-safe.
+void ContinueRecording(void *recorder);
+
 // --- Repair --------------------------------------------------------------------------------------
 
 struct RepairResult {

@@ -55,6 +55,25 @@ RecorderCode Recorder::SetCallback(tv_recorder_callback callback, void *userData
     return kRecorderOk;
 }
 
+RecorderCode Recorder::SetServiceObserver(const Service &known, ServiceObserver observer) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_watched.reset();
+    if (observer)
+        m_watched = known;
+    m_serviceObserver = std::move(observer);
+    m_isWaiting = false;
+    m_changes.watch = true;
+    Wake();
+    return kRecorderOk;
+}
+
+RecorderCode Recorder::Continue() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isWaiting = false;
+    Wake();
+    return kRecorderOk;
+}
+
 /// A file-driven recorder has no tuner; what it can ready is the source.
 RecorderCode Recorder::Prepare() {
     const bool isReadable =
@@ -81,6 +100,7 @@ RecorderCode Recorder::Start() {
     RecorderCode opened = session->Open(m_options.source, m_fileName);
     session->Select(m_selection);
     session->LimitTo(m_limitMs);
+    session->Watch(m_watched);
     if (opened == kRecorderOk && m_channel && !session->AddStretch(*m_channel))
         opened = kRecorderSinkFailed;
 
@@ -92,6 +112,7 @@ RecorderCode Recorder::Start() {
     m_hasFile = session->WritesFile();
     m_changes = {};
     m_isStopping = false;
+    m_isWaiting = false;
     m_stopResult = kRecorderOk;
     m_positionMs = 0;
     m_size = 0;
@@ -235,13 +256,15 @@ Next Recorder::Record(RecordingSession &session) {
             WaitForNews(session.WakeTime() - RecordingSession::Clock::now());
         else if (next == Next::AtSource)
             WaitForNews(std::nullopt, session.SourceDescriptor());
+        else if (next == Next::AtChange)
+            ReportChange(session.TakeChange());
         else if (next != Next::More)
             return next;
     }
     return session.ErrorText().empty() ? Next::More : Next::SinkFailed;
 }
 
-/// Takes what calls have left, and stays here while paused.
+/// Takes what calls have left, and stays here while paused or waiting with a change.
 /// @return false when the recording has ended: stopped, or a write failed
 bool Recorder::TakeChanges(RecordingSession &session) {
     for (;;) {
@@ -249,7 +272,7 @@ bool Recorder::TakeChanges(RecordingSession &session) {
         bool isPaused = false;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
-            isPaused = m_state == State::Paused;
+            isPaused = m_state == State::Paused || m_isWaiting;
             if (m_isStopping)
                 return false;
             if (!m_isChanged && !isPaused)
@@ -260,6 +283,8 @@ bool Recorder::TakeChanges(RecordingSession &session) {
                 session.Select(m_selection);
             if (changes.limit)
                 session.LimitTo(m_limitMs);
+            if (changes.watch)
+                session.Watch(m_watched);
         }
         if (!ApplyChanges(session, changes))
             return false;
@@ -315,6 +340,21 @@ bool Recorder::WaitForRoom(int descriptor) {
         }
         if (m_wakeup.Wait(timeout, descriptor, POLLOUT))
             return true;
+    }
+}
+
+void Recorder::ReportChange(const ServiceChange &change) {
+    ServiceObserver observer;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        observer = m_serviceObserver;
+        m_isWaiting = observer != nullptr;
+    }
+    try {
+        if (observer)
+            observer(change);
+    } catch (...) {
+        Continue();
     }
 }
 
@@ -408,6 +448,16 @@ std::string RecorderFailure(void *recorder) {
 RecordingReport GetRecordingReport(void *recorder) {
     const auto *target = ObjectAs<Recorder>(recorder);
     return target != nullptr ? target->GetReport() : RecordingReport{};
+}
+
+void SetServiceObserver(void *recorder, const Service &known, ServiceObserver observer) {
+    CallOn<Recorder>(recorder, [&](Recorder &target) {
+        return target.SetServiceObserver(known, std::move(observer));
+    });
+}
+
+void ContinueRecording(void *recorder) {
+    CallOn<Recorder>(recorder, &Recorder::Continue);
 }
 
 }  // namespace tvdesktop

@@ -42,6 +42,8 @@ class Recorder : public PlatformObject {
     Recorder &operator=(const Recorder &) = delete;
 
     RecorderCode SetCallback(tv_recorder_callback callback, void *userData);
+    RecorderCode SetServiceObserver(const Service &known, ServiceObserver observer);
+    RecorderCode Continue();
     RecorderCode Prepare();
     RecorderCode Start();
     RecorderCode Pause();
@@ -64,6 +66,7 @@ class Recorder : public PlatformObject {
         bool selection = false;
         bool limit = false;
         bool pause = false;
+        bool watch = false;
         /// The last one: what came before it and was not taken yet has no packet.
         std::optional<TvChannelInfo> channel;
         std::optional<std::string> swapTo;
@@ -80,6 +83,7 @@ class Recorder : public PlatformObject {
     bool ApplyChanges(RecordingSession &session, const Changes &changes);
     void WaitForNews(Wakeup::Timeout timeout, int file = -1);
     bool WaitForRoom(int descriptor);
+    void ReportChange(const ServiceChange &change);
     void PublishProgress(const RecordingSession &session);
     void Finish(RecordingSession &session, RecordingSession::Next reason);
     void Abandon();
@@ -109,6 +113,9 @@ class Recorder : public PlatformObject {
     RecordingReport m_report;  ///< of the last recording that has ended
     tv_recorder_callback m_callback = nullptr;
     void *m_userData = nullptr;
+    std::optional<Service> m_watched;  ///< set while there is an observer
+    ServiceObserver m_serviceObserver;
+    bool m_isWaiting = false;  ///< with a change, until the program lets it continue
 
     std::atomic<std::int64_t> m_positionMs{0};
     std::atomic<std::uint64_t> m_size{0};

@@ -46,6 +46,19 @@ bool RecordingSession::AddStretch(const TvChannelInfo &info) {
     return m_sink.AddStretch(m_recorded.Milliseconds(), info) || FailAtSink();
 }
 
+void RecordingSession::Watch(const std::optional<Service> &known) {
+    m_change.reset();
+    m_watch.reset();
+    if (known)
+        m_watch.emplace(*known);
+}
+
+ServiceChange RecordingSession::TakeChange() {
+    ServiceChange change = std::exchange(m_change, std::nullopt).value_or(ServiceChange{});
+    change.timeMs = m_recorded.Milliseconds();
+    return change;
+}
+
 RecorderCode RecordingSession::SwapTo(const std::string &path) {
     return Flush() ? m_sink.SwapTo(path) : kRecorderWriteFailed;
 }
@@ -85,15 +98,20 @@ bool RecordingSession::LacksStreamTime() const {
            m_report.packets * ts::kPacketSize > kLongestSearch;
 }
 
-/// Goes through what was read: to its end, to a PCR that is not due yet, or to the limit.
+/// Goes through what was read: to its end, to a PCR that is not due yet, to a change of the service
+/// that is followed, or to the limit.
 RecordingSession::Next RecordingSession::Filter(Clock::time_point now, bool atEnd) {
     bool isDue = true;
     const auto visit = [&](const std::uint8_t *packet, bool kept) {
-        isDue = m_limitReached || IsDue(packet, now);
-        if (m_limitReached || !isDue)
+        if (m_limitReached || m_change)
+            return false;
+        isDue = IsDue(packet, now);
+        if (!isDue)
             return false;
         if (kept)
             CountRecorded(packet);
+        if (m_watch)
+            m_change = m_watch->Push(packet);
         return true;
     };
     m_done = m_filter.Run(m_block.data(), m_filled, m_done, m_keep, atEnd, visit);
@@ -105,6 +123,8 @@ RecordingSession::Next RecordingSession::Filter(Clock::time_point now, bool atEn
         IsPaced() ? m_passed.Ticks() - m_flushedTicks >= kLongestUnflushed : !HasRoom();
     if (mustFlush && !Flush())
         return Next::SinkFailed;
+    if (m_change)
+        return Next::AtChange;
     return isDue ? Next::More : Next::AtTime;
 }
 
@@ -179,6 +199,7 @@ bool RecordingSession::Flush() {
 }
 
 bool RecordingSession::Finish() {
+    Watch(std::nullopt);
     if (!IsPaced() && Filter(Clock::now(), true) == Next::SinkFailed)
         return false;
     if (!Flush())

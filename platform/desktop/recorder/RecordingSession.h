@@ -13,6 +13,7 @@
 #include "recorder/RecordingSink.h"
 #include "recorder/StreamSelection.h"
 #include "ts/PacketFilter.h"
+#include "ts/ServiceWatch.h"
 #include "ts/StreamClock.h"
 #include "TvDesktop.h"
 
@@ -31,6 +32,7 @@ class RecordingSession {
         More,      ///< call Advance again
         AtTime,    ///< not before WakeTime
         AtSource,  ///< not before the source can be read
+        AtChange,  ///< not before TakeChange
         Ended,     ///< the source is at its end, or the limit is reached
         SourceFailed,
         SinkFailed,
@@ -50,6 +52,10 @@ class RecordingSession {
     bool AddStretch(const TvChannelInfo &info);
     /// @param milliseconds  stream time after which the recording ends; 0 or less: none
     void LimitTo(int milliseconds) { m_limitMs = milliseconds; }
+    /// Follows what the source says of a service from the next packet on; nothing: no longer.
+    void Watch(const std::optional<Service> &known);
+    /// @return the change that the last packet has completed; none is told after Finish
+    ServiceChange TakeChange();
     /// The buffer continues as a recording of another name; what is kept so far is written first.
     RecorderCode SwapTo(const std::string &path);
 
@@ -102,6 +108,9 @@ class RecordingSession {
     bool m_sourceEnded = false;
     bool m_hasPackets = false;
     std::uint64_t m_bytesRead = 0;
+
+    std::optional<ts::ServiceWatch> m_watch;
+    std::optional<ServiceChange> m_change;  ///< not taken yet: no packet after it was looked at
 
     RecordingReport m_report;
     ts::StreamClock m_recorded;  ///< time of what is recorded
