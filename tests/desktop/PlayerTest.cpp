@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <MOXHandle.h>
-#include <sys/file.h>
 #include <TIUserDataManager.h>
 #include <tv_player.h>
 #include <tv_stream.h>
@@ -491,15 +490,16 @@ TEST_F(PlayerTest, FollowsATimeshiftBufferFromItsBeginning) {
     EXPECT_EQ(info->videoPid, 0x200) << "it took another's place";
 
     // A recorder is known by its lock, which asking neither takes nor is misled about.
-    const int file = ::open(m_path.c_str(), O_RDONLY);
-    for (const auto &[lock, isWritten] : std::map<int, bool>{{LOCK_EX, true}, {LOCK_SH, false}}) {
+    const FileDescriptor file(::open(m_path.c_str(), O_RDWR | O_CLOEXEC));
+    for (const auto &[type, isWritten] : std::map<short, bool>{{F_WRLCK, true}, {F_RDLCK, false}}) {
         EXPECT_FALSE(m_engine.IsSourceBeingWritten());
-        ASSERT_EQ(::flock(file, lock | LOCK_NB), 0);
+        struct flock lock {};
+        lock.l_type = type;
+        ASSERT_EQ(::fcntl(file.Get(), F_OFD_SETLK, &lock), 0);
         EXPECT_EQ(m_engine.IsSourceBeingWritten(), isWritten);
-        ASSERT_EQ(::flock(file, LOCK_UN), 0);
+        lock.l_type = F_UNLCK;
+        ASSERT_EQ(::fcntl(file.Get(), F_OFD_SETLK, &lock), 0);
     }
-    ASSERT_EQ(::flock(file, LOCK_EX | LOCK_NB), 0);
-    ::close(file);
 }
 
 TEST_F(PlayerTest, TimeIsThatOfGoodPacketsOnThePcrPid) {

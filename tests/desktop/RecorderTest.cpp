@@ -22,6 +22,7 @@
 #include <mutex>
 #include <thread>
 
+#include "player/Recording.h"
 #include "recorder/RecordingSession.h"
 #include "recorder/StreamSelection.h"
 #include "TemporaryFolder.h"
@@ -303,6 +304,26 @@ TEST_F(RecorderTest, RefusesASinkThatIsTakenAndLeavesItAsItWas) {
     EXPECT_EQ(ReadFile(Path("out.ts")), Bytes(stream.data.begin(), stream.data.begin() + 20 * 188));
     EXPECT_EQ(ReadFile(Path("in.ts.chan")), stream.data);
     EXPECT_TRUE(fs::is_fifo(Path("fifo.ts.chan")));
+}
+
+TEST_F(RecorderTest, IsNotRefusedByAPlayerThatOnlyAsks) {
+    CreateOn(TsBuilder().Pcr(0x100, 0));
+    std::ofstream(Path("out.ts")) << "";
+    ASSERT_EQ(Sink("out.ts"), 0);
+    Recording asked;
+    ASSERT_TRUE(asked.Open(Path("out.ts")));
+    std::atomic<bool> isOver{false};
+    std::thread asking([&] {
+        for (int questions = 0; questions < 1000 || !isOver; ++questions)
+            asked.IsBeingWritten();
+    });
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(tv_recorder_start(m_recorder), 0) << RecorderFailure(m_recorder);
+        tv_recorder_stop(m_recorder);
+    }
+    isOver = true;
+    asking.join();
+    EXPECT_FALSE(asked.IsBeingWritten());
 }
 
 TEST_F(RecorderTest, KeepsTheOpenFileWhateverHappensToItsName) {

@@ -19,11 +19,6 @@ std::string LossText(const tvdesktop::RecordingReport &report);
 /// @return why the recording is of no use; empty when it is of use
 std::string UselessText(const tvdesktop::RecordingReport &report);
 
-/// @return what of the streams of a service changed ("audio 0x102 -> 0x112, 0x105 added"); empty
-/// when
-///         neither a PID nor a codec did
-std::string ChangeText(const tvdesktop::Service &before, const tvdesktop::Service &after);
-
 }  // namespace tool
 
 #endif

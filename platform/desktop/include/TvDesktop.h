@@ -157,7 +157,8 @@ struct RecorderOptions {
 ///   recorder has ended by itself. A recorder that has ended keeps its position; tv_recorder_stop
 ///   answers it as it would have been answered then, and it may be started again.
 /// - A sink is written by one recorder at a time, whatever name it is reached by; the second is not
-///   started. What was made for a recording that did not get a packet before it failed is removed.
+///   started. A file system without locks cannot tell them apart: both are started there. What was
+///   made for a recording that did not get a packet before it failed is removed.
 /// - A recording whose file was removed or replaced while it ran is kept in another file as far as
 ///   that is possible; it counts as failed, and RecorderFailure names that file.
 /// - Inside the callback every call is allowed but start, stop, swap and DestroyRecorder.
@@ -352,8 +353,10 @@ struct PlayerState {
 /// before. So does tv_player_get_position. Thread-safe.
 PlayerState GetPlayerState(void *player);
 
-/// @return true while a recorder of this machine writes to the source: it holds the file's lock
-///         (flock), also after a swap gave the file another name. Thread-safe.
+/// @return true while a recorder of this machine writes to the source: it holds the file's write
+/// lock
+///         (F_OFD_SETLK), also after a swap gave the file another name. Asking takes no lock. Where
+///         the file system has no locks, false. Thread-safe.
 bool IsSourceBeingWritten(void *player);
 
 /// Times and channel information of the stretches of the source, as far as it is known.

@@ -1,10 +1,11 @@
 #include "player/Recording.h"
 
-#include <sys/file.h>
+#include <fcntl.h>
 
 #include <algorithm>
 
 #include "system/Files.h"
+#include "system/WriterLock.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop {
@@ -32,12 +33,8 @@ bool Recording::Follow() {
     return m_tail.Error() == 0 && m_search.Error() == 0;
 }
 
-/// A lock that is free is given back at once.
 bool Recording::IsBeingWritten() const {
-    if (::flock(m_lock.Get(), LOCK_SH | LOCK_NB) != 0)
-        return errno == EWOULDBLOCK;
-    ::flock(m_lock.Get(), LOCK_UN);
-    return false;
+    return HasWriter(m_lock.Get());
 }
 
 void Recording::LearnStretches(std::uint64_t size) {

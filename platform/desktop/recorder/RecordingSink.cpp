@@ -1,7 +1,6 @@
 #include "recorder/RecordingSink.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -9,6 +8,7 @@
 #include <filesystem>
 
 #include "system/Files.h"
+#include "system/WriterLock.h"
 #include "ts/TsPacket.h"
 
 namespace tvdesktop {
@@ -81,7 +81,7 @@ bool RecordingSink::Lock() {
     struct stat status {};
     if (::fstat(m_file.Get(), &status) == 0 && S_ISCHR(status.st_mode))
         return true;
-    if (::flock(m_file.Get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+    if (TakeWriterLock(m_file.Get()))
         return true;
     m_isNew = false;
     return Fail("cannot write " + m_path, "another recorder is writing it");
@@ -209,7 +209,7 @@ bool RecordingSink::CopyTo(const std::string &path, FileDescriptor &copy) {
 
 /// @param copy  a file that was just made for it; on failure it goes again
 bool RecordingSink::Fill(const FileDescriptor &copy, const std::string &path) {
-    ::flock(copy.Get(), LOCK_EX | LOCK_NB);
+    TakeWriterLock(copy.Get());  // free: nobody else knows the file yet
     if (CopyFile(m_file.Get(), copy.Get(), m_size))
         return true;
     const int reason = errno;
