@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 
 #include "BrokenDisk.h"
 #include "TemporaryFolder.h"
@@ -80,6 +81,7 @@ const Damage kDamages[] = {
     {"none", 0, 0, 0, {}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}},
     {"bytes in front", 0, 0, 0, Bytes(77, 0x47), {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, 1},
     {"bytes between", 6, 0, 0, Bytes(500, 0x55), {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, 3},
+    {"bytes before the last packet", 9, 0, 0, Bytes(77, 0x55), {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, 1},
     {"packet cut short", 5, 50, 40, {}, {0, 1, 2, 3, 4, 6, 7, 8, 9}, 1},
     {"sync byte broken", 6, 0, 1, {0}, {0, 1, 2, 3, 4, 5, 7, 8, 9}, 1},
     {"PID in doubt", 5, 1, 1, {0x81}, {0, 1, 2, 3, 4, 6, 7, 8, 9}, 0, 1},
@@ -185,6 +187,32 @@ TEST(Packets, SurviveDamageAroundThem) {
                          " bytes per packet");
             ExpectPackets(Damaged(packets, damage, layout), expected, damage);
         }
+    }
+}
+
+TEST(Packets, TakeAnotherLayoutOnlyAfterFiveSyncBytes) {
+    const Bytes packets = TsBuilder().Media(0x100, 5).data;
+    Bytes alike(1 + 3 * 192);  // with the packet after it, four packets of 192 bytes in a row
+    for (const std::size_t at : {1U, 193U, 385U})
+        std::copy_n(packets.begin(), 3, alike.begin() + static_cast<std::ptrdiff_t>(at));
+    Bytes data = packets;
+    for (const Bytes &part : {alike, packets})
+        data.insert(data.end(), part.begin(), part.end());
+    Bytes expected = packets;
+    expected.insert(expected.end(), packets.begin(), packets.end());
+    EXPECT_EQ(Filtered(data, ts::PidTable().set(0x100), 10'000).kept, expected);
+}
+
+TEST(Packets, HaveAPcrOnlyInAnAdaptationFieldThatHoldsOne) {
+    const struct {
+        std::size_t at;
+        std::uint8_t value;
+        std::optional<std::int64_t> pcr;
+    } rows[] = {{3, 0x20, 123}, {3, 0x10, {}}, {4, 7, 123}, {4, 6, {}}, {5, 0xEF, {}}};
+    for (const auto &[at, value, pcr] : rows) {
+        Bytes packet = TsBuilder().Pcr(0x100, 123).data;
+        packet[at] = value;
+        EXPECT_EQ(ts::Pcr(packet.data()), pcr) << at << ' ' << int{value};
     }
 }
 
@@ -313,6 +341,7 @@ TEST(ChannelLog, KeepsStretchesAndLeavesOutWhatIsBroken) {
     EXPECT_EQ(stretches[1].offset, 188U);
 
     std::ofstream(path, std::ios::app) << "nonsense 1 2\n-1 400 00\n600 376 0011";  // torn line
+    std::ofstream(path, std::ios::app) << "\n600 376 " << std::string(2 * 192, 'g') << '\n';
     EXPECT_EQ(ProgramsIn(recording), (std::vector<int>{1, 2}));
     ASSERT_TRUE(ts::AppendChannelLog(recording, Stretch(700, 564, 3)));
     ASSERT_TRUE(ts::AppendChannelLog(recording, Stretch(600, 752, 4)));  // back in time
@@ -324,6 +353,13 @@ TEST(ChannelLog, KeepsStretchesAndLeavesOutWhatIsBroken) {
     std::filesystem::resize_file(path, std::filesystem::file_size(path) - 1);
     EXPECT_TRUE(ProgramsIn(recording).empty());
     EXPECT_FALSE(ts::AppendChannelLog("/no/such/place", Stretch(0, 0, 1)));
+
+    std::vector<ts::ChannelStretch> many;  // more than is read at once
+    for (std::uint16_t i = 0; i < 200; ++i)
+        many.push_back(Stretch(i, i, i));
+    ASSERT_TRUE(ts::WriteChannelLog(recording, many));
+    EXPECT_EQ(ProgramsIn(recording).size(), many.size());
+    EXPECT_EQ(ProgramsIn(recording).back(), 199);
 }
 
 tvdesktop::ScanResult Scan(const TsBuilder &stream) {
@@ -335,8 +371,9 @@ tvdesktop::ScanResult Scan(const TsBuilder &stream) {
 }
 
 TEST(ServiceScan, ReadsPmtsOfAllServices) {
-    const auto result = Scan(TsBuilder()
-                                 .Pat({{0, 0x10}, {7, 0x1000}, {3, 0x1000}})
+    TsBuilder damaged = TsBuilder().Pat({{9, 0x1009}});
+    damaged.data[1] |= 0x80;  // transport_error_indicator
+    const auto result = Scan(damaged.Pat({{0, 0x10}, {7, 0x1000}, {3, 0x1000}})
                                  .Pmt(0x10, 0, 0x300, {{0x1B, 0x300}})
                                  .Pmt(0x1000, 3, 0x201, {{0x0F, 0x201}})
                                  .Pmt(0x1001, 3, 0x333, {{0x1B, 0x333}})
@@ -441,6 +478,7 @@ TEST(ServiceScan, NamesKindAndCodecOfEveryStream) {
     for (std::size_t i = 0; i < std::size(rows); ++i) {
         EXPECT_EQ(result.services[0].streams[i].kind, rows[i].kind) << i;
         EXPECT_EQ(result.services[0].streams[i].codec, rows[i].codec) << i;
+        EXPECT_EQ(result.services[0].streams[i].language.size() % 3, 0U) << i;
     }
 }
 

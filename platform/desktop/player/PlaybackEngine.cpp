@@ -168,18 +168,18 @@ PlayerCode PlaybackEngine::Stop() {
 }
 
 PlayerCode PlaybackEngine::Pause() {
-    const Work work(*this);
-    if (m_state.run == Run::Stopped)
-        return kPlayerWrongState;
-    m_state.run = Run::Paused;
-    return kPlayerOk;
+    return SwitchTo(Run::Paused);
 }
 
 PlayerCode PlaybackEngine::Resume() {
+    return SwitchTo(Run::Playing);
+}
+
+PlayerCode PlaybackEngine::SwitchTo(Run run) {
     const Work work(*this);
     if (m_state.run == Run::Stopped)
         return kPlayerWrongState;
-    m_state.run = Run::Playing;
+    m_state.run = run;
     return kPlayerOk;
 }
 

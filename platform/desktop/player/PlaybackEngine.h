@@ -101,6 +101,8 @@ class PlaybackEngine {
         const std::unique_lock<std::mutex> m_lock;
     };
 
+    PlayerCode SwitchTo(Run run);
+
     // All of these run inside Work.
     void Publish();
     void LeaveSource();

@@ -36,7 +36,6 @@ void PacketReader::Close() {
 void PacketReader::Seek(std::uint64_t offset) {
     m_framing.Reset();
     m_bufferOffset = offset;
-    m_packetOffset = offset;
     m_filled = 0;
     m_position = 0;
 }
