@@ -11,6 +11,7 @@
 #include "player/Recording.h"
 #include "ScratchFiles.h"
 #include "SectionCrc.h"
+#include "ts/ServiceWatch.h"
 #include "ts/TsPacket.h"
 
 namespace {
@@ -83,6 +84,20 @@ void CheckPackets(const std::string &path, const Bytes &stream) {
     }
 }
 
+/// Follows a service through the stream in which it was found.
+void CheckWatch(const std::string &path, const tvdesktop::Service &service) {
+    tvdesktop::ts::PacketReader reader;
+    tvdesktop::ts::ServiceWatch watch(service);
+    Require(reader.Open(path), "a regular file opens");
+    while (const std::uint8_t *packet = reader.Next()) {
+        const auto change = watch.Push(packet);
+        Require(!change || (change->service.id == service.id &&
+                            change->service.pmtPid < tvdesktop::ts::kPidCount &&
+                            change->service.pcrPid < tvdesktop::ts::kPidCount),
+                "it stays the service, with PIDs");
+    }
+}
+
 void CheckServices(const std::string &path) {
     const tvdesktop::ScanResult scan = tvdesktop::ScanServices(path);
     Require(scan.error.empty() != scan.services.empty(), "services, or what is wrong");
@@ -92,6 +107,8 @@ void CheckServices(const std::string &path) {
                     info.audioPid < static_cast<int>(tvdesktop::ts::kPidCount),
                 "services have PIDs");
     }
+    if (!scan.services.empty())
+        CheckWatch(path, scan.services.front());
 }
 
 bool InOrder(const ChannelStretch &left, const ChannelStretch &right) {
