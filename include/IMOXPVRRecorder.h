@@ -15,7 +15,8 @@
 /// The registry of the library owns every instance; MoxPvrAPI::GetRecorderInstance lends it. The
 /// slots below are the binary interface: their order and number never change.
 ///
-/// Threads: thread-bound. Calls on one instance come from one thread at a time. No slot throws.
+/// Threads: thread-bound. Calls on one instance come from one thread at a time; the
+/// platform recorder calls the library on a thread of its own. No slot throws.
 class MOXPVR_EXPORT IMOXPVRRecorder {
   public:
     /// What the recorder last did with success.
@@ -43,7 +44,10 @@ class MOXPVR_EXPORT IMOXPVRRecorder {
     virtual unsigned int CtrlRecorder(unsigned int inSize, unsigned char *inData,
                                       unsigned int &outSize, unsigned char *outData) = 0;
 
-    /// Callback hook of the services; a recorder only logs it.
+    /// Callback hook of the services; a recorder only logs the call.
+    /// @param type      ignored
+    /// @param data      ignored, the caller's
+    /// @param userData  ignored, the caller's
     virtual void DoTvpCallback(TVCallbackType type, void *data, void *userData) = 0;
 
     /// @param name  out: path of the sink last set, empty before

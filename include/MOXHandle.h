@@ -14,7 +14,7 @@ enum ProfileType : int {
 };
 
 /// Names one instance; passed by value. Trivially copyable. Two handles are equal when both fields
-/// are; bytes behind `subId` never count.
+/// are; bytes after `subId` never count.
 ///
 /// Threads: a plain value, safe to copy anywhere.
 struct MOXHandle {
@@ -23,12 +23,18 @@ struct MOXHandle {
 };
 
 /// Order of the registries: by `profileId` (signed), then by `subId` (unsigned).
+/// @param left   one handle
+/// @param right  another
+/// @return       whether `left` comes first
 inline bool operator<(const MOXHandle &left, const MOXHandle &right) {
     if (left.profileId != right.profileId)
         return left.profileId < right.profileId;
     return left.subId < right.subId;
 }
 
+/// @param left   one handle
+/// @param right  another
+/// @return       whether both fields are equal
 inline bool operator==(const MOXHandle &left, const MOXHandle &right) {
     return left.profileId == right.profileId && left.subId == right.subId;
 }

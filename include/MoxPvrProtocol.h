@@ -3,8 +3,9 @@
 /// offsets, widths and names, each written once. Header-only; C++14 is enough.
 ///
 /// A record is a plain struct. Its `Fields` names the members with their offsets, counted in bytes
-/// from the start of the record (of a request: from its command word); the width of a field is that
-/// of its member. Everything is little-endian. Encoding, decoding and printing all walk `Fields`.
+/// from the start of the record (of a request: from its command number); the width of a field is
+/// that of its member. Everything is little-endian. Encoding, decoding and printing all walk
+/// `Fields`.
 ///
 /// @code
 /// moxpvr::recorder::SetHandle request;
@@ -58,12 +59,12 @@ constexpr std::size_t kTextFieldSize = 256;
 /// @name PIDs with a meaning of their own
 /// In 32-bit fields, and the same in 16-bit fields.
 /// @{
-constexpr std::uint32_t kNoPid = 0xFFFFFFFF;  ///< no such stream; 0 says the same of video and AD
-constexpr std::uint16_t kNoPid16 = 0xFFFF;
-constexpr std::uint32_t kKeepPid = 0xFFFFFFFE;  ///< playback selection: this PID stays as it is
-constexpr std::uint16_t kKeepPid16 = 0xFFFE;
+constexpr std::uint32_t kNoPid = 0xFFFFFFFF;  ///< no such stream; 0 means the same for video and AD
+constexpr std::uint16_t kNoPid16 = 0xFFFF;    ///< the same in 16 bits
+constexpr std::uint32_t kKeepPid = 0xFFFFFFFE;     ///< playback selection: this PID stays as it is
+constexpr std::uint16_t kKeepPid16 = 0xFFFE;       ///< the same in 16 bits
 constexpr std::uint16_t kAnalogueVideoPid = 0x40;  ///< video and PCR of an analogue channel
-constexpr std::uint16_t kAnalogueAudioPid = 0x41;
+constexpr std::uint16_t kAnalogueAudioPid = 0x41;  ///< audio of an analogue channel
 /// @}
 
 /// Events of the TV's event bus that the library sends.
@@ -72,20 +73,21 @@ enum EventNumber : std::int32_t {
     SIGNAL_PVR_RECORDER_STARTED = 32769,  ///< with RecorderStartedEvent and the recorder's handle
 };
 
-/// What a SIGNAL_PVR_SYS_CHANGE reports.
+/// What a SIGNAL_PVR_SYS_CHANGE reports, named after the platform's number that caused it; what
+/// that number means is the platform's.
 enum class EventDetail : std::uint8_t {
-    None = 0,
-    PlaybackApplication0 = 1,
-    PlaybackApplication1 = 2,
-    PlaybackUnmute = 3,
-    PlaybackError1 = 51,
-    PlaybackError3 = 52,
-    RecorderApplication2 = 101,
-    RecorderApplication4 = 102,
-    RecorderError0 = 151,
-    RecorderError2 = 152,
-    RecorderError4 = 153,
-    RecorderSoundCommand2 = 154,
+    None = 0,                     ///< never sent
+    PlaybackApplication0 = 1,     ///< application callback with SubEventType 0
+    PlaybackApplication1 = 2,     ///< the same with 1
+    PlaybackUnmute = 3,           ///< a decoder can be unmuted
+    PlaybackError1 = 51,          ///< error callback with errCode 1
+    PlaybackError3 = 52,          ///< the same with 3
+    RecorderApplication2 = 101,   ///< application message with app_type 2
+    RecorderApplication4 = 102,   ///< the same with 4
+    RecorderError0 = 151,         ///< error message with code 0
+    RecorderError2 = 152,         ///< the same with 2
+    RecorderError4 = 153,         ///< the same with 4
+    RecorderSoundCommand2 = 154,  ///< sound command 2 of the audio session manager
 };
 
 /// Kinds of sink, as RecorderStartedEvent reports them.
@@ -117,15 +119,16 @@ enum class Meaning {
 
 /// Where a field lies and what it is called.
 struct Field {
-    std::size_t offset;
-    const char *name;
-    Meaning meaning;
+    std::size_t offset;  ///< bytes from the start of the record
+    const char *name;    ///< as the member; static text
+    Meaning meaning;     ///< how to show the value
 };
 
 /// A path in a record: NUL-terminated, at most 255 characters.
 struct TextField {
-    char text[kTextFieldSize] = {};
+    char text[kTextFieldSize] = {};  ///< zero-filled after the path
 
+    /// @param path  at most 255 characters, without a NUL among them
     /// @return false when the path does not fit, which leaves the field as it was: never cut
     bool Set(const std::string &path) {
         if (path.size() >= kTextFieldSize || path.find('\0') != std::string::npos)
@@ -134,17 +137,19 @@ struct TextField {
         std::memcpy(text, path.data(), path.size());
         return true;
     }
+    /// @return the path, NUL-terminated; lives as long as this field
     const char *c_str() const { return text; }
 };
 
 /// A counted list of PIDs, as long as a record can hold.
 struct PidList {
+    /// @return how many PIDs fit a request: 2046
     static constexpr std::size_t Capacity() { return (kRecordSize - 8) / 4; }
 
-    std::int32_t announced = 0;  ///< the count as sent, whatever it is
-    std::uint32_t pid[(kRecordSize - 8) / 4] = {};
+    std::int32_t announced = 0;                     ///< the count as sent, whatever it is
+    std::uint32_t pid[(kRecordSize - 8) / 4] = {};  ///< in the order of the request
 
-    /// @return how many of the PIDs are there: what is announced, but 0 to Capacity()
+    /// @return how many of the PIDs are in use: what is announced, but 0 to Capacity()
     constexpr std::size_t size() const {
         if (announced <= 0)
             return 0;
@@ -152,7 +157,8 @@ struct PidList {
         return count < Capacity() ? count : Capacity();
     }
 
-    /// @return false when the list is full
+    /// @param value  appended
+    /// @return false when the list is full, which leaves it as it was
     bool Add(std::uint32_t value) {
         const std::size_t count = size();
         if (count == Capacity())
@@ -163,22 +169,27 @@ struct PidList {
     }
 };
 
-/// Declares the fields of a record: `self` is the record, const or not, and `visit` is called as
-/// visit(Field, member) for each, in the order of the offsets.
-#define MOXPVR_FIELDS                          \
-    template <typename Self, typename Visitor> \
+/// Declares the fields of a record.
+#define MOXPVR_FIELDS                                                              \
+    /** Calls visit(Field, member) for each field, in the order of the offsets. */ \
+    /** @param self   the record, const or not */                                  \
+    /** @param visit  a function object; takes lists and paths too */              \
+    template <typename Self, typename Visitor>                                     \
     static constexpr void Fields(Self &self, Visitor &&visit)
 
 /// Declares a record without fields.
-#define MOXPVR_NO_FIELDS                       \
-    template <typename Self, typename Visitor> \
+#define MOXPVR_NO_FIELDS                                          \
+    /** Does nothing: the request is its command number alone. */ \
+    template <typename Self, typename Visitor>                    \
     static constexpr void Fields(Self & /*self*/, Visitor && /*visit*/) {}
 
 /// Declares number and name of a request.
 #define MOXPVR_REQUEST(command)           \
+    /** @return the request's number */   \
     static constexpr Command Number() {   \
         return Command::command;          \
     }                                     \
+    /** @return the request's name */     \
     static constexpr const char *Name() { \
         return #command;                  \
     }
@@ -187,6 +198,7 @@ struct PidList {
 
 namespace recorder {
 
+/// Commands of a recorder; the record of each has the same name.
 enum class Command : std::uint32_t {
     SetHandle = 1,
     SetDemuxProperty = 2,
@@ -226,12 +238,12 @@ struct SetHandle {
 /// The PIDs of the service to record.
 struct SetDemuxProperty {
     MOXPVR_REQUEST(SetDemuxProperty)
-    std::uint32_t audioPid = kNoPid;
-    std::uint32_t videoPid = kNoPid;
-    std::uint32_t pcrPid = kNoPid;
-    std::uint32_t korean3d = 0;     ///< the service has a second video stream
-    std::uint32_t subVideoPid = 0;  ///< that stream; read only with the flag
-    std::uint32_t audioDescriptionPid = kNoPid;
+    std::uint32_t audioPid = kNoPid;             ///< main audio
+    std::uint32_t videoPid = kNoPid;             ///< 0 or kNoPid: the service has audio only
+    std::uint32_t pcrPid = kNoPid;               ///< PCR_PID of the PMT; read only with video
+    std::uint32_t korean3d = 0;                  ///< the service has a second video stream
+    std::uint32_t subVideoPid = 0;               ///< that stream; read only with the flag
+    std::uint32_t audioDescriptionPid = kNoPid;  ///< 0 or kNoPid: none
 
     MOXPVR_FIELDS {
         visit(Field{4, "audioPid", Meaning::Pid}, self.audioPid);
@@ -245,10 +257,11 @@ struct SetDemuxProperty {
 
 /// A file to write, the record of SetSinkProperty and SwapTS2Record.
 struct Sink {
-    static constexpr std::size_t Path() { return 4; }  ///< where the path lies
+    /// @return where the path lies
+    static constexpr std::size_t Path() { return 4; }
 
-    TextField path;
-    std::int32_t isTimeshift = 0;
+    TextField path;                    ///< of the file
+    std::int32_t isTimeshift = 0;      ///< 0: a recording; else a timeshift buffer
     std::int32_t isSegmentRecord = 0;  ///< passed on to the platform
 
     MOXPVR_FIELDS {
@@ -261,7 +274,7 @@ struct Sink {
 /// Where to write.
 struct SetSinkProperty {
     MOXPVR_REQUEST(SetSinkProperty)
-    Sink sink;
+    Sink sink;  ///< the recording or timeshift buffer
 
     MOXPVR_FIELDS { Sink::Fields(self.sink, visit); }
 };
@@ -271,23 +284,23 @@ struct SetSinkProperty {
 /// belong to the platform.
 struct SetChannelInfoProperty {
     MOXPVR_REQUEST(SetChannelInfoProperty)
-    /// Where the platform's record begins in the request.
+    /// @return where the platform's record starts in the request
     static constexpr std::size_t PlatformRecord() { return 4; }
-    /// Where the one field lies that the library writes.
+    /// @return where the one field lies that the library writes
     static constexpr std::size_t OneAudioPid() { return 193; }
 
-    std::uint16_t programNumber = 0;
-    std::uint16_t major = 0;  ///< channel number
-    std::uint16_t minor = 0;
-    std::int32_t audioPid = 0;
-    std::uint32_t audioCodec = 0;
-    std::uint32_t multiSoundMode = 0;
-    std::int32_t korean3d = 0;  ///< 1: a 3D service with a second video stream
-    std::uint16_t videoPid = kNoPid16;
-    std::uint16_t subVideoPid = 0;
-    std::uint8_t videoCodec = 0;
-    std::uint16_t pcrPid = 0;
-    std::int32_t pidDescrambled = 0;
+    std::uint16_t programNumber = 0;    ///< program_number (ISO/IEC 13818-1, 2.4.4.5)
+    std::uint16_t major = 0;            ///< channel number
+    std::uint16_t minor = 0;            ///< its second part, where it has one
+    std::int32_t audioPid = 0;          ///< without video, above 0 means audio only
+    std::uint32_t audioCodec = 0;       ///< EAudioEncodeType of TVTypes.h
+    std::uint32_t multiSoundMode = 0;   ///< EMultiSoundMode of TVTypes.h
+    std::int32_t korean3d = 0;          ///< 1: a 3D service with a second video stream
+    std::uint16_t videoPid = kNoPid16;  ///< 0 or kNoPid16: no video
+    std::uint16_t subVideoPid = 0;      ///< second video stream of a 3D service
+    std::uint8_t videoCodec = 0;        ///< EVideoEncodeType of TVTypes.h, in one byte
+    std::uint16_t pcrPid = 0;           ///< PCR_PID (ISO/IEC 13818-1, 2.4.4.9)
+    std::int32_t pidDescrambled = 0;    ///< not 0: the sender reports descrambled PIDs
     std::uint8_t oneAudioPid = 0;  ///< written by the library: only one audio PID is descrambled
     std::uint16_t reserved = 0;    ///< the end of the platform's record
 
@@ -315,21 +328,25 @@ struct SetATVProperty {
     MOXPVR_NO_FIELDS
 };
 
+/// Starts to write; RecorderStartedEvent is sent on success.
 struct Start {
     MOXPVR_REQUEST(Start)
     MOXPVR_NO_FIELDS
 };
 
+/// Pauses the recording.
 struct Pause {
     MOXPVR_REQUEST(Pause)
     MOXPVR_NO_FIELDS
 };
 
+/// Continues a paused recording.
 struct Resume {
     MOXPVR_REQUEST(Resume)
     MOXPVR_NO_FIELDS
 };
 
+/// Ends the recording. Its PIDs stay until ClearDemuxInfo.
 struct Stop {
     MOXPVR_REQUEST(Stop)
     MOXPVR_NO_FIELDS
@@ -344,7 +361,7 @@ struct GetProgress {
 /// Turns the running timeshift buffer into a recording.
 struct SwapTS2Record {
     MOXPVR_REQUEST(SwapTS2Record)
-    Sink sink;
+    Sink sink;  ///< the recording that the buffer becomes
 
     MOXPVR_FIELDS { Sink::Fields(self.sink, visit); }
 };
@@ -352,7 +369,7 @@ struct SwapTS2Record {
 /// More PIDs, as the service information names them: their number at offset 4, then each.
 struct UpdateSi {
     MOXPVR_REQUEST(UpdateSi)
-    PidList pids;
+    PidList pids;  ///< each is programmed once until ClearDemuxInfo
 
     MOXPVR_FIELDS { visit(Field{4, "pids", Meaning::Pid}, self.pids); }
 };
@@ -360,7 +377,7 @@ struct UpdateSi {
 /// Asks how much timeshift a disk holds; answered by GetTSDurationReply.
 struct GetTSDuration {
     MOXPVR_REQUEST(GetTSDuration)
-    std::uint32_t diskSize = 0;
+    std::uint32_t diskSize = 0;  ///< in the unit of the platform
 
     MOXPVR_FIELDS { visit(Field{4, "diskSize", Meaning::Number}, self.diskSize); }
 };
@@ -371,9 +388,10 @@ struct ClearDemuxInfo {
     MOXPVR_NO_FIELDS
 };
 
+/// Reports a change of the TV's power state; only logged.
 struct RecordInformPowerChange {
     MOXPVR_REQUEST(RecordInformPowerChange)
-    std::int32_t powerState = 0;
+    std::int32_t powerState = 0;  ///< in the numbers of the sender
 
     MOXPVR_FIELDS { visit(Field{4, "powerState", Meaning::Number}, self.powerState); }
 };
@@ -387,7 +405,7 @@ struct GetTunerIndex {
 /// Another audio PID for a recording that runs.
 struct SetBackgroundAPID {
     MOXPVR_REQUEST(SetBackgroundAPID)
-    std::uint32_t audioPid = 0;
+    std::uint32_t audioPid = 0;  ///< replaces the one of SetDemuxProperty
 
     MOXPVR_FIELDS { visit(Field{4, "audioPid", Meaning::Pid}, self.audioPid); }
 };
@@ -395,7 +413,7 @@ struct SetBackgroundAPID {
 /// How long to record.
 struct SetDuration {
     MOXPVR_REQUEST(SetDuration)
-    std::int32_t duration = 0;
+    std::int32_t duration = 0;  ///< stream time after which the platform ends the recording
 
     MOXPVR_FIELDS { visit(Field{4, "duration", Meaning::Time}, self.duration); }
 };
@@ -407,6 +425,7 @@ struct PreStart {
 };
 
 /// Calls visit(request) with an empty request of every command, in the order of their numbers.
+/// @param visit  takes any request by value or const reference
 template <typename Visitor>
 void ForEachRequest(Visitor &&visit) {
     visit(SetHandle{});
@@ -433,12 +452,14 @@ void ForEachRequest(Visitor &&visit) {
 /// @name Replies
 /// @{
 
-/// Both are the low 32 bits of what the platform says.
+/// How far the recording is. Both are the low 32 bits of what the platform reports.
 struct GetProgressReply {
+    /// @return the command that it answers
     static constexpr Command Question() { return Command::GetProgress; }
+    /// @return the name of that command
     static constexpr const char *Name() { return "GetProgress"; }
-    std::uint32_t position = 0;
-    std::uint32_t duration = 0;
+    std::uint32_t position = 0;  ///< time written
+    std::uint32_t duration = 0;  ///< time that the sink holds
 
     MOXPVR_FIELDS {
         visit(Field{0, "position", Meaning::Time}, self.position);
@@ -446,18 +467,24 @@ struct GetProgressReply {
     }
 };
 
+/// How much timeshift fits the disk.
 struct GetTSDurationReply {
+    /// @return the command that it answers
     static constexpr Command Question() { return Command::GetTSDuration; }
+    /// @return the name of that command
     static constexpr const char *Name() { return "GetTSDuration"; }
-    std::uint32_t duration = 0;
+    std::uint32_t duration = 0;  ///< in the unit of the platform
 
     MOXPVR_FIELDS { visit(Field{0, "duration", Meaning::Time}, self.duration); }
 };
 
+/// The tuner index that the instance was registered with.
 struct GetTunerIndexReply {
+    /// @return the command that it answers
     static constexpr Command Question() { return Command::GetTunerIndex; }
+    /// @return the name of that command
     static constexpr const char *Name() { return "GetTunerIndex"; }
-    std::int32_t tunerIndex = 0;
+    std::int32_t tunerIndex = 0;  ///< 0 for the recorder of the entry points
 
     MOXPVR_FIELDS { visit(Field{0, "tunerIndex", Meaning::Number}, self.tunerIndex); }
 };
@@ -465,6 +492,7 @@ struct GetTunerIndexReply {
 /// @}
 
 /// Calls visit(reply) with an empty reply of every command that has one.
+/// @param visit  takes any reply by value or const reference
 template <typename Visitor>
 void ForEachReply(Visitor &&visit) {
     visit(GetProgressReply{});
@@ -478,6 +506,7 @@ void ForEachReply(Visitor &&visit) {
 
 namespace playback {
 
+/// Commands of a playback; the record of each has the same name.
 enum class Command : std::uint32_t {
     SetHandle = 1,
     SetProperty = 2,
@@ -509,11 +538,12 @@ struct SetHandle {
 /// What to play.
 struct SetProperty {
     MOXPVR_REQUEST(SetProperty)
-    static constexpr std::size_t Path() { return 4; }  ///< where the path lies
+    /// @return where the path lies
+    static constexpr std::size_t Path() { return 4; }
 
-    TextField path;
-    std::int32_t startPosition = 0;
-    std::int32_t isTimeshift = 0;
+    TextField path;                   ///< of the recording or timeshift buffer
+    std::int32_t startPosition = 0;   ///< where playback starts, also where Reset looks
+    std::int32_t isTimeshift = 0;     ///< the source is a timeshift buffer
     std::int32_t isPastPlayback = 0;  ///< stored only
 
     MOXPVR_FIELDS {
@@ -524,26 +554,29 @@ struct SetProperty {
     }
 };
 
+/// Starts the stream and its user data.
 struct Start {
     MOXPVR_REQUEST(Start)
     MOXPVR_NO_FIELDS
 };
 
+/// Pauses playback.
 struct Pause {
     MOXPVR_REQUEST(Pause)
     MOXPVR_NO_FIELDS
 };
 
+/// Continues a paused playback.
 struct Resume {
     MOXPVR_REQUEST(Resume)
     MOXPVR_NO_FIELDS
 };
 
-/// Plays on at another rate.
+/// Continues at another rate.
 struct TrickPlay {
     MOXPVR_REQUEST(TrickPlay)
-    std::uint32_t time = 0;
-    double rate = 1.0;
+    std::uint32_t time = 0;  ///< where the change was asked for
+    double rate = 1.0;       ///< 1.0 is normal speed, negative is rewind
 
     MOXPVR_FIELDS {
         visit(Field{4, "time", Meaning::Time}, self.time);
@@ -551,12 +584,12 @@ struct TrickPlay {
     }
 };
 
-/// Plays on from another place. The channel there is looked up with the time as a signed number;
+/// Continues from another place. The channel there is looked up with the time as a signed number;
 /// the player is moved to it as an unsigned one.
 struct Skip {
     MOXPVR_REQUEST(Skip)
-    std::uint32_t time = 0;
-    double rate = 1.0;
+    std::uint32_t time = 0;  ///< where to
+    double rate = 1.0;       ///< 1.0 is normal speed, negative is rewind
 
     MOXPVR_FIELDS {
         visit(Field{4, "time", Meaning::Time}, self.time);
@@ -564,6 +597,7 @@ struct Skip {
     }
 };
 
+/// Stops the user data and the stream.
 struct Stop {
     MOXPVR_REQUEST(Stop)
     MOXPVR_NO_FIELDS
@@ -581,6 +615,7 @@ struct StepFrame {
     MOXPVR_NO_FIELDS
 };
 
+/// Readies the player.
 struct Ready {
     MOXPVR_REQUEST(Ready)
     MOXPVR_NO_FIELDS
@@ -599,6 +634,7 @@ struct AllPidDescrambled {
 };
 
 /// Calls visit(request) with an empty request of every command, in the order of their numbers.
+/// @param visit  takes any request by value or const reference
 template <typename Visitor>
 void ForEachRequest(Visitor &&visit) {
     visit(SetHandle{});
@@ -619,13 +655,15 @@ void ForEachRequest(Visitor &&visit) {
 /// @name Replies
 /// @{
 
-/// Position and duration are the low 32 bits of what the platform says.
+/// How far playback is. Position and duration are the low 32 bits of what the platform reports.
 struct GetProgressReply {
+    /// @return the command that it answers
     static constexpr Command Question() { return Command::GetProgress; }
+    /// @return the name of that command
     static constexpr const char *Name() { return "GetProgress"; }
-    std::int32_t result = 0;  ///< the platform's own
-    std::uint32_t position = 0;
-    std::uint32_t duration = 0;
+    std::int32_t result = 0;     ///< the platform's own
+    std::uint32_t position = 0;  ///< what is played now
+    std::uint32_t duration = 0;  ///< of the whole source
 
     MOXPVR_FIELDS {
         visit(Field{0, "result", Meaning::Number}, self.result);
@@ -634,8 +672,11 @@ struct GetProgressReply {
     }
 };
 
+/// What may be played of a scrambled service's audio.
 struct AllPidDescrambledReply {
+    /// @return the command that it answers
     static constexpr Command Question() { return Command::AllPidDescrambled; }
+    /// @return the name of that command
     static constexpr const char *Name() { return "AllPidDescrambled"; }
     std::uint32_t all = 0;  ///< 1: all audio PIDs are descrambled; 0: only one is
 
@@ -645,6 +686,7 @@ struct AllPidDescrambledReply {
 /// @}
 
 /// Calls visit(reply) with an empty reply of every command that has one.
+/// @param visit  takes any reply by value or const reference
 template <typename Visitor>
 void ForEachReply(Visitor &&visit) {
     visit(GetProgressReply{});
@@ -658,8 +700,9 @@ void ForEachReply(Visitor &&visit) {
 /// Size of the record that comes with an event.
 constexpr std::size_t kEventSize = 16;
 
-/// With SIGNAL_PVR_SYS_CHANGE. The words are 0 unless docs/events.md says otherwise.
+/// With SIGNAL_PVR_SYS_CHANGE. The last three are 0 unless docs/events.md has a value.
 struct SysChangeEvent {
+    /// @return the name of the event's number
     static constexpr const char *Name() { return "SIGNAL_PVR_SYS_CHANGE"; }
     std::uint8_t handle = 0;                 ///< `c0`, the number that SetHandle gave the sender
     EventDetail detail = EventDetail::None;  ///< `c1`
@@ -678,9 +721,10 @@ struct SysChangeEvent {
 
 /// With SIGNAL_PVR_RECORDER_STARTED.
 struct RecorderStartedEvent {
+    /// @return the name of the event's number
     static constexpr const char *Name() { return "SIGNAL_PVR_RECORDER_STARTED"; }
-    RecordType recordType = RecordType::None;
-    std::uint64_t serviceId = 0;  ///< as SetHandle gave it
+    RecordType recordType = RecordType::None;  ///< of the sink that is written
+    std::uint64_t serviceId = 0;               ///< as SetHandle gave it
 
     MOXPVR_FIELDS {
         visit(Field{0, "recordType", Meaning::Number}, self.recordType);
@@ -694,15 +738,17 @@ struct RecorderStartedEvent {
 /// with its last three characters replaced by "inf". The service writes it; what a shorter file
 /// does not hold reads as 0, bytes that no field names are the service's own.
 struct InformationFile {
+    /// @return what to call it in messages
     static constexpr const char *Name() { return "information file"; }
-    /// Size of the whole file; no more is ever read.
+    /// @return bytes of the whole file; no more is ever read
     static constexpr std::size_t Size() { return 10645; }
 
-    std::uint32_t videoPid = kNoPid;
-    std::uint32_t pcrPid = kNoPid;
-    std::uint32_t audioPid = kNoPid;
-    ChannelType channelType = ChannelType::Digital;
+    std::uint32_t videoPid = kNoPid;                 ///< of the recorded service
+    std::uint32_t pcrPid = kNoPid;                   ///< of the recorded service
+    std::uint32_t audioPid = kNoPid;                 ///< its main audio
+    ChannelType channelType = ChannelType::Digital;  ///< how it was received
 
+    /// @return whether the recording is of an analogue channel
     bool IsAnalogue() const {
         return channelType == ChannelType::Analogue || channelType == ChannelType::AnalogueCable;
     }
@@ -817,7 +863,7 @@ struct Reader {
     }
 };
 
-/// Requests begin with their command word, the other records with their first field.
+/// Requests start with their command word, the other records with their first field.
 template <typename Record>
 auto PutCommand(const Writer &writer, int /*preferred*/) -> decltype(Record::Number(), void()) {
     writer.Put(0, static_cast<std::uint64_t>(Record::Number()), 4);
@@ -827,7 +873,8 @@ void PutCommand(const Writer & /*writer*/, long /*otherwise*/) {}
 
 }  // namespace detail
 
-/// @return bytes from the start of a record to the end of its last field
+/// @param record  with its list filled, where it has one
+/// @return        bytes from the start of a record to the end of its last field, 4 at least
 template <typename Record>
 constexpr std::size_t EncodedSize(const Record &record) {
     detail::SizeOfFields fields;
@@ -835,8 +882,9 @@ constexpr std::size_t EncodedSize(const Record &record) {
     return fields.size < 4 ? 4 : fields.size;
 }
 
-/// Encodes a record.
-/// @param bytes  EncodedSize(record) of them, zeroed by the caller
+/// Encodes a record; bytes between its fields stay as they are.
+/// @param record  request, reply, event or information file
+/// @param bytes   EncodedSize(record) of them, zeroed by the caller
 template <typename Record>
 void Encode(const Record &record, unsigned char *bytes) {
     const detail::Writer writer{bytes};
@@ -844,7 +892,9 @@ void Encode(const Record &record, unsigned char *bytes) {
     Record::Fields(record, writer);
 }
 
-/// @return the record's bytes
+/// @param record  request, reply, event or information file
+/// @return        its bytes, zero between the fields
+/// @throw std::bad_alloc  out of memory
 template <typename Record>
 std::vector<unsigned char> EncodeBytes(const Record &record) {
     std::vector<unsigned char> bytes(EncodedSize(record));
@@ -853,7 +903,10 @@ std::vector<unsigned char> EncodeBytes(const Record &record) {
 }
 
 /// Decodes a record. Every field is written; those that lie past the bytes, in whole or in part,
-/// read 0 there. The command word of a request is not looked at.
+/// read 0 there. The command number of a request is ignored.
+/// @param bytes   from the start of the record; null only with a size of 0
+/// @param size    how many
+/// @param record  out
 template <typename Record>
 void Decode(const unsigned char *bytes, std::size_t size, Record &record) {
     const detail::Reader reader{bytes, size};
@@ -863,6 +916,8 @@ void Decode(const unsigned char *bytes, std::size_t size, Record &record) {
 /// A request as the control calls take it: two lower-case hexadecimal digits per byte.
 class RequestText {
   public:
+    /// @param request  encoded at once; not kept
+    /// @throw std::bad_alloc  out of memory
     template <typename Request>
     explicit RequestText(const Request &request) {
         static_assert(sizeof Request::Number() == 4, "only requests have a command number");
@@ -873,9 +928,11 @@ class RequestText {
         }
     }
 
-    /// The text, NUL-terminated; belongs to this object.
+    /// @return the text, NUL-terminated; belongs to this object
     unsigned char *data() { return reinterpret_cast<unsigned char *>(&m_text[0]); }
+    /// @return its characters, the NUL not counted
     unsigned int size() const { return static_cast<unsigned int>(m_text.size()); }
+    /// @return the same text; belongs to this object
     const std::string &text() const { return m_text; }
 
   private:
@@ -895,9 +952,12 @@ constexpr int DigitValue(unsigned char c) {
 }  // namespace detail
 
 /// Decodes the text of a reply (or of a short request).
-/// @param text  `size` characters
-/// @return      false for a text that holds something else than pairs of hexadecimal digits, fewer
-///              bytes than the record or more than a request may have; the record stays as it was
+/// @param text    `size` characters, either case; null is refused
+/// @param size    of the text, in characters
+/// @param record  out: stays as it was when the text is refused
+/// @return        false for a text that holds something else than pairs of hexadecimal digits,
+///                fewer bytes than the record or more than a request may have
+/// @throw std::bad_alloc  out of memory
 template <typename Record>
 bool DecodeText(const unsigned char *text, std::size_t size, Record &record) {
     if (text == nullptr || size % 2 != 0 || size > kMaxRequestText ||
@@ -915,7 +975,9 @@ bool DecodeText(const unsigned char *text, std::size_t size, Record &record) {
     return true;
 }
 
-/// @return the command number that a request begins with, 0 for fewer than four bytes
+/// @param bytes  of a request
+/// @param size   how many
+/// @return       the command number that it starts with, 0 for fewer than four bytes
 inline std::uint32_t CommandOf(const unsigned char *bytes, std::size_t size) {
     return static_cast<std::uint32_t>(
         detail::Reader{bytes, size < 4 ? std::size_t{0} : size}.Get(0, 4));

@@ -9,12 +9,18 @@ struct MOXHandle;
 /// throws.
 class TIUserDataManager {
   public:
+    /// @param handle  who asks; the library always asks as (1, 20)
     /// @return the manager of a handle, or null when there is none; owned by the platform
     static TIUserDataManager *Instance(const MOXHandle &handle);
 
     /// Follows the user data of a stream.
-    /// @return a result that callers only log
+    /// @param stream  of tv_stream.h; used until Stop
+    /// @param option  always 1
+    /// @return        a result that callers only log
     int Start(void *stream, int option);
+
+    /// Leaves the stream.
+    /// @return a result that callers only log
     int Stop();
 };
 

@@ -2,7 +2,7 @@
 /// Plain types that the TV's media libraries share with their users.
 ///
 /// Only the documented fields have a meaning here; everything between them belongs to the media
-/// libraries and travels through unread. The offsets are part of the binary interface; the library
+/// libraries and is passed on unread. The offsets are part of the binary interface; the library
 /// checks them when it is built, also against a TV's own header of this name.
 #ifndef TVPLATFORM_TVTYPES_H
 #define TVPLATFORM_TVTYPES_H
@@ -59,49 +59,49 @@ enum EAudioSelectionType : uint32_t {
 
 /// Sound command of the TV's audio session manager (ASM); only the command word is read.
 struct TvStreamAsmSoundCommand {
-    int32_t command;
+    int32_t command;  ///< 2 is reported to the service
 };
 
 /// A video stream of a service.
 struct TSVideo {
-    uint8_t reserved0[10];
-    uint16_t pid;  ///< video PID
-    EVideoEncodeType codecType;
-    uint16_t pcrPid;
-    uint16_t reserved1;
+    uint8_t reserved0[10];       ///< the media libraries'
+    uint16_t pid;                ///< video PID
+    EVideoEncodeType codecType;  ///< at offset 12
+    uint16_t pcrPid;             ///< PCR_PID of the PMT (ISO/IEC 13818-1, 2.4.4.9)
+    uint16_t reserved1;          ///< the media libraries'
 };
 
 /// An audio stream of a service, audio description included.
 struct TSAudio {
-    uint8_t reserved0[16];
-    EAudioEncodeType codecType;
-    uint16_t pid;  ///< audio PID
-    uint16_t reserved1;
-    EMultiSoundMode multiSoundMode;
+    uint8_t reserved0[16];           ///< the media libraries'
+    EAudioEncodeType codecType;      ///< at offset 16
+    uint16_t pid;                    ///< audio PID
+    uint16_t reserved1;              ///< the media libraries'
+    EMultiSoundMode multiSoundMode;  ///< at offset 24
 };
 
 /// Channel information: the streams of one channel at one time of a stream or a recording.
 /// Multi-byte fields are in the machine's (little-endian) order.
 struct TvChannelInfo {
-    uint8_t reserved0[6];
-    uint16_t programNum;  ///< program_number of the service
-    uint16_t major;
-    uint16_t minor;
-    uint8_t reserved12[132];
-    int32_t audioPid;
-    uint8_t reserved148[4];
-    EAudioEncodeType audioCodecType;
-    EMultiSoundMode multiSoundMode;
-    uint8_t reserved160[8];
-    int32_t korean3d;        ///< 1: a 3D service with a second video stream
-    uint16_t videoPid;       ///< 0 or 0xFFFF: no video
-    uint16_t subVideoPid;    ///< second video stream of a 3D service
-    uint8_t videoCodecType;  ///< EVideoEncodeType in one byte
-    uint8_t reserved177;
-    uint16_t pcrPid;
-    uint8_t reserved180[4];
-    int32_t pidDescrambled;  ///< non-zero: the sender reports descrambled PIDs
-    uint8_t reserved[4];     ///< [1] non-zero: only one audio PID is descrambled
+    uint8_t reserved0[6];     ///< the media libraries', as every reserved field but the last
+    uint16_t programNum;      ///< program_number (ISO/IEC 13818-1, 2.4.4.5)
+    uint16_t major;           ///< channel number
+    uint16_t minor;           ///< its second part, where it has one
+    uint8_t reserved12[132];  ///< from offset 12
+    int32_t audioPid;         ///< without video, above 0 means audio only
+    uint8_t reserved148[4];   ///< from offset 148
+    EAudioEncodeType audioCodecType;  ///< of the audio PID
+    EMultiSoundMode multiSoundMode;   ///< of the audio PID
+    uint8_t reserved160[8];           ///< from offset 160
+    int32_t korean3d;                 ///< 1: a 3D service with a second video stream
+    uint16_t videoPid;                ///< 0 or 0xFFFF: no video
+    uint16_t subVideoPid;             ///< second video stream of a 3D service
+    uint8_t videoCodecType;           ///< EVideoEncodeType in one byte
+    uint8_t reserved177;              ///< at offset 177
+    uint16_t pcrPid;                  ///< PCR_PID of the PMT (ISO/IEC 13818-1, 2.4.4.9)
+    uint8_t reserved180[4];           ///< from offset 180
+    int32_t pidDescrambled;           ///< non-zero: the sender reports descrambled PIDs
+    uint8_t reserved[4];              ///< [1] non-zero: only one audio PID is descrambled
 };
 
 #endif

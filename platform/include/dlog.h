@@ -13,8 +13,8 @@ extern "C" {
 /// @param log_id  log buffer
 /// @param prio    priority: 2 trace, 4 progress, 16 failures and field diagnosis
 /// @param tag     who writes; not copied, need not outlive the call
-/// @param fmt     printf format, with its arguments behind it
-/// @return        number of characters written, negative on failure; nobody looks at it
+/// @param fmt     printf format, followed by its arguments
+/// @return        number of characters written, negative on failure; callers ignore it
 int __dlog_print(int log_id, int prio, const char *tag, const char *fmt, ...)
     __attribute__((format(printf, 4, 5)));
 }

@@ -2,8 +2,11 @@
 /// The TV's player library: the transport of one playback.
 ///
 /// Every function answers 0 on success and a non-zero code of the library otherwise. Positions and
-/// durations are milliseconds of stream time. The player belongs to whoever created it. Its
-/// callbacks go to the PVR service, which hands them on.
+/// durations are in the TV's own unit, milliseconds of stream time in the desktop stand-in. The
+/// player belongs to whoever created it. Its callbacks go to the PVR service, which hands them on.
+///
+/// Threads: the calls come from the thread of a request, and from that of a callback which the
+/// service hands on.
 #ifndef TVPLATFORM_TV_PLAYER_H
 #define TVPLATFORM_TV_PLAYER_H
 
@@ -11,21 +14,38 @@
 
 extern "C" {
 
+/// @{
+/// Makes the player ready, pauses it, lets it continue.
+/// @param player  the object to drive
+/// @return        0 on success
 int tv_player_ready(void *player);
 int tv_player_pause(void *player);
 int tv_player_resume(void *player);
+/// @}
 
 /// Shows the next picture of a paused playback.
+/// @param player  the object to drive
+/// @return        0 on success
 int tv_player_step_play(void *player);
 
-/// Plays on at another rate.
+/// Continues at another rate; a refused rate leaves the playback as it was.
+/// @param player    the object to drive
 /// @param position  where the change was asked for
 /// @param rate      1.0 normal, below 1.0 slow, negative backwards
+/// @return          0 on success
 int tv_player_set_play_speed(void *player, long long position, double rate);
 
-/// Moves to a position and plays on from there at `rate`.
+/// Moves to a position and continues from there.
+/// @param player    the object to drive
+/// @param position  where to
+/// @param rate      as above
+/// @return          0 on success; the unmute that follows comes after the return
 int tv_player_set_position(void *player, long long position, double rate);
 
+/// @param player    the object to ask
+/// @param position  out: what is played now
+/// @param duration  out: of the whole source
+/// @return          0 on success
 int tv_player_get_position(void *player, long long *position, long long *duration);
 }
 
