@@ -53,12 +53,12 @@ class MOXPVR_EXPORT IMOXPVRPlayback {
 
     /// What a platform callback carries.
     struct MOXPVRPlaybackCallbackProperty {
-        int SubEventType;  ///< 0 and 1 are forwarded; 3: another channel's stretch begins
+        int SubEventType;  ///< 0 and 1 are forwarded; 3: another channel's stretch starts
         int timeCode;      ///< in the player's time unit; rewritten when rewinding over 3
         int errCode;       ///< 1 and 3 are forwarded
     };
 
-    /// Carries out one control request (the playback commands of docs/protocol.md, 1 to 13).
+    /// Carries out one control request (the playback commands of docs/protocol.md).
     /// @param inSize   as IMOXPVRRecorder::CtrlRecorder; so are the others
     /// @param inData   request text
     /// @param outSize  out: characters of reply text
@@ -68,12 +68,12 @@ class MOXPVR_EXPORT IMOXPVRPlayback {
                                       unsigned int &outSize, unsigned char *outData) = 0;
 
     /// Applies the PIDs that changed; 0xFFFFFFFE keeps one. The audio PID changes only when all
-    /// audio PIDs are descrambled and the source is no timeshift buffer; the codecs of the
+    /// audio PIDs are descrambled and the source is not a timeshift buffer; the codecs of the
     /// recording are then programmed again.
     /// @param videoPid  in the recording
     /// @param audioPid  in the recording
     /// @param pcrPid    in the recording
-    /// @return          0, also when nothing changed; with a new audio PID that of the codecs
+    /// @return  0, also when nothing changed; with a new audio PID the result for the codecs
     virtual unsigned int SetPidProperty(unsigned int videoPid, unsigned int audioPid,
                                         unsigned int pcrPid) = 0;
 
@@ -84,7 +84,7 @@ class MOXPVR_EXPORT IMOXPVRPlayback {
     /// @param audioPid        in the recording
     /// @param audioCodecType  for property 314; sent when the audio PID changes
     /// @param pcrPid          in the recording
-    /// @return                0, also when nothing changed; with a new audio PID that of the codecs
+    /// @return  0, also when nothing changed; with a new audio PID the result for the codecs
     virtual unsigned int SetPidProperty(unsigned int videoPid, unsigned int videoCodecType,
                                         unsigned int audioPid, unsigned int audioCodecType,
                                         unsigned int pcrPid) = 0;
@@ -108,6 +108,7 @@ class MOXPVR_EXPORT IMOXPVRPlayback {
     /// @param ad  PID, and codec in the numbers of TVTypes.h
     /// @return    0, or the platform's result; then the earlier PID and codec stay remembered
     virtual unsigned int SetADProperty(TSAudio ad) = 0;
+
     /// Clears PID and codec of audio description and switches it off.
     /// @return the platform's result of switching it off
     virtual unsigned int DisableADProperty() = 0;

@@ -31,9 +31,9 @@ class MOXPVR_EXPORT IMOXPVRRecorder {
     /// Carries out one control request (the recorder commands of docs/protocol.md).
     ///
     /// @param inSize   characters of request text
-    /// @param inData   request text: two hexadecimal digits per byte of a little-endian record; its
-    ///                 first 32-bit word is the command number, 1 to 19. No more than `inSize`
-    ///                 characters are read or logged
+    /// @param inData   request text: two hexadecimal digits per byte of a record of
+    ///                 MoxPvrProtocol.h, which starts with the command number. No more than
+    ///                 `inSize` characters are read or logged
     /// @param outSize  out: characters of reply text; untouched when the command gives no reply
     /// @param outData  reply buffer, at least twice the reply's bytes plus one; may be null for
     ///                 commands without a reply

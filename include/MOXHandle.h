@@ -19,7 +19,7 @@ enum ProfileType : int {
 /// Threads: a plain value, safe to copy anywhere.
 struct MOXHandle {
     int profileId = PROFILE_TYPE_MAIN;  ///< profile type, signed 32 bits
-    unsigned short subId = 0;           ///< tells instances of one profile type apart
+    unsigned short subId = 0;           ///< distinguishes instances of one profile type
 };
 
 /// Order of the registries: by `profileId` (signed), then by `subId` (unsigned).

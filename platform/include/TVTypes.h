@@ -57,7 +57,7 @@ enum EAudioSelectionType : uint32_t {
     AUDIO_SELECTION_USER = 1,
 };
 
-/// Sound command of the TV's audio session manager (ASM); only the command word is read.
+/// Sound command of the TV's audio session manager (ASM); only the command is read.
 struct TvStreamAsmSoundCommand {
     int32_t command;  ///< 2 is reported to the service
 };

@@ -3,10 +3,10 @@
 ///
 /// Every function answers 0 on success and a non-zero code of the library otherwise. Positions and
 /// durations are in the TV's own unit, milliseconds of stream time in the desktop stand-in. The
-/// player belongs to whoever created it. Its callbacks go to the PVR service, which hands them on.
+/// player belongs to whoever created it. Its callbacks go to the PVR service, which passes them on.
 ///
-/// Threads: the calls come from the thread of a request, and from that of a callback which the
-/// service hands on.
+/// Threads: the calls come from the threads on which the service sends requests and passes
+/// callbacks on.
 #ifndef TVPLATFORM_TV_PLAYER_H
 #define TVPLATFORM_TV_PLAYER_H
 
@@ -28,7 +28,7 @@ int tv_player_resume(void *player);
 /// @return        0 on success
 int tv_player_step_play(void *player);
 
-/// Continues at another rate; a refused rate leaves the playback as it was.
+/// Continues at another rate.
 /// @param player    the object to drive
 /// @param position  where the change was asked for
 /// @param rate      1.0 normal, below 1.0 slow, negative backwards

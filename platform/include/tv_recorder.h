@@ -73,8 +73,7 @@ int tv_recorder_set_playing_state_for_tuner_and_demuxer(void *recorder);
 /// Applies (id, value) pairs in the order given; the list is closed by a 0 id. Integer values are
 /// passed as `int`, the others as pointers: see @ref TvRecorderProperty.
 /// @param recorder  the object to drive
-/// @param id        first property, followed by its value and further pairs; what a pointer leads
-/// to
+/// @param id        first property, followed by its value and further pairs; what pointers lead to
 ///                  is copied before the call returns
 /// @return          0 on success
 int tv_recorder_set_property(void *recorder, int id, ...);

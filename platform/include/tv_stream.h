@@ -43,17 +43,16 @@ int tv_stream_stop(void *stream);
 /// Applies (id, value) pairs in the order given; the list is closed by a 0 id. Integer values are
 /// passed as `int`, the others as pointers: see @ref TvStreamProperty.
 /// @param stream  the object to drive; a recorder for TV_PROPERTY_RECORD_DURATION
-/// @param id      first property, followed by its value and further pairs; what a pointer leads to
-///                is copied before the call returns
+/// @param id      first property, followed by its value and further pairs; what pointers lead to is
+///                copied before the call returns
 /// @return        0 on success
 int tv_stream_set_property(void *stream, int id, ...);
 
 /// @param stream  the object to ask
 /// @param time    position in the source, in the player's unit
-/// @param info    out: the record that applies then; owned by the stream, never freed by the
-/// caller.
-///                It stays valid and unchanged until the next call on the stream, whatever it is:
-///                callers copy the fields that they need straight away
+/// @param info    out: the record that applies then, owned by the stream and never freed by the
+///                caller. It stays valid and unchanged until the next call on the stream, whatever
+///                it is: callers copy the fields that they need straight away
 /// @return        0 on success; a failure is any number but -1, which callers take for
 ///                "same channel"
 int tv_stream_get_channel_info(void *stream, int time, TvChannelInfo **info);
@@ -68,7 +67,7 @@ int tv_stream_is_audio_description_enabled(void *stream);
 int tv_stream_enable_audio_description(void *stream, unsigned int pid);
 
 /// @param stream  the object to drive
-/// @return        0 on success, also when it was off
+/// @return        0 on success
 int tv_stream_disable_audio_description(void *stream);
 
 /// Korean 3D, a second video stream for the other eye.
