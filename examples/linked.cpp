@@ -1,47 +1,48 @@
 // A service that is linked to the library: records the radio of the sample stream to a file.
 #include <MoxPvr.h>
+#include <MoxPvrProtocol.h>
 #include <TvDesktop.h>
 
 #include <cstdio>
-#include <cstring>
 #include <future>
-#include <string>
 
 namespace {
 
-// Sends one request to the recorder: a byte record as hexadecimal text.
-bool Send(std::string text) {
+namespace recorder = moxpvr::recorder;
+
+// Sends one request to the recorder: a record as hexadecimal text.
+template <typename Request>
+bool Send(const Request &request) {
+    moxpvr::RequestText text(request);
     unsigned int replySize = 0;
-    const unsigned int result = mox_pvr_control_recording(
-        static_cast<unsigned int>(text.size()), reinterpret_cast<unsigned char *>(text.data()),
-        replySize, nullptr);
+    const unsigned int result =
+        mox_pvr_control_recording(text.size(), text.data(), replySize, nullptr);
     if (result != 0)
-        std::fprintf(stderr, "request %.8s was answered with %u\n", text.c_str(), result);
+        std::fprintf(stderr, "%s was answered with %u\n", request.Name(), result);
     return result == 0;
 }
 
-// Command 3: the path in a field of 256 bytes; the timeshift and segment flags after it are 0.
-std::string SetSinkProperty(const std::string &path) {
-    unsigned char record[268] = {3};
-    std::strncpy(reinterpret_cast<char *>(record + 4), path.c_str(), 255);
-    char text[2 * sizeof(record) + 1];
-    unsigned int length = 0;
-    build_buf_to_string(record, sizeof(record), text, &length);
-    return text;
+// Names who, where and what to record. The radio is service 2; its clock is in the audio.
+bool SetUp(const char *path) {
+    recorder::SetHandle handle;
+    handle.handle = 7;
+    handle.serviceId = 2;
+    recorder::SetSinkProperty file;
+    recorder::SetDemuxProperty pids;
+    pids.audioPid = pids.pcrPid = 0x201;
+    recorder::UpdateSi tables;
+    tables.pids.Add(0);       // PAT
+    tables.pids.Add(0x1001);  // PMT
+    return file.sink.path.Set(path) && Send(handle) && Send(file) && Send(pids) && Send(tables);
 }
 
 // @return whether everything was recorded
 bool Record(const char *path, std::future<bool> endOfSource) {
-    if (!Send("010000000700000002000000000000000000000000000000") ||  // SetHandle: 7, service 2
-        !Send(SetSinkProperty(path)) ||
-        !Send("0200000001020000ffffffff01020000") ||  // SetDemuxProperty: audio 0x201, no video
-        !Send("0c000000020000000000000001100000") ||  // UpdateSi: PAT and PMT
-        !Send("13000000") ||                          // PreStart
-        !Send("06000000"))                            // Start
+    if (!SetUp(path) || !Send(recorder::PreStart{}) || !Send(recorder::Start{}))
         return false;
     const bool isWhole = endOfSource.get();
-    const bool isStopped = Send("09000000");          // Stop
-    return Send("0e000000") && isStopped && isWhole;  // ClearDemuxInfo
+    const bool isStopped = Send(recorder::Stop{});
+    return Send(recorder::ClearDemuxInfo{}) && isStopped && isWhole;
 }
 
 }  // namespace
@@ -53,12 +54,18 @@ int main(int argc, char **argv) {
     }
     tvdesktop::SetLogMinimumPriority(17);  // no log
 
-    // Detail code 102: the source has ended. 151 to 153: the recording failed.
+    // In the stand-in application message 4 is the end of the source.
     std::promise<bool> ended;
     const int subscription = tvdesktop::Subscribe([&ended](const tvdesktop::Event &event) {
-        const int detail = event.number == 31 ? event.record[1] : 0;
-        if (detail == 102 || (detail >= 151 && detail <= 153))
-            ended.set_value(detail == 102);
+        if (event.number != moxpvr::SIGNAL_PVR_SYS_CHANGE)
+            return;
+        moxpvr::SysChangeEvent change;
+        moxpvr::Decode(event.record.data(), event.record.size(), change);
+        const bool isEnd = change.detail == moxpvr::EventDetail::RecorderApplication4;
+        if (isEnd || change.detail == moxpvr::EventDetail::RecorderError0 ||
+            change.detail == moxpvr::EventDetail::RecorderError2 ||
+            change.detail == moxpvr::EventDetail::RecorderError4)
+            ended.set_value(isEnd);
     });
 
     // On a TV the recorder comes from the TV; 0 is for as fast as the disk allows.

@@ -1,11 +1,10 @@
 // A service that loads the library at run time and finds its entry points by name.
 #include <dlfcn.h>
+#include <MoxPvrProtocol.h>
 
 #include <cstdio>
 
 namespace {
-
-constexpr unsigned int kNoInstance = 9999;
 
 using ControlRecording = unsigned int(unsigned int, unsigned char *, unsigned int &,
                                       unsigned char *);
@@ -28,9 +27,9 @@ int main(int argc, char **argv) {
     }
 
     // Start, before any recorder was registered.
-    unsigned char request[] = "06000000";
+    moxpvr::RequestText request(moxpvr::recorder::Start{});
     unsigned int replySize = 0;
-    const unsigned int result = control(8, request, replySize, nullptr);
+    const unsigned int result = control(request.size(), request.data(), replySize, nullptr);
     std::printf("mox_pvr_control_recording answered %u\n", result);
-    return result == kNoInstance ? 0 : 1;
+    return result == moxpvr::kNoInstance ? 0 : 1;
 }
