@@ -14,14 +14,20 @@
 
 extern "C" {
 
-/// @{
-/// Makes the player ready, pauses it, lets it continue.
+/// Readies the player for playback.
 /// @param player  the object to drive
 /// @return        0 on success
 int tv_player_ready(void *player);
+
+/// Pauses playback.
+/// @param player  the object to drive
+/// @return        0 on success
 int tv_player_pause(void *player);
+
+/// Continues a paused playback.
+/// @param player  the object to drive
+/// @return        0 on success
 int tv_player_resume(void *player);
-/// @}
 
 /// Shows the next picture of a paused playback.
 /// @param player  the object to drive
@@ -42,6 +48,7 @@ int tv_player_set_play_speed(void *player, long long position, double rate);
 /// @return          0 on success; the unmute that follows comes after the return
 int tv_player_set_position(void *player, long long position, double rate);
 
+/// Asks how far playback is.
 /// @param player    the object to ask
 /// @param position  out: what is played now
 /// @param duration  out: of the whole source

@@ -55,15 +55,25 @@ using tv_recorder_callback = void (*)(TVCallbackType type, void *user_data, void
 /// @return           0 on success
 int tv_recorder_set_callback(void *recorder, tv_recorder_callback callback, void *user_data);
 
-/// @{
-/// Starts to write the sink, pauses, continues, ends it.
+/// Starts to write the sink.
 /// @param recorder  the object to drive
 /// @return          0 on success
 int tv_recorder_start(void *recorder);
+
+/// Pauses the recording.
+/// @param recorder  the object to drive
+/// @return          0 on success
 int tv_recorder_pause(void *recorder);
+
+/// Continues a paused recording.
+/// @param recorder  the object to drive
+/// @return          0 on success
 int tv_recorder_resume(void *recorder);
+
+/// Ends the recording.
+/// @param recorder  the object to drive
+/// @return          0 on success
 int tv_recorder_stop(void *recorder);
-/// @}
 
 /// Readies the tuner and the demultiplexer ahead of tv_recorder_start.
 /// @param recorder  the object to drive
@@ -78,12 +88,14 @@ int tv_recorder_set_playing_state_for_tuner_and_demuxer(void *recorder);
 /// @return          0 on success
 int tv_recorder_set_property(void *recorder, int id, ...);
 
+/// Asks how far the recording is.
 /// @param recorder  the object to ask
 /// @param position  out: stream time written
 /// @param duration  out: stream time that the sink holds
 /// @return          0 on success
 int tv_recorder_get_position(void *recorder, long long *position, long long *duration);
 
+/// Asks how much timeshift fits a disk.
 /// @param recorder  the object to ask
 /// @param hdd_size  disk size for which the duration is asked
 /// @param duration  out: how much timeshift it holds

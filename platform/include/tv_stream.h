@@ -32,13 +32,15 @@ enum TvStreamProperty : int {
 
 extern "C" {
 
-/// @{
-/// Starts or stops the source and the decoders.
+/// Starts the source and the decoders.
 /// @param stream  the object to drive
 /// @return        0 on success
 int tv_stream_start(void *stream);
+
+/// Stops the source and the decoders.
+/// @param stream  the object to drive
+/// @return        0 on success
 int tv_stream_stop(void *stream);
-/// @}
 
 /// Applies (id, value) pairs in the order given; the list is closed by a 0 id. Integer values are
 /// passed as `int`, the others as pointers: see @ref TvStreamProperty.
@@ -48,6 +50,7 @@ int tv_stream_stop(void *stream);
 /// @return        0 on success
 int tv_stream_set_property(void *stream, int id, ...);
 
+/// Finds the channel information that applies at a time.
 /// @param stream  the object to ask
 /// @param time    position in the source, in the player's unit
 /// @param info    out: the record that applies then, owned by the stream and never freed by the
@@ -57,15 +60,18 @@ int tv_stream_set_property(void *stream, int id, ...);
 ///                "same channel"
 int tv_stream_get_channel_info(void *stream, int time, TvChannelInfo **info);
 
+/// Asks whether audio description is on.
 /// @param stream  the object to ask
-/// @return        non-zero when audio description is on
+/// @return        non-zero when it is
 int tv_stream_is_audio_description_enabled(void *stream);
 
+/// Switches audio description on.
 /// @param stream  the object to drive
 /// @param pid     of the audio description; its codec follows as property 1214
 /// @return        0 on success
 int tv_stream_enable_audio_description(void *stream, unsigned int pid);
 
+/// Switches audio description off.
 /// @param stream  the object to drive
 /// @return        0 on success
 int tv_stream_disable_audio_description(void *stream);
@@ -77,6 +83,7 @@ int tv_stream_disable_audio_description(void *stream);
 /// @return        0 on success
 int tv_stream_set_kr3d_mode_format(void *stream, int mode, int format);
 
+/// Shows the second video stream of Korean 3D.
 /// @param stream         the object to drive
 /// @param mode           1 on
 /// @param sub_video_pid  the second video stream
