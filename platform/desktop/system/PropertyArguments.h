@@ -50,7 +50,7 @@ class PropertyArguments {
     template <typename Target, std::size_t count>
     bool ReadInto(Target &target, const PropertyRule<Target> (&rules)[count],
                   std::size_t mostPairs = std::numeric_limits<std::size_t>::max()) {
-        for (std::size_t pairs = 0; m_id != 0; m_id = va_arg(m_values, int), ++pairs) {
+        for (std::size_t pairs = 0; m_id != 0; m_id = Next<int>(), ++pairs) {
             const auto *rule = std::find_if(std::begin(rules), std::end(rules),
                                             [this](const auto &row) { return row.id == m_id; });
             if (rule == std::end(rules) || pairs == mostPairs)
@@ -62,9 +62,15 @@ class PropertyArguments {
     }
 
   private:
+    template <typename Value>
+    Value Next() {
+        // The analyzer does not see that the constructor has copied the list.
+        return va_arg(m_values, Value);  // NOLINT(clang-analyzer-valist.Uninitialized)
+    }
+
     template <typename Target, typename Value>
     bool Take(Target &target, bool (*set)(Target &, int, Value)) {
-        const Value value = va_arg(m_values, Value);
+        const auto value = Next<Value>();
         if constexpr (std::is_pointer_v<Value>) {
             if (value == nullptr)
                 return false;
