@@ -1,7 +1,7 @@
 /// @file
 /// A TV platform that does nothing but write down, in order, what the library does to it.
-#ifndef TESTS_LIBRARY_FAKEPLATFORM_H
-#define TESTS_LIBRARY_FAKEPLATFORM_H
+#ifndef TESTS_PLATFORM_FAKEPLATFORM_H
+#define TESTS_PLATFORM_FAKEPLATFORM_H
 
 #include <tv_recorder.h>
 
