@@ -13,8 +13,8 @@ void Request(CMOXPVRRecorder &recorder, FuzzedDataProvider &input) {
                     const unsigned int result =
                         recorder.CtrlRecorder(request.announced(), request.text(), length, reply);
                     if (request.text() != nullptr) {
-                        const std::string end = "inData[" + request.Shown() + "]\n";
-                        const std::string &line = Platform().firstLine();
+                        const std::string end = "inData[" + request.Shown() + "]";
+                        const std::string &line = Platform().firstMessage();
                         Require(line.size() > end.size() &&
                                     line.compare(line.size() - end.size(), end.size(), end) == 0,
                                 "a request is logged up to its announced length");
