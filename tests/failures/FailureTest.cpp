@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 #include "AllocationFailure.h"
@@ -132,26 +133,16 @@ std::vector<std::string> Split(const std::string &text, char separator) {
     return parts;
 }
 
-Request RequestOf(const std::vector<std::string> &words) {
-    Request request(static_cast<unsigned int>(std::stoul(words.at(1))));
-    for (std::size_t i = 2; i < words.size(); ++i) {
-        if (words[i] == "FILE")
-            request.Name(kFile);
-        else if (words[i].find('.') != std::string::npos)
-            request.F64(std::stod(words[i]));
-        else
-            request.U32(static_cast<unsigned int>(std::stoul(words[i], nullptr, 0)));
-    }
-    return request;
-}
-
 /// @return a step that allocates nothing itself when it is run
 std::function<long()> Step(const std::string &step) {
     const auto call = kCalls.find(step);
     if (call != kCalls.end())
         return call->second;
-    const auto control = step[0] == 'R' ? mox_pvr_control_recording : mox_pvr_control_playback;
-    return [control, text = RequestOf(Split(step, ' ')).text()]() mutable {
+    const bool toRecorder = step[0] == 'R';
+    const auto control = toRecorder ? mox_pvr_control_recording : mox_pvr_control_playback;
+    std::string text = RequestOf(toRecorder ? Side::Recorder : Side::Playback,
+                                 std::regex_replace(step.substr(2), std::regex("FILE"), kFile));
+    return [control, text]() mutable {
         unsigned int replySize = 0;
         return control(static_cast<unsigned int>(text.size()),
                        reinterpret_cast<unsigned char *>(text.data()), replySize,
@@ -169,13 +160,13 @@ struct Question {
 };
 constexpr Question kRecorderQuestions[] = {
     {"sink", "RecorderFileName", "fileName["},        {"service", "ServiceId", "ullServiceId["},
-    {"recorder", "RecorderState", "m_eRecordState["}, {"pids", "R 12 0", "pid ["},
-    {"si", "R 12 3 0x120 0x121 0x122", "49="},        {"type", "R 6", "c0["},
+    {"recorder", "RecorderState", "m_eRecordState["}, {"pids", "R UpdateSi 0", "pid ["},
+    {"si", "R UpdateSi 3 0x120 0x121 0x122", "49="},  {"type", "R Start", "c0["},
 };
 constexpr Question kPlaybackQuestions[] = {
     {"recording", "PlaybackFileName", "fileName["},
     {"playback", "PlaybackState", "m_ePlaybackState["},
-    {"descrambled", "P 13", "log 16 AllPidDescrambled(MoxPvrPlayback): "},
+    {"descrambled", "P AllPidDescrambled", "log 16 AllPidDescrambled(MoxPvrPlayback): "},
     {"", "Described", "nothing"},
     {"ad", "Description", "134="},
     {"unprogrammed", "FirstCodecs", "tv_stream_set_property(stream, "},
@@ -225,32 +216,41 @@ std::string Changes(const State &before, const State &after) {
 
 // --- The tests -----------------------------------------------------------------------------------
 
-/// One line of the table.
+/// One block of the table.
 struct Operation {
-    explicit Operation(const std::string &line)
-        : outcomes(Split(line, '|')), steps(Split(outcomes.at(1), ';')) {
-        outcomes.erase(outcomes.begin(), outcomes.begin() + 2);
-        for (; outcomes.back().rfind("partly", 0) == 0; outcomes.pop_back())
-            partial.push_back(outcomes.back().substr(6));
-        if (outcomes.back().rfind("memory", 0) == 0) {
-            starved = Split(outcomes.back().substr(6), ' ');
-            outcomes.pop_back();
-        }
-    }
-
-    std::vector<std::string> outcomes;
+    std::string name;
     std::vector<std::string> steps;
+    std::vector<std::string> outcomes;
     std::vector<std::string> starved;
-    std::vector<std::string> partial{""};
+    std::vector<std::string> partial{""};  ///< changes that a lack of memory may leave
 };
 
-void ForEachOperation(const std::function<void(const Operation &)> &test) {
+std::vector<Operation> Load() {
+    std::vector<Operation> operations;
     std::ifstream file(OPERATIONS);
     for (std::string line; std::getline(file, line);) {
-        if (line.empty() || line[0] == '#')
+        const auto space = line.find(' ');
+        const std::string kind = line.substr(0, space);
+        if (kind.empty() || kind[0] == '#')
             continue;
-        SCOPED_TRACE(line);
-        test(Operation(line));
+        if (kind == "==")
+            operations.push_back({line.substr(3), {}, {}, {}});
+        else if (kind == ">")
+            operations.back().steps.push_back(line.substr(2));
+        else if (kind == "memory")
+            operations.back().starved = Split(line.substr(7), ' ');
+        else if (kind == "partly")
+            operations.back().partial.push_back(line.substr(6));
+        else
+            operations.back().outcomes.push_back(line);
+    }
+    return operations;
+}
+
+void ForEachOperation(const std::function<void(const Operation &)> &test) {
+    for (const Operation &operation : Load()) {
+        SCOPED_TRACE(operation.name);
+        test(operation);
     }
 }
 

@@ -138,7 +138,7 @@ class DispatchTest : public InstanceTest<Instance> {
             for (char *const reply : {this->m_buffer, static_cast<char *>(nullptr)}) {
                 SCOPED_TRACE(operation + (reply != nullptr ? "" : " without a buffer"));
                 const bool isReached = reply != nullptr || need != "reply";
-                std::string text = Request(number).text();
+                std::string text = RequestOf(SideOf(this->m_instance), std::to_string(number));
                 EXPECT_EQ(std::to_string(this->Send(text.data(), 8, reply)), result);
                 const std::string journal = Fake().All();
                 EXPECT_EQ(journal.find(place) == std::string::npos,
@@ -153,7 +153,7 @@ class DispatchTest : public InstanceTest<Instance> {
     /// Announces lengths of a text that holds command 1 and zeros, longer than the longest record;
     /// runs an unknown command.
     void CheckRefusals(unsigned int unknown, const char *refusal) {
-        std::string text = Request(1).text();
+        std::string text = "01000000";
         text.resize(16386, '0');
         for (const unsigned int size : {0U, 1U, 7U, 16383U, 16385U, 16386U, 1U << 31, ~0U, ~1U}) {
             EXPECT_EQ(this->Send(text.data(), size, this->m_buffer), 2U) << size;
@@ -164,7 +164,7 @@ class DispatchTest : public InstanceTest<Instance> {
         EXPECT_EQ(this->Send(text.data(), 16384, this->m_buffer), 0U);
         EXPECT_EQ(this->Send(text.data(), 2, this->m_buffer), 0U);
         for (const unsigned int command : {0U, unknown, ~0U}) {
-            EXPECT_EQ(this->Send(Request(command)), 2U);
+            EXPECT_EQ(this->Send(std::to_string(command)), 2U);
             EXPECT_NE(Fake().All().find(Format("%s%s", FileOf(this->m_instance), refusal)),
                       std::string::npos);
         }
@@ -200,7 +200,7 @@ TEST_F(PlaybackDispatch, ReachesOneOperationPerCommand) {
                       "m_tv_player");
     }
     CheckRefusals(14, "[FAT] CMOXPVRPlayback | error command \n");
-    EXPECT_EQ(Send(Request(14)), 2U);
+    EXPECT_EQ(Send("14"), 2U);
     EXPECT_EQ(Fake().All(), Expand("CtrlPlayback", FileOf(m_instance), R"(
 4 CMOXPVRPlayback | play command [14]; 16 [FAT] CMOXPVRPlayback | error command )"));
 }

@@ -34,7 +34,10 @@ class InformationFileTest : public PlaybackTest {
     }
 
     std::string FileType(const std::string &recording) {
-        Send(Request(2).Name(recording));
+        moxpvr::playback::SetProperty open;
+        EXPECT_TRUE(open.path.Set(recording));
+        moxpvr::RequestText text(open);
+        Send(reinterpret_cast<char *>(text.data()), text.size(), nullptr);
         Fake().All();
         auto type = static_cast<IMOXPVRPlayback::eRecordedFileType>(9);
         const unsigned int result = m_instance.GetFileType(type);

@@ -12,28 +12,7 @@
 #include "MoxPvr.h"
 #include "MoxPvrPlayback/MoxPvrPlayback.h"
 #include "MoxPvrRecord/MoxPvrRecord.h"
-
-/// A control request, field by field in record order.
-class Request {
-  public:
-    explicit Request(unsigned int command) { U32(command); }
-    Request &U32(unsigned int value) { return Integer(value, 4); }
-    Request &Integer(unsigned long long value, std::size_t width) { return Bytes(&value, width); }
-    Request &F64(double value) { return Bytes(&value, sizeof value); }
-    Request &Name(std::string name) {
-        name.resize(256);
-        return Bytes(name.data(), name.size());
-    }
-    Request &Bytes(const void *bytes, std::size_t count) {
-        for (std::size_t i = 0; i < count; ++i)
-            m_text += Format("%02x", static_cast<const unsigned char *>(bytes)[i]);
-        return *this;
-    }
-    const std::string &text() const { return m_text; }
-
-  private:
-    std::string m_text;
-};
+#include "RequestWords.h"
 
 /// @param oneAudio  reserved[1]: only one audio PID is descrambled
 inline TvChannelInfo Channel(int video, int audio, int pcr, int videoType = VIDEO_ENCODE_MPEG2,
@@ -54,6 +33,13 @@ inline const char *FileOf(const IMOXPVRRecorder & /*instance*/) {
 }
 inline const char *FileOf(const IMOXPVRPlayback & /*instance*/) {
     return "(MoxPvrPlayback): ";
+}
+
+inline Side SideOf(const IMOXPVRRecorder & /*instance*/) {
+    return Side::Recorder;
+}
+inline Side SideOf(const IMOXPVRPlayback & /*instance*/) {
+    return Side::Playback;
 }
 
 inline unsigned int Control(IMOXPVRRecorder &instance, unsigned int size, unsigned char *text,
@@ -105,10 +91,10 @@ class InstanceTest : public testing::Test {
   protected:
     void SetUp() override { Fake().Reset(); }
 
-    /// Sends a request through the interface; the reply is kept, "none" when its length was not
-    /// set.
-    unsigned int Send(const Request &request) {
-        std::string text = request.text();
+    /// Sends a request, in words, through the interface; the reply is kept, "none" when its length
+    /// was not set.
+    unsigned int Send(const std::string &request) {
+        std::string text = RequestOf(SideOf(m_instance), request);
         return Send(text.data(), static_cast<unsigned int>(text.size()), m_buffer);
     }
 
@@ -162,7 +148,7 @@ class PlaybackTest : public InstanceTest<CMOXPVRPlayback> {
     /// Opens a recording, or a timeshift buffer, of this channel throughout.
     void Open(const TvChannelInfo &info, bool timeshift = false) {
         Fake().channels = {{0, info}};
-        EXPECT_EQ(Send(Request(2).Name("/pvr/a.srf").U32(0).U32(timeshift)), 0U);
+        EXPECT_EQ(Send(Format("SetProperty /pvr/a.srf 0 %d", timeshift)), 0U);
         Fake().All();
     }
 };

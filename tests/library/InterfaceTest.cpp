@@ -66,17 +66,16 @@ TEST_F(PlaybackTest, AnswersOtherServices) {
 }
 
 TEST_F(RecorderTest, TakesNoMoreThanARecordHolds) {
-    Request update(12);
-    update.U32(5000);
-    for (unsigned int pid = 0; pid < 2046; ++pid)
-        update.U32(0x10000 + pid);
+    std::string update = "UpdateSi 5000";
+    for (int pid = 0; pid < 2046; ++pid)
+        update += ' ' + std::to_string(0x10000 + pid);
     EXPECT_EQ(Send(update), 0U);
     const std::string calls = Fake().Calls();
     EXPECT_EQ(std::count(calls.begin(), calls.end(), '\n'), 2046);
     EXPECT_THAT(calls, testing::EndsWith("(recorder, 49=0x107fd)\n"));
     for (const std::size_t length : {255U, 256U}) {
-        for (const unsigned int command : {3U, 11U}) {
-            EXPECT_EQ(Send(Request(command).Name(std::string(length, 'n')).U32(0x6e6e6e6e)), 0U);
+        for (const std::string command : {"SetSinkProperty ", "SwapTS2Record "}) {
+            EXPECT_EQ(Send(command + std::string(length, 'n') + " 0x6e6e6e6e"), 0U);
             std::string name;
             EXPECT_THAT(Fake().Calls(), testing::HasSubstr('"' + std::string(255, 'n') + '"'));
             EXPECT_EQ(m_instance.GetFileName(name), 0);

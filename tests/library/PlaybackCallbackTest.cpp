@@ -21,7 +21,7 @@ set 603=0x0, %s602=0x0, 807=0x0; 4 UnmuteCB | this func is ended)",
 
 TEST_F(PlaybackCallbackTest, UnderstandsBusMessages) {
     StartGStreamer();
-    Send(Request(1).U32(0x105));
+    Send("SetHandle 0x105");
     Fake().All();
     const auto post = [this](void (CMOXPVRPlayback::*handler)(GstMessage *), GstMessage *message) {
         (m_instance.*handler)(message);
@@ -57,7 +57,7 @@ event 31 05330000 00000000 00000000 00000000; 16 ErrorCB | send event out succes
     gst_object_unref(source);
     GstMessage *const none = nullptr;
     for (const double rate : {2.0, 1.0}) {
-        Send(Request(6).U32(0).F64(rate));
+        Send(Format("TrickPlay 0 %g", rate));
         Fake().All();
         for (const bool trick : {rate != 1.0, false})  // the unmute ends the trick mode
             ExpectUnmute(TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE, trick);

@@ -106,8 +106,8 @@ TEST_F(SelectionTest, FollowsTheRulesOfEachOverload) {
         instance.Initilize(MOXHandle{}, kPlayer, kStream);
         const std::string when = row.when;
         Fake().channels = {{0, Channel(0x100, 0x101, 0x102, 2, 1, when == "one")}};
-        Request open = Request(2).Name("/a").U32(0).U32(when == "shift");
-        std::string text = open.text();
+        std::string text =
+            RequestOf(Side::Playback, Format("SetProperty /a 0 %d", when == "shift"));
         unsigned int none = 0;
         Control(instance, static_cast<unsigned int>(text.size()),
                 reinterpret_cast<unsigned char *>(text.data()), none, nullptr);

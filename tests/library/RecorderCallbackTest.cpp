@@ -10,7 +10,7 @@ class RecorderCallbackTest : public RecorderTest {
 
     void SetUp() override {
         RecorderTest::SetUp();
-        Send(Request(1).U32(0x105));
+        Send("SetHandle 0x105");
         Fake().All();
         m_source = gst_bin_new("demux0");
     }

@@ -6,11 +6,9 @@
 //   ~ Operation ...     the same, but only calls and events are compared
 //   - Operation ...     the same, but nothing is compared
 //
-// An operation is a request: its command number and the fields of its record, which are integers of
-// 32 bits, 16 behind "h:", 64 behind "q:", reals, names (they begin with a slash) and zeros ("pad:"
-// and how many); or DoTvpCallback with the type and the record. Behind the fields stand, where they
-// matter, "= result", "reply=", "state=" and what the platform answers to a call, "call=", or what
-// is done inside that call, "call=>Operation,...".
+// An operation is a request in words (RequestWords.h), or DoTvpCallback with the type and the
+// record. After the fields are, where they matter, "= result", "reply=", "state=" and what the
+// platform answers to a call, "call=", or what is done inside that call, "call=>Operation,...".
 #include <algorithm>
 #include <fstream>
 
@@ -61,23 +59,11 @@ struct Operation {
     }
     int Int(std::size_t field) const { return static_cast<int>((*this)[field]); }
 
-    Request ToRequest() const {
-        Request request(static_cast<unsigned int>(Int(0)));
-        for (std::size_t i = 1; i < fields.size(); ++i) {
-            const std::string kindOfField = fields[i].substr(0, fields[i].find(':') + 1);
-            const std::string value = fields[i].substr(kindOfField.size());
-            if (value[0] == '/')
-                request.Name(value);
-            else if (value.find('.') != std::string::npos)
-                request.F64(std::stod(value));
-            else if (kindOfField == "pad:")
-                request.Bytes(std::string(std::stoul(value), '\0').data(), std::stoul(value));
-            else
-                request.Integer(std::stoull(value, nullptr, 0), kindOfField == "h:"   ? 2
-                                                                : kindOfField == "q:" ? 8
-                                                                                      : 4);
-        }
-        return request;
+    std::string Request() const {
+        std::string words = name;
+        for (const std::string &field : fields)
+            words += ' ' + field;
+        return words;
     }
 
     char kind;
@@ -150,7 +136,7 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
     void Perform(const Operation &operation) {
         if (Callback(this->m_instance, operation))
             return;
-        EXPECT_EQ(this->Send(operation.ToRequest()), operation.result);
+        EXPECT_EQ(this->Send(operation.Request()), operation.result);
         const auto reply = operation.answers.find("reply");
         EXPECT_EQ(this->m_reply, reply != operation.answers.end() ? reply->second : "none");
     }

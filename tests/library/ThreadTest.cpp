@@ -32,10 +32,10 @@ TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
         }
     });
     for (int i = 0; i < kRounds; ++i) {
-        Send(Request(6).U32(0).F64(i % 3 - 1.0));
-        Send(Request(7).U32(static_cast<unsigned int>(i % 2 * 20000)).F64(2.0));
-        Send(Request(1).U32(5));
-        Send(Request(2).Name("/pvr/a.srf").U32(static_cast<unsigned int>(i % 2 * 20000)));
+        Send(Format("TrickPlay 0 %d", i % 3 - 1));
+        Send(Format("Skip %d 2", i % 2 * 20000));
+        Send("SetHandle 5");
+        Send(Format("SetProperty /pvr/a.srf %d", i % 2 * 20000));
         m_instance.SetPidProperty(0x100, 0x101, static_cast<unsigned int>(i));
     }
     platform.join();
@@ -44,12 +44,12 @@ TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
     EXPECT_EQ(CountLines(events, "030000 "), static_cast<std::size_t>(kRounds));
     call(TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE, 0, 0);  // ends a change that was left over
     Fake().All();
-    EXPECT_EQ(Send(Request(6).U32(7).F64(1.0)), 0U);
+    EXPECT_EQ(Send("TrickPlay 7 1"), 0U);
     EXPECT_NE(Fake().Calls().find("tv_player_set_play_speed(player, 7, 1)\n"), std::string::npos);
 }
 
 TEST_F(RecorderTest, TakesCallbacksWhileCommandsRun) {
-    Send(Request(1).U32(5));
+    Send("SetHandle 5");
     Fake().All();
     StartGStreamer();
     std::thread platform([] {
@@ -64,10 +64,10 @@ TEST_F(RecorderTest, TakesCallbacksWhileCommandsRun) {
         gst_message_unref(message);
     });
     for (int i = 0; i < kRounds; ++i) {
-        Send(Request(1).U32(5));
-        Send(Request(6));
-        Send(Request(12).U32(1).U32(static_cast<unsigned int>(i)));
-        Send(Request(7));
+        Send("SetHandle 5");
+        Send("Start");
+        Send(Format("UpdateSi 1 %d", i));
+        Send("Pause");
     }
     platform.join();
     const std::string events = Fake().Events();
