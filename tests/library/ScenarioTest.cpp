@@ -9,16 +9,25 @@
 // An operation is a request in words (RequestWords.h), or DoTvpCallback with the type and the
 // record. After the fields are, where they matter, "= result", "reply=", "state=" and what the
 // platform answers to a call, "call=", or what is done inside that call, "call=>Operation,...".
+//
+// With MOXPVR_RECORD=1 in the environment, a scenario that does not meet its expectations fails and
+// is written anew, for a look at the difference:
+//
+//   MOXPVR_RECORD=1 build/debug/tests/library/library_tests --gtest_filter='Library/*'
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 
 #include "InstanceTest.h"
 
 namespace {
 
+using Lines = std::vector<std::string>;
+
 struct Scenario {
+    std::string file;
     std::string name;
-    std::vector<std::string> lines;
+    Lines lines;
 };
 
 std::ostream &operator<<(std::ostream &out, const Scenario &scenario) {
@@ -27,14 +36,63 @@ std::ostream &operator<<(std::ostream &out, const Scenario &scenario) {
 
 std::vector<Scenario> Load(const std::string &file) {
     std::vector<Scenario> scenarios;
-    std::ifstream input(SCENARIO_FOLDER + file);
+    const std::string path = SCENARIO_FOLDER + file;
+    std::ifstream input(path);
     for (std::string line; std::getline(input, line);) {
         if (line.compare(0, 3, "== ") == 0)
-            scenarios.push_back({line.substr(3), {}});
-        else if (!line.empty() && line[0] != '#')
+            scenarios.push_back({path, line.substr(3), {}});
+        else if (!scenarios.empty())
             scenarios.back().lines.push_back(line);
     }
     return scenarios;
+}
+
+/// Puts other lines in the place of a scenario's.
+void Rewrite(const Scenario &scenario, const Lines &lines) {
+    std::ifstream input(scenario.file);
+    std::string text;
+    bool isOther = true;
+    for (std::string line; std::getline(input, line);) {
+        const bool isTitle = line.compare(0, 3, "== ") == 0;
+        isOther = isTitle ? line.substr(3) != scenario.name : isOther;
+        if (isOther || isTitle)
+            text += line + '\n';
+        for (std::size_t i = 0; isTitle && !isOther && i < lines.size(); ++i)
+            text += lines[i] + '\n';
+    }
+    input.close();
+    std::ofstream(scenario.file) << text;
+}
+
+/// Writes a journal as the scenarios have it, several entries per line: what Expand reads.
+Lines Contract(std::string operation, const std::string &file, const std::string &journal) {
+    constexpr std::size_t kColumns = 120;
+    constexpr std::pair<const char *, const char *> kShort[] = {
+        {"tv_stream_set_property(stream, ", "set "},
+        {"tv_recorder_set_property(recorder, ", "rec "}};
+    Lines lines;
+    std::istringstream entries(journal);
+    for (std::string entry; std::getline(entries, entry);) {
+        const auto end = entry.find(file);
+        if (entry.compare(0, 4, "log ") == 0 && end != std::string::npos) {
+            const auto begin = entry.find(' ', 4) + 1;
+            const std::string function = entry.substr(begin, end - begin);
+            entry = entry.substr(4, begin - 4) + entry.substr(end + file.size());
+            if (function != operation)
+                entry.insert(0, '@' + function + "; ");
+            operation = function;
+        }
+        for (const auto &[call, word] : kShort) {
+            if (entry.rfind(call, 0) == 0)
+                entry =
+                    word + entry.substr(std::strlen(call), entry.size() - std::strlen(call) - 1);
+        }
+        if (lines.empty() || lines.back().size() + 2 + entry.size() > kColumns)
+            lines.push_back(entry);
+        else
+            lines.back() += "; " + entry;
+    }
+    return lines;
 }
 
 /// One line of a scenario, taken apart.
@@ -64,6 +122,22 @@ struct Operation {
         for (const std::string &field : fields)
             words += ' ' + field;
         return words;
+    }
+
+    /// @return the line as it is when the operation ends with this
+    std::string Line(unsigned int endResult, const std::string &reply, unsigned int state) const {
+        std::string line = kind + (' ' + Request());
+        if (endResult != 0)
+            line += Format(" = %u", endResult);
+        for (const auto &[call, answer] : answers) {
+            if (call != "reply" && call != "state")
+                line += ' ' + call + '=' + answer;
+        }
+        if (reply != "none")
+            line += " reply=" + reply;
+        if (answers.count("state") != 0)
+            line += Format(" state=%u", state);
+        return line;
     }
 
     char kind;
@@ -118,17 +192,25 @@ template <typename Base>
 class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
   protected:
     void Run() {
-        const std::vector<std::string> &lines = GetParam().lines;
+        const Lines &lines = GetParam().lines;
+        Lines recorded;
         for (auto line = lines.begin(); line != lines.end();) {
-            const Operation operation(*line);
+            recorded.push_back(*line++);
+            if (recorded.back().empty() || recorded.back()[0] == '#')
+                continue;
+            const Operation operation(recorded.back());
+            SCOPED_TRACE(recorded.back());
             std::string journal;
-            SCOPED_TRACE(*line);
-            while (++line != lines.end() && std::strchr("!>~-", (*line)[0]) == nullptr)
+            for (; line != lines.end() && std::strchr("!>~-#", (*line)[0]) == nullptr; ++line)
                 journal += *line + '\n';
             if (operation.kind == '!')
                 SetPlatform(operation);
             else
-                Do(operation, journal);
+                Do(operation, journal, recorded);
+        }
+        if (std::getenv("MOXPVR_RECORD") != nullptr && recorded != lines) {
+            Rewrite(GetParam(), recorded);
+            ADD_FAILURE() << "written anew in " << GetParam().file;
         }
     }
 
@@ -136,12 +218,15 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
     void Perform(const Operation &operation) {
         if (Callback(this->m_instance, operation))
             return;
-        EXPECT_EQ(this->Send(operation.Request()), operation.result);
+        m_result = this->Send(operation.Request());
+        EXPECT_EQ(m_result, operation.result);
         const auto reply = operation.answers.find("reply");
         EXPECT_EQ(this->m_reply, reply != operation.answers.end() ? reply->second : "none");
     }
 
-    void Do(const Operation &operation, const std::string &journal) {
+    void Do(const Operation &operation, const std::string &journal, Lines &recorded) {
+        m_result = 0;
+        this->m_reply = "none";
         std::map<std::string, std::string> answers = operation.answers;
         Fake().results.clear();
         for (auto [call, answer] : answers) {
@@ -155,16 +240,21 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
         }
         Perform(operation);
         EXPECT_TRUE(Fake().during.empty()) << "calls that were not made";
-        const std::string left = operation.kind == '>' ? Fake().All() : Fake().Effects();
-        if (operation.kind != '-') {
-            EXPECT_EQ(left.substr(this->AfterDispatch(left)),
-                      Expand(operation.name, FileOf(this->m_instance), journal));
-        }
+        std::string left = operation.kind == '>' ? Fake().All() : Fake().Effects();
+        left.erase(0, operation.kind == '-' ? left.size() : this->AfterDispatch(left));
+        const std::string file = FileOf(this->m_instance);
+        EXPECT_EQ(left, Expand(operation.name, file, journal));
+        const unsigned int state = StateOf(this->m_instance);
         if (answers.count("state") != 0) {
-            EXPECT_EQ(std::to_string(StateOf(this->m_instance)), answers["state"]);
+            EXPECT_EQ(std::to_string(state), answers["state"]);
         }
         Fake().All();
+        recorded.back() = operation.Line(m_result, this->m_reply, state);
+        for (const std::string &line : Contract(operation.name, file, left))
+            recorded.push_back(line);
     }
+
+    unsigned int m_result = 0;
 };
 
 using Recorder = ScenarioTest<RecorderTest>;
