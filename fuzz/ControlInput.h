@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "MoxPvrProtocol.h"
 #include "Require.h"
 #include "ScriptedPlatform.h"
 
@@ -21,7 +22,7 @@ struct _GstMessage;
 /// holds, unless they are too many for any request.
 class ControlInput {
   public:
-    static constexpr unsigned int kLongestText = 16384;
+    static constexpr unsigned int kLongestText = moxpvr::kMaxRequestText;
 
     explicit ControlInput(FuzzedDataProvider &input);
 

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <vector>
 
-#include "MoxPvr.h"
 #include "MoxPvrPlayback/MoxPvrPlayback.h"
+#include "MoxPvrProtocol.h"
 #include "ScratchFiles.h"
 #include "ScriptedPlatform.h"
 
@@ -32,15 +32,11 @@ std::string PathOfLength(const std::string &directory, const std::string &name,
     return directory + std::string(1 + length - shortest, '/') + name;
 }
 
-/// Fills the path's 256 bytes of a playback request (command 2), without a NUL when it is longer.
-std::string OpenRequest(const std::string &path) {
-    std::string record = std::string("\2\0\0\0", 4) + path.substr(0, kTextField);
-    std::string text(2 * record.size() + 1, '\0');
-    unsigned int length = 0;
-    build_buf_to_string(record.data(), static_cast<unsigned int>(record.size()), text.data(),
-                        &length);
-    text.resize(length);
-    return text;
+/// Opens a path that fills its field without a NUL when it is longer.
+moxpvr::RequestText OpenRequest(const std::string &path) {
+    moxpvr::playback::SetProperty open;
+    path.copy(open.path.text, kTextField);
+    return moxpvr::RequestText(open);
 }
 
 }  // namespace
@@ -70,10 +66,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                 "PIDs are those of the file, or untouched");
     }
 
-    std::string request = OpenRequest(path);
+    moxpvr::RequestText request = OpenRequest(path);
     unsigned int replySize = 0;
-    playback.CtrlPlayback(static_cast<unsigned int>(request.size()),
-                          reinterpret_cast<unsigned char *>(request.data()), replySize, nullptr);
+    playback.CtrlPlayback(request.size(), request.data(), replySize, nullptr);
     constexpr auto kNoType = static_cast<IMOXPVRPlayback::eRecordedFileType>(7);
     auto type = kNoType;
     Require(playback.GetFileType(type) == expected, "both readers answer the same");
