@@ -89,7 +89,9 @@ class MOXPVR_EXPORT IMOXPVRPlayback {
                                         unsigned int audioPid, unsigned int audioCodecType,
                                         unsigned int pcrPid) = 0;
 
-    /// Remembers video and PCR without sending them; applies a changed audio PID or codec at once.
+    /// Remembers video and PCR without sending them; sends a changed audio PID or codec at once,
+    /// unless the video changed with it: a channel change sends all of them then. The sound mode is
+    /// sent with every call that changes no video.
     /// 0xFFFE keeps a PID; an audio PID of 0xFFFE with another codec is sent as it is.
     /// @param video  PIDs and codec, in the numbers of TVTypes.h
     /// @param audio  PID, codec and sound mode; the mode is sent when the video stays
