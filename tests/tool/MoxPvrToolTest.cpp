@@ -117,19 +117,48 @@ TEST_F(MoxPvr, SwapsATimeshiftBufferWithoutLosingOrDoublingAPacket) {
     EXPECT_FALSE(fs::exists(In("t.inf"))) << "the information file of a buffer that is gone";
 }
 
+TEST_F(MoxPvr, SwapsOntoNothingThatAppearedMeanwhile) {
+    const struct {
+        const char *name, *force, *said;
+    } rows[] = {{"kept.inf", "", "kept.inf: it exists"},
+                {"kept.srf", "--force", "another recorder is writing it"}};
+    for (const auto &row : rows) {
+        int lock = -1;
+        const Outcome run = Execute(
+            MOXPVR_TOOL " record " MOXPVR_SAMPLE " --speed 20 --service 1 --timeshift --out " +
+                In("t.tsb") + " --swap-after 5 --swap-to " + In("kept.srf ") + row.force,
+            [&](const std::string &line) {
+                if (line.find("first packets") == std::string::npos)
+                    return;
+                std::ofstream(In(row.name)) << "letter";
+                lock = open(In(row.name).c_str(), O_RDWR | O_CLOEXEC);
+                tvdesktop::TakeWriterLock(lock);
+            });
+        close(lock);
+        EXPECT_EQ(run.exitCode, 1) << run.output;
+        EXPECT_NE(run.output.find(row.said), std::string::npos) << run.output;
+        EXPECT_NE(run.output.find("still in " + In("t.tsb")), std::string::npos) << run.output;
+        EXPECT_EQ(fs::file_size(In(row.name)), 6U) << row.name;
+        for (const char *made : {"t.tsb", "t.tsb.chan", "t.inf"})
+            fs::remove(In(made));
+    }
+}
+
 TEST_F(MoxPvr, BringsAnEarlierRecordingBackUnlessItIsReplaced) {
     for (const bool isReplaced : {false, true}) {
         std::ofstream(In("a.srf")) << "earlier";
         std::ofstream(In("a.srf.chan")) << "earlier";
+        std::ofstream(In("a.inf")) << "earlier";
         {
             SetAside earlier;
             earlier.Take(In("a.srf"));
-            EXPECT_FALSE(fs::exists(In("a.srf")) || fs::exists(In("a.srf.chan")));
+            EXPECT_EQ(std::distance(fs::directory_iterator(m_directory), {}), 4);
+            EXPECT_FALSE(fs::exists(In("a.srf")) || fs::exists(In("a.inf")));
             if (isReplaced)
                 earlier.Remove();
         }
         EXPECT_EQ(fs::exists(In("a.srf")) && fs::exists(In("a.srf.chan")), !isReplaced);
-        EXPECT_EQ(std::distance(fs::directory_iterator(m_directory), {}), isReplaced ? 1 : 3);
+        EXPECT_EQ(std::distance(fs::directory_iterator(m_directory), {}), isReplaced ? 1 : 4);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "verbs/OutputFile.h"
 
+#include <TvDesktop.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -33,6 +34,9 @@ void CheckReplaceable(const std::string &path, const std::string &input, bool fo
         throw Failure("cannot write " + path + ": it exists; --force replaces it");
     if (!fs::is_regular_file(path, ignored))
         throw Failure("cannot replace " + path + ": it is not a regular file; choose another name");
+    if (tvdesktop::IsBeingWritten(path))
+        throw Failure("cannot replace " + path +
+                      ": another recorder is writing it; choose another name");
 }
 
 }  // namespace
@@ -65,7 +69,8 @@ SetAside::~SetAside() {
 }
 
 void SetAside::Take(const std::string &recording) {
-    for (const std::string &file : {recording, SideFilePath(recording)}) {
+    for (const std::string &file :
+         {recording, SideFilePath(recording), InformationPath(recording)}) {
         if (IsTaken(file))
             Move(file);
     }

@@ -14,12 +14,12 @@ bool IsDevice(const std::string &path);
 /// Makes sure that nothing is lost by recording `input` to `path`: looks at every file that the
 /// recording consists of, with its side file and its information file.
 /// @throws UsageError for a name that cannot be a recording's; Failure for a file that exists
-///         (unless `force`, and then for what is not a regular file), for the input itself and for
-///         a missing directory
+///         (unless `force`, and then for what is not a regular file or is being written by a
+///         recorder), for the input itself and for a missing directory
 void CheckOutput(const std::string &path, const std::string &input, bool force);
 
-/// Takes an earlier recording and its side file out of the way of a new one. They come back when
-/// this ends, unless they were removed or their names are taken.
+/// Takes an earlier recording with the two files beside it out of the way of a new one. They come
+/// back when this ends, unless they were removed or their names are taken.
 ///
 /// Threads: thread-bound.
 class SetAside {

@@ -155,10 +155,11 @@ class RecordRun {
     void Swap() {
         SetAside earlier;
         try {
+            CheckOutput(m_options.swapTo, m_options.input, m_options.force);  // as it is by now
             if (m_options.force)
                 earlier.Take(m_options.swapTo);
             m_recording.SwapTo(m_options.swapTo);
-        } catch (const Failure &failure) {
+        } catch (const std::runtime_error &failure) {
             throw Failure(failure.what() + BufferKeptText());
         }
         earlier.Remove();
@@ -216,7 +217,10 @@ class RecordRun {
     }
 
     std::string BufferKeptText() const {
-        return "; the timeshift buffer is still in " + m_options.out;
+        std::error_code ignored;
+        return fs::exists(m_options.out, ignored)
+                   ? "; the timeshift buffer is still in " + m_options.out
+                   : "";
     }
 
     std::string Destination() const { return m_isSwapped ? m_options.swapTo : m_options.out; }

@@ -57,6 +57,10 @@ void Unsubscribe(int subscription);
 /// @return false on failure, nothing changed; errno holds the reason
 bool ReplaceFile(const std::string &path, const void *bytes, std::size_t size);
 
+/// @return true while a recorder of this machine writes to the file, as IsSourceBeingWritten tells
+///         of a source; false for what is not a regular file or cannot be read. Reentrant.
+bool IsBeingWritten(const std::string &path);
+
 // --- Configuration -------------------------------------------------------------------------------
 
 /// What TCVConfProvider::GetDescrambleMode answers; 0 until told otherwise. Thread-safe.

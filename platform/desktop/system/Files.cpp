@@ -8,6 +8,7 @@
 #include <cstring>
 #include <vector>
 
+#include "system/WriterLock.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop {
@@ -93,6 +94,11 @@ bool ReplaceFile(const std::string &path, const void *bytes, std::size_t size) {
     }
     SyncFolderOf(path);
     return true;
+}
+
+bool IsBeingWritten(const std::string &path) {
+    const FileDescriptor file = OpenRegularFile(path);
+    return file.IsOpen() && HasWriter(file.Get());
 }
 
 bool CopyFile(int from, int to, std::uint64_t size) {
