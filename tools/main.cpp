@@ -14,6 +14,7 @@
 #include "Failure.h"
 #include "text/TimeText.h"
 #include "verbs/Demo.h"
+#include "verbs/OutputFile.h"
 #include "verbs/Play.h"
 #include "verbs/Record.h"
 #include "verbs/Repair.h"
@@ -269,6 +270,8 @@ int Run(int argc, char **argv) {
         return Answer(app, error);
     }
 
+    tool::CheckLog(global.logFile, {input, record.input, record.out, record.swapTo, play.file,
+                                    damaged, demo.input});
     SetUpLog(global, app.count("--log-level") > 0);
     tool::Terminal terminal;
     for (const Verb &verb : verbs)

@@ -1,5 +1,6 @@
 #include "verbs/OutputFile.h"
 
+#include <sys/stat.h>
 #include <TvDesktop.h>
 #include <unistd.h>
 
@@ -39,7 +40,36 @@ void CheckReplaceable(const std::string &path, const std::string &input, bool fo
                       ": another recorder is writing it; choose another name");
 }
 
+/// What takes the program's messages cannot take packets. Devices that keep nothing can.
+bool IsStandardOutput(const std::string &path) {
+    struct stat named {};
+    struct stat output {};
+    return ::stat(path.c_str(), &named) == 0 && ::fstat(STDOUT_FILENO, &output) == 0 &&
+           named.st_dev == output.st_dev && named.st_ino == output.st_ino &&
+           (!S_ISCHR(output.st_mode) || ::isatty(STDOUT_FILENO) == 1);
+}
+
 }  // namespace
+
+bool IsSamePlace(const std::string &left, const std::string &right) {
+    std::error_code ignored;
+    return fs::equivalent(left, right, ignored) ||
+           fs::weakly_canonical(fs::absolute(left, ignored), ignored) ==
+               fs::weakly_canonical(fs::absolute(right, ignored), ignored);
+}
+
+void CheckLog(const std::string &log, const std::vector<std::string> &used) {
+    if (log.empty() || IsDevice(log))
+        return;
+    for (const std::string &path : used) {
+        const std::string information = fs::path(path).replace_extension("inf").string();
+        for (const std::string &file : {path, SideFilePath(path), information})
+            if (!path.empty() && IsSamePlace(log, file))
+                throw UsageError("cannot write the log to " + log + ": it is " +
+                                 (file == path ? "a file" : "beside a file") +
+                                 " that the verb reads or writes; choose another name");
+    }
+}
 
 bool IsDevice(const std::string &path) {
     std::error_code ignored;
@@ -48,6 +78,10 @@ bool IsDevice(const std::string &path) {
 
 void CheckOutput(const std::string &path, const std::string &input, bool force) {
     std::error_code ignored;
+    if (IsStandardOutput(path))
+        throw UsageError("cannot write " + path +
+                         ": it is the program's own standard output, which takes its messages; "
+                         "name a file or a pipe of its own");
     if (IsDevice(path))
         return;
     if (fs::is_directory(path, ignored))

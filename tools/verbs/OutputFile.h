@@ -8,12 +8,21 @@
 
 namespace tool {
 
+/// @return whether two names, however they are written, are the same file now or would be
+bool IsSamePlace(const std::string &left, const std::string &right);
+
+/// Makes sure that the log goes to none of the files that a verb uses, nor to one beside them.
+/// @param log  may be empty
+/// @throws UsageError
+void CheckLog(const std::string &log, const std::vector<std::string> &used);
+
 /// @return whether the path names a device, a pipe or the like; it then gets no information file
 bool IsDevice(const std::string &path);
 
 /// Makes sure that nothing is lost by recording `input` to `path`: looks at every file that the
 /// recording consists of, with its side file and its information file.
-/// @throws UsageError for a name that cannot be a recording's; Failure for a file that exists
+/// @throws UsageError for a name that cannot be a recording's and for standard output; Failure for
+/// a file that exists
 ///         (unless `force`, and then for what is not a regular file or is being written by a
 ///         recorder), for the input itself and for a missing directory
 void CheckOutput(const std::string &path, const std::string &input, bool force);

@@ -32,14 +32,6 @@ const tvdesktop::Service &FindService(const std::vector<tvdesktop::Service> &ser
                   "; name one of them with --service");
 }
 
-/// Whether two names, however they are written, are the same file now or would be.
-bool IsSamePlace(const std::string &left, const std::string &right) {
-    std::error_code ignored;
-    return fs::equivalent(left, right, ignored) ||
-           fs::weakly_canonical(fs::absolute(left), ignored) ==
-               fs::weakly_canonical(fs::absolute(right), ignored);
-}
-
 void CheckOptions(const RecordOptions &options) {
     if (options.durationMs == 0)
         throw UsageError("--seconds 0 records nothing; give a longer time");
