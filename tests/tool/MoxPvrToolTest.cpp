@@ -211,6 +211,7 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
         {record + "1 --force --out " + In("d.srf"), 1, "not a regular file"},
         {"--log " + In("in.srf") + " services " + In("y.inf"), 2, "choose another name"},
         {"--log " + In("./z.inf") + ' ' + record + "1 --out " + In("z.srf"), 2, "beside a file"},
+        {record + "1 --out " + std::string(250, 'l') + ".srf", 1, "File name too long"},
         {record + "1 --out /dev/stdout", 2, "own standard output"},
         {record + "1 --out /proc/a.srf", 1, "cannot write /proc/a.srf: No such file"},
         {record + "1 --timeshift --swap-after 3 --out " + In("a.tsb") + " --swap-to " + In("b.srf"),
@@ -286,10 +287,14 @@ TEST_F(MoxPvr, RecordsWholePacketsOfAnyLayoutAndSaysWhatIsMissing) {
             changed << std::string(row.after, static_cast<char>(i));
         }
         changed.close();
+        const bool isKept = row.said == std::string("none came on the PIDs");
+        const std::uintmax_t earlier = isKept ? fs::file_size(In("changed.srf")) : 0;
         const Outcome run = Run("record " + In("changed.ts") +
                                 " --speed max --force --service 1 --out " + In("changed.srf"));
         EXPECT_EQ(run.exitCode, row.exitCode) << row.what << '\n' << run.output;
         EXPECT_NE(run.output.find(row.said), std::string::npos) << row.what << '\n' << run.output;
+        EXPECT_EQ(isKept, earlier == fs::file_size(In("changed.srf"))) << row.what;
+        EXPECT_EQ(std::distance(fs::directory_iterator(m_directory), {}), 5) << row.what;
         if (row.before + row.after > 0)
             ExpectWhole(In("changed.srf"), kFirstService);
     }

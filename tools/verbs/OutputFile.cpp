@@ -40,6 +40,10 @@ void CheckReplaceable(const std::string &path, const std::string &input, bool fo
                       ": another recorder is writing it; choose another name");
 }
 
+std::vector<std::string> FilesOf(const std::string &recording) {
+    return {recording, SideFilePath(recording), InformationPath(recording)};
+}
+
 /// What takes the program's messages cannot take packets. Devices that keep nothing can.
 bool IsStandardOutput(const std::string &path) {
     struct stat named {};
@@ -86,13 +90,19 @@ void CheckOutput(const std::string &path, const std::string &input, bool force) 
         return;
     if (fs::is_directory(path, ignored))
         throw UsageError("cannot write " + path + ": it is a directory; name a file in it");
-    const std::string information = InformationPath(path);
+    const std::vector<std::string> files = FilesOf(path);
     const fs::path directory = fs::absolute(path, ignored).parent_path();
     if (!fs::is_directory(directory, ignored))
         throw Failure("cannot write " + path + ": the directory " + directory.string() +
                       " does not exist; make it first");
-    for (const std::string &file : {path, SideFilePath(path), information})
+    for (const std::string &file : files)
         CheckReplaceable(file, input, force);
+}
+
+void RemoveRecording(const std::string &recording) {
+    std::error_code ignored;
+    for (const std::string &file : FilesOf(recording))
+        fs::remove(file, ignored);
 }
 
 SetAside::~SetAside() {
@@ -103,8 +113,9 @@ SetAside::~SetAside() {
 }
 
 void SetAside::Take(const std::string &recording) {
-    for (const std::string &file :
-         {recording, SideFilePath(recording), InformationPath(recording)}) {
+    if (IsDevice(recording))
+        return;
+    for (const std::string &file : FilesOf(recording)) {
         if (IsTaken(file))
             Move(file);
     }

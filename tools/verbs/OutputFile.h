@@ -27,6 +27,9 @@ bool IsDevice(const std::string &path);
 ///         recorder), for the input itself and for a missing directory
 void CheckOutput(const std::string &path, const std::string &input, bool force);
 
+/// Removes a recording with the two files beside it.
+void RemoveRecording(const std::string &recording);
+
 /// Takes an earlier recording with the two files beside it out of the way of a new one. They come
 /// back when this ends, unless they were removed or their names are taken.
 ///
@@ -38,8 +41,12 @@ class SetAside {
     SetAside(const SetAside &) = delete;
     SetAside &operator=(const SetAside &) = delete;
 
+    /// Does nothing for a device.
     /// @throws Failure when a file cannot be moved
     void Take(const std::string &recording);
+    bool HasFiles() const { return !m_files.empty(); }
+    /// @return where the first of the files is now, while there are some
+    const std::string &Place() const { return m_files.front().to; }
     /// The new recording exists: the earlier one is removed.
     void Remove();
 

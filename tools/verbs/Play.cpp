@@ -83,15 +83,21 @@ class PlayRun {
     void OpenSource() {
         const Source source{m_options.file, m_options.fromMs, m_options.isTimeshift};
         try {
-            m_playing.Open(source);
+            Open(source);
         } catch (const Failure &) {
             if (!m_options.isTimeshift) {
                 ServicesOf(m_options.file);  // has a clearer message, when it fails too
                 throw;
             }
             AwaitBuffer();
-            m_playing.Open(source);
+            Open(source);
         }
+    }
+
+    /// Reads the whole recording, and nothing is at stake yet.
+    void Open(const Source &source) {
+        const StopAtOnce nothingToEnd;
+        m_playing.Open(source);
     }
 
     /// A buffer is empty until its recorder has read the first packets.

@@ -72,6 +72,8 @@ class RecordRun {
     }
 
     void Run() {
+        if (m_options.force)
+            m_earlier.Take(m_options.out);
         m_pvr.WatchService(m_service);
         m_recording.Start(m_service, {m_options.out, m_options.isTimeshift}, m_options.durationMs);
         WriteInformationBeside(m_options.out);
@@ -152,9 +154,11 @@ class RecordRun {
                 earlier.Take(m_options.swapTo);
             m_recording.SwapTo(m_options.swapTo);
         } catch (const std::runtime_error &failure) {
+            m_earlier.Remove();
             throw Failure(failure.what() + BufferKeptText());
         }
         earlier.Remove();
+        m_earlier.Remove();
         m_isSwapped = true;
         DropInformationWithout(m_options.out);  // it went with the buffer
         WriteInformationBeside(m_options.swapTo);
@@ -187,14 +191,19 @@ class RecordRun {
             m_failure = stopFailure;
         if (m_failure.empty())
             m_failure = UselessText(report);
+        if (report.units + report.scrambled > 0)
+            m_earlier.Remove();
+        else if (m_earlier.HasFiles() && stopFailure.empty())  // so the name is still its own
+            RemoveRecording(m_options.out);
         if (!m_failure.empty()) {
             DropInformationWithout(Destination());
-            throw Failure(m_failure);
+            throw Failure(m_failure + LeftText());
         }
         if (m_options.swapAfterMs && !m_isSwapped)
-            throw Failure("cannot swap at " + TimeText(*m_options.swapAfterMs) +
-                          ": the recording ended before" + BufferKeptText() +
-                          "; a lower --speed leaves more time");
+            throw Failure("cannot swap at " + TimeText(*m_options.swapAfterMs) + ": " +
+                          (StopRequested() ? "interrupted before" + BufferKeptText()
+                                           : "the recording ended before" + BufferKeptText() +
+                                                 "; a lower --speed leaves more time"));
         m_terminal.Line(SummaryText(), Style::Good);
     }
 
@@ -212,6 +221,17 @@ class RecordRun {
         std::error_code ignored;
         return fs::exists(m_options.out, ignored)
                    ? "; the timeshift buffer is still in " + m_options.out
+                   : "";
+    }
+
+    /// @return which recording is there after a failure, and where
+    std::string LeftText() const {
+        std::error_code ignored;
+        if (m_earlier.HasFiles())
+            return "; the earlier recording is in " +
+                   (fs::exists(m_options.out, ignored) ? m_earlier.Place() : m_options.out);
+        return fs::is_regular_file(Destination(), ignored)
+                   ? "; " + Destination() + " and the files beside it stay"
                    : "";
     }
 
@@ -241,6 +261,7 @@ class RecordRun {
     const tvdesktop::Service &m_service;  ///< as it was when the recording began
     tvdesktop::Service m_current;         ///< as it is now
     Terminal &m_terminal;
+    SetAside m_earlier;  ///< what was at `out`; comes back after the recorder is destroyed
     PvrService m_pvr;
     RecordingControl m_recording;
     Progress m_progress;

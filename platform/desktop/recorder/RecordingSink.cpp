@@ -90,8 +90,8 @@ bool RecordingSink::Lock() {
 bool RecordingSink::IsSideFileFree(int source) {
     const std::string path = ts::ChannelLogPath(m_path);
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 && errno == ENOENT)
-        return true;
+    if (::lstat(path.c_str(), &status) != 0)
+        return errno == ENOENT || Fail("cannot write " + path);
     errno = EINVAL;
     if (LeadsTo(path, source))
         return Fail("cannot write " + path, "it is the source of the recording");
