@@ -27,9 +27,11 @@ constexpr int kFatalSignals[] = {SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGI
 constexpr std::uint32_t kSameRequestMs = 500;
 
 // Signals reach any thread. Milliseconds of a clock that only goes forward; they may wrap.
-std::atomic<bool> g_stopRequested{false};
+std::atomic<int> g_stopSignal{0};  ///< the first one; 0: none came
 std::atomic<std::uint32_t> g_stopTimeMs{0};
-static_assert(std::atomic<std::uint32_t>::is_always_lock_free, "used by signal handlers");
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free &&
+                  std::atomic<int>::is_always_lock_free,
+              "used by signal handlers");
 volatile std::sig_atomic_t g_readsKeys = 0;
 void (*g_onStop)(int) = SIG_DFL;  ///< what the stop signals do outside of StopAtOnce
 
@@ -59,9 +61,9 @@ std::uint32_t NowMs() {
 /// request: `timeout` and terminals signal a program and then its group.
 void OnStop(int signal) {
     const std::uint32_t now = NowMs();
-    if (!g_stopRequested.load()) {
+    if (g_stopSignal.load() == 0) {
         g_stopTimeMs = now;
-        g_stopRequested = true;
+        g_stopSignal = signal;
     } else if (now - g_stopTimeMs.load() >= kSameRequestMs) {
         OnFatal(signal);
     }
@@ -251,12 +253,14 @@ void CatchStopSignals() {
 }
 
 bool StopRequested() {
-    return g_stopRequested;
+    return g_stopSignal != 0;
 }
 
 StopAtOnce::StopAtOnce() {
     for (const int signal : kStopSignals)
         Handle(signal, OnFatal);
+    if (StopRequested())
+        OnFatal(g_stopSignal);
 }
 
 StopAtOnce::~StopAtOnce() {

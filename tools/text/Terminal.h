@@ -78,8 +78,8 @@ void CatchStopSignals();
 /// @return whether one of them came
 bool StopRequested();
 
-/// While it lives, these signals end the program at once: for long work with nothing to end in
-/// order. The terminal's own mode comes back. One at a time.
+/// While it lives, these signals end the program at once, and so does one that came before: for
+/// long work with nothing to end in order. The terminal's own mode comes back. One at a time.
 class StopAtOnce {
   public:
     StopAtOnce();

@@ -72,8 +72,7 @@ class RecordRun {
     }
 
     void Run() {
-        if (m_options.force)
-            m_earlier.Take(m_options.out);
+        MakeWay(m_options.out, m_earlier);
         m_pvr.WatchService(m_service);
         m_recording.Start(m_service, {m_options.out, m_options.isTimeshift}, m_options.durationMs);
         WriteInformationBeside(m_options.out);
@@ -146,12 +145,17 @@ class RecordRun {
         return reason.empty() ? message : message + " (" + reason + ")";
     }
 
+    /// Looks once more at what is there: time has gone by since the options were checked.
+    void MakeWay(const std::string &path, SetAside &earlier) const {
+        CheckOutput(path, m_options.input, m_options.force);
+        if (m_options.force)
+            earlier.Take(path);
+    }
+
     void Swap() {
         SetAside earlier;
         try {
-            CheckOutput(m_options.swapTo, m_options.input, m_options.force);  // as it is by now
-            if (m_options.force)
-                earlier.Take(m_options.swapTo);
+            MakeWay(m_options.swapTo, earlier);
             m_recording.SwapTo(m_options.swapTo);
         } catch (const std::runtime_error &failure) {
             m_earlier.Remove();
