@@ -22,9 +22,8 @@ bool IsDevice(const std::string &path);
 /// Makes sure that nothing is lost by recording `input` to `path`: looks at every file that the
 /// recording consists of, with its side file and its information file.
 /// @throws UsageError for a name that cannot be a recording's and for standard output; Failure for
-/// a file that exists
-///         (unless `force`, and then for what is not a regular file or is being written by a
-///         recorder), for the input itself and for a missing directory
+///         a file that exists (unless `force`, and then for what is not a regular file or is being
+///         written by a recorder), for the input itself and for a missing directory
 void CheckOutput(const std::string &path, const std::string &input, bool force);
 
 /// Removes a recording with the two files beside it.
