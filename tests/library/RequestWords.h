@@ -66,7 +66,7 @@ class RecordOfWords {
             const bool isNamed = word->compare(0, name.size(), name) == 0;
             if (!isNamed && (word != m_words.begin() || word->find(':') != std::string::npos))
                 continue;
-            const std::string value = word->substr(isNamed ? name.size() : 0);
+            std::string value = word->substr(isNamed ? name.size() : 0);
             m_words.erase(word);
             return value;
         }

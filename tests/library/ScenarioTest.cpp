@@ -131,7 +131,7 @@ struct Operation {
             line += Format(" = %u", endResult);
         for (const auto &[call, answer] : answers) {
             if (call != "reply" && call != "state")
-                line += ' ' + call + '=' + answer;
+                line += Format(" %s=%s", call.c_str(), answer.c_str());
         }
         if (reply != "none")
             line += " reply=" + reply;

@@ -52,7 +52,7 @@ extern "C" __attribute__((noinline)) void MeasuredWork(const std::function<void(
 namespace {
 
 /// A request text of a command, longer than its record needs.
-std::string Padded(moxpvr::RequestText text, std::size_t length) {
+std::string Padded(const moxpvr::RequestText &text, std::size_t length) {
     std::string padded = text.text();
     padded.resize(length, '0');
     return padded;

@@ -103,7 +103,7 @@ std::string DvbTextToUtf8(const std::uint8_t *text, std::size_t size) {
     gchar *converted =
         g_convert_with_fallback(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8",
                                 encoding.name.c_str(), "?", nullptr, nullptr, nullptr);
-    const std::string result = PlainText(converted != nullptr ? converted : "");
+    std::string result = PlainText(converted != nullptr ? converted : "");
     g_free(converted);
     return result;
 }
