@@ -34,6 +34,7 @@ namespace {
 
 using namespace tvdesktop;
 using std::chrono::milliseconds;
+namespace fs = std::filesystem;
 
 Bytes ReadFile(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
@@ -50,6 +51,34 @@ Bytes Only(const Bytes &data, const std::set<int> &pids) {
     return kept;
 }
 
+Bytes operator+(Bytes first, const Bytes &second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+/// @return the packets [begin, end)
+Bytes Packets(const Bytes &data, std::size_t begin, std::size_t end) {
+    const auto at = [&](std::size_t i) {
+        return data.begin() + static_cast<std::ptrdiff_t>(i * 188);
+    };
+    return Bytes(at(begin), at(end));
+}
+
+/// The usual stream on PID 0x100: PCRs `stepMs` apart, each before `media` packets without one.
+TsBuilder Steps(int count, std::int64_t stepMs, int media = 0) {
+    TsBuilder stream;
+    for (int i = 0; i < count; ++i)
+        stream.Pcr(0x100, i * stepMs * kMs).Media(0x100, media);
+    return stream;
+}
+
+/// @return bytes that wait in a pipe
+int Unread(const FileDescriptor &pipe) {
+    int count = 0;
+    EXPECT_EQ(::ioctl(pipe.Get(), FIONREAD, &count), 0);
+    return count;
+}
+
 /// A recorder on files of a directory of its own; keeps what its callback brings.
 class RecorderTest : public testing::Test {
   protected:
@@ -62,17 +91,17 @@ class RecorderTest : public testing::Test {
     void SetUp() override {
         const auto *test = testing::UnitTest::GetInstance()->current_test_info();
         m_directory = TemporaryFolder() + "recorder-" + test->name() + "/";
-        std::filesystem::create_directory(m_directory);
+        fs::create_directory(m_directory);
     }
 
     void TearDown() override {
         DestroyRecorder(m_recorder);
-        std::filesystem::remove_all(m_directory);
+        fs::remove_all(m_directory);
     }
 
     /// @return a path in the directory; an absolute name stays as it is
     std::string Path(const std::string &name) const {
-        return (std::filesystem::path(m_directory) / name).string();
+        return (fs::path(m_directory) / name).string();
     }
 
     void Create(const std::string &source, double speed = 0) {
@@ -87,12 +116,21 @@ class RecorderTest : public testing::Test {
         Create(Path("source.ts"), speed);
     }
 
+    FileDescriptor MakePipe(const std::string &name, int flags) {
+        fs::remove(Path(name));
+        EXPECT_EQ(::mkfifo(Path(name).c_str(), 0600), 0);
+        return FileDescriptor(::open(Path(name).c_str(), flags | O_CLOEXEC));
+    }
+
     /// A recorder that reads what the test writes into the returned descriptor.
-    int CreateOnPipe() {
-        std::filesystem::remove(Path("pipe"));
-        EXPECT_EQ(::mkfifo(Path("pipe").c_str(), 0600), 0);
+    FileDescriptor CreateOnPipe() {
+        FileDescriptor pipe = MakePipe("pipe", O_RDWR);
         Create(Path("pipe"));
-        return ::open(Path("pipe").c_str(), O_RDWR | O_CLOEXEC);
+        return pipe;
+    }
+
+    static void Feed(const FileDescriptor &pipe, const Bytes &data) {
+        ASSERT_TRUE(WriteAll(pipe.Get(), data.data(), data.size()));
     }
 
     int Sink(const std::string &name, int timeshift = 0) {
@@ -100,11 +138,26 @@ class RecorderTest : public testing::Test {
                                         0);
     }
 
-    int Swap(const std::string &name) { return SwapTo(Path(name)); }
+    /// Starts to record PID 0x100.
+    void Record(const std::string &sink, int timeshift = 0) {
+        ASSERT_EQ(Sink(sink, timeshift), 0);
+        ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
+        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    }
 
-    int SwapTo(std::string path) {
+    int Swap(const std::string &name) {
+        std::string path = Path(name);
         TvRecorderSwap swap{path.data(), 0, 0};
         return tv_recorder_set_property(m_recorder, 55, &swap, 0);
+    }
+
+    /// @return the one recording whose path begins so
+    static std::string FileThatBegins(const std::string &path) {
+        for (const auto &entry : fs::directory_iterator(fs::path(path).parent_path())) {
+            if (entry.path().string().rfind(path, 0) == 0 && entry.path().extension() != ".chan")
+                return entry.path().string();
+        }
+        return path;
     }
 
     /// @return the parameter of the message
@@ -122,6 +175,7 @@ class RecorderTest : public testing::Test {
     }
 
     int WaitForEnd() { return WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, kRecorderEnd); }
+    void WaitForError(int code) { WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, code); }
     void WaitForFirstPacket() {
         WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, kRecorderFirstPacket);
     }
@@ -237,22 +291,17 @@ TEST_F(RecorderTest, RecordsExactlyTheProgrammedPids) {
 TEST_F(RecorderTest, RefusesWhatItCannotDo) {
     CreateOn(TsBuilder().Media(0x100, 30));
     TvChannelInfo info{};
+    TvRecorderSwap nameless{nullptr, 0, 0};
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 999, 1, 0), kRecorderBadProperty);
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 49, 0x2000, 0), kRecorderBadProperty);
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 60, nullptr, 0), kRecorderBadProperty);
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 55, &nameless, 0), kRecorderBadProperty);
+    EXPECT_EQ(tv_recorder_set_property(m_recorder, 55, nullptr, 0), kRecorderBadProperty);
     EXPECT_EQ(tv_recorder_set_property(&info, 49, 1, 0), kRecorderNoObject);
     EXPECT_EQ(tv_recorder_start(nullptr), kRecorderNoObject);
     EXPECT_EQ(tv_recorder_pause(m_recorder), kRecorderNotRunning);
     EXPECT_EQ(Swap("swapped.ts"), kRecorderNotRunning);
-    TvRecorderSwap nameless{nullptr, 0, 0};
-    EXPECT_EQ(tv_recorder_set_property(m_recorder, 55, &nameless, 0), kRecorderBadProperty);
-    EXPECT_EQ(tv_recorder_set_property(m_recorder, 55, nullptr, 0), kRecorderBadProperty);
 
-    ASSERT_EQ(Sink("source.ts"), 0);
-    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSinkFailed);
-    EXPECT_EQ(ReadFile(Path("source.ts")).size(), 30U * 188) << "recorded onto itself";
-    ASSERT_EQ(Sink("no/such/place"), 0);
-    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSinkFailed);
     ASSERT_EQ(Sink("out.ts"), 0);
     ASSERT_EQ(tv_recorder_start(m_recorder), 0);
     WaitForEnd();
@@ -260,37 +309,32 @@ TEST_F(RecorderTest, RefusesWhatItCannotDo) {
     ASSERT_EQ(::unlink(Path("source.ts").c_str()), 0);
     EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSourceFailed) << "after one that ended";
     EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderNotRunning);
-
-    for (const char *source : {"missing.ts", "."}) {
-        Create(Path(source));
-        ASSERT_EQ(Sink("out.ts"), 0);
-        EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSourceFailed) << source;
-    }
+    Create(Path("."));
+    ASSERT_EQ(Sink("out.ts"), 0);
+    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSourceFailed) << "a folder";
 }
 
 TEST_F(RecorderTest, RefusesASinkThatIsTakenAndLeavesItAsItWas) {
-    namespace fs = std::filesystem;
     const TsBuilder stream = TsBuilder().Media(0x100, 30);
     stream.WriteTo(Path("in.ts.chan"));
-    ASSERT_EQ(::mkfifo(Path("fifo.ts.chan").c_str(), 0600), 0);
+    const FileDescriptor fifo = MakePipe("fifo.ts.chan", O_RDWR);
     fs::create_directory(Path("folder.ts.chan"));
     fs::create_symlink("nowhere", Path("link.ts"));
 
-    const FileDescriptor pipe(CreateOnPipe());
-    ASSERT_EQ(Sink("out.ts"), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-    ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), 20 * 188));
+    const FileDescriptor pipe = CreateOnPipe();
+    Record("out.ts");
+    Feed(pipe, Packets(stream.data, 0, 20));
     WaitForFirstPacket();
     fs::create_hard_link(Path("out.ts"), Path("hard.ts"));
     fs::create_symlink("out.ts", Path("soft.ts"));
 
     void *second = CreateRecorder({Path("in.ts.chan"), 0});
     const std::pair<const char *, const char *> sinks[] = {
-        {"out.ts", "another recorder"},    {"hard.ts", "another recorder"},
-        {"soft.ts", "another recorder"},   {"in.ts", "source of the recording"},
-        {"fifo.ts", "not a regular file"}, {"folder.ts", "not a regular file"},
-        {"link.ts", "No such file"},       {"no/such/place", "No such file"},
+        {"out.ts", "another recorder"},       {"hard.ts", "another recorder"},
+        {"soft.ts", "another recorder"},      {"in.ts.chan", "source of the recording"},
+        {"in.ts", "source of the recording"}, {"fifo.ts", "not a regular file"},
+        {"folder.ts", "not a regular file"},  {"link.ts", "No such file"},
+        {"no/such/place", "No such file"},
     };
     for (const auto &[name, said] : sinks) {
         const bool isThere = fs::exists(Path(name));
@@ -301,7 +345,7 @@ TEST_F(RecorderTest, RefusesASinkThatIsTakenAndLeavesItAsItWas) {
     }
     DestroyRecorder(second);
     EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
-    EXPECT_EQ(ReadFile(Path("out.ts")), Bytes(stream.data.begin(), stream.data.begin() + 20 * 188));
+    EXPECT_EQ(ReadFile(Path("out.ts")), Packets(stream.data, 0, 20));
     EXPECT_EQ(ReadFile(Path("in.ts.chan")), stream.data);
     EXPECT_TRUE(fs::is_fifo(Path("fifo.ts.chan")));
 }
@@ -327,131 +371,108 @@ TEST_F(RecorderTest, IsNotRefusedByAPlayerThatOnlyAsks) {
 }
 
 TEST_F(RecorderTest, KeepsTheOpenFileWhateverHappensToItsName) {
-    namespace fs = std::filesystem;
     const std::string other = "/dev/shm/" +
                               fs::path(m_directory).parent_path().filename().string() +
                               std::to_string(::getpid());
+    const std::string out = Path("out");
     const auto nothing = [] {};
-    const auto remove = [this] { fs::remove(Path("out")); };
-    const auto replace = [this] {
+    const auto remove = [&] { fs::remove(out); };
+    const auto replace = [&] {
         std::ofstream(Path("new")) << "other";
-        fs::rename(Path("new"), Path("out"));
+        fs::rename(Path("new"), out);
     };
-    const auto move = [this] { fs::rename(Path("out"), Path("moved")); };
+    const auto move = [&] { fs::rename(out, Path("moved")); };
     const struct {
         const char *what;
         std::function<void()> act;
-        std::string swapTo;
-        int stopped;
-        std::string kept;  ///< begin of the name
+        std::string swapTo;  ///< without a swap, the end reports where the recording is
+        std::string kept;    ///< begin of the path
+        std::string sideFileOf = kept;
+        bool isReplaced = false;
     } rows[] = {
-        {"swap", nothing, Path("swapped"), kRecorderOk, "swapped"},
-        {"removed, swap", remove, Path("swapped"), kRecorderOk, "swapped"},
-        {"replaced, swap", replace, Path("swapped"), kRecorderOk, "swapped"},
-        {"moved, swap", move, Path("swapped"), kRecorderOk, "swapped"},
-        {"other file system", nothing, other, kRecorderOk, ""},
-        {"removed", remove, "", kRecorderWriteFailed, "out"},
-        {"replaced", replace, "", kRecorderWriteFailed, "out-"},
-        {"moved", move, "", kRecorderWriteFailed, "moved"},
+        {"swap", nothing, Path("swapped"), Path("swapped")},
+        {"removed, swap", remove, Path("swapped"), Path("swapped")},
+        {"replaced, swap", replace, Path("swapped"), Path("swapped"), Path("swapped"), true},
+        {"moved, swap", move, Path("swapped"), Path("swapped")},
+        {"other file system", nothing, other, other},
+        {"removed", remove, "", out},
+        {"replaced", replace, "", out + '-', out + '-', true},
+        {"moved", move, "", Path("moved"), out},
     };
-    TsBuilder stream;
-    for (int i = 0; i < 10; ++i)
-        stream.Pcr(0x100, i * 10 * kMs).Media(0x100);
+    const Bytes stream = Steps(10, 10, 1).data;
     TvChannelInfo channel{};
     channel.pcrPid = 0x100;
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
-        const bool isReplaced = std::string(row.what).find("replaced") == 0;
         for (const auto &entry : fs::directory_iterator(m_directory))
             fs::remove(entry.path());
-        FileDescriptor pipe(CreateOnPipe());
-        ASSERT_EQ(Sink("out", 1), 0);
-        ASSERT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 49, 0x100, 0), 0);
-        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-        ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), 10 * 188));
+        FileDescriptor pipe = CreateOnPipe();
+        ASSERT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 0), 0);
+        Record("out", 1);
+        Feed(pipe, Packets(stream, 0, 10));
         WaitForFirstPacket();
         row.act();
         if (!row.swapTo.empty()) {
-            ASSERT_EQ(SwapTo(row.swapTo), 0);
+            ASSERT_EQ(Swap(row.swapTo), 0);
         }
-        ASSERT_TRUE(WriteAll(pipe.Get(), &stream.data[10 * 188], 10 * 188));
+        Feed(pipe, Packets(stream, 10, 20));
         pipe.Close();
-        if (row.stopped == kRecorderOk)
-            WaitForEnd();
+        if (row.swapTo.empty())
+            WaitForError(kRecorderErrorWrite);
         else
-            WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorWrite);
-        EXPECT_EQ(tv_recorder_stop(m_recorder), row.stopped);
+            WaitForEnd();
+        EXPECT_EQ(tv_recorder_stop(m_recorder), row.swapTo.empty() ? kRecorderWriteFailed : 0);
 
-        std::string kept = row.kept.empty() ? other : "";
-        for (const auto &entry : fs::directory_iterator(m_directory)) {
-            const std::string name = entry.path().filename().string();
-            if (!row.kept.empty() && name.rfind(row.kept, 0) == 0 &&
-                entry.path().extension() != ".chan")
-                kept = entry.path().string();
-        }
-        EXPECT_EQ(ReadFile(kept), stream.data) << kept;
-        EXPECT_EQ(ReadFile(Path("out")).size() == 5, isReplaced) << "whose file is not ours";
-        EXPECT_EQ(ts::ReadChannelLog(row.what == std::string("moved") ? Path("out") : kept).size(),
-                  1U);
-        EXPECT_EQ(RecorderFailure(m_recorder).empty(), row.stopped == kRecorderOk);
-        EXPECT_TRUE(row.stopped == kRecorderOk ||
-                    RecorderFailure(m_recorder).find(kept) != std::string::npos);
+        const std::string kept = FileThatBegins(row.kept);
+        const std::string said = RecorderFailure(m_recorder);
+        EXPECT_EQ(ReadFile(kept), stream) << kept;
+        EXPECT_EQ(ts::ReadChannelLog(FileThatBegins(row.sideFileOf)).size(), 1U);
+        EXPECT_EQ(ReadFile(out).size() == 5, row.isReplaced) << "whose file is not ours";
+        EXPECT_TRUE(row.swapTo.empty() ? said.find(kept) != std::string::npos : said.empty())
+            << said;
         fs::remove(other);
         fs::remove(ts::ChannelLogPath(other));
     }
 }
 
 TEST_F(RecorderTest, StopsWithEverythingThatWasRead) {
-    TsBuilder stream;
-    for (int i = 0; i < 10; ++i)
-        stream.Pcr(0x100, i * 10 * kMs);
-    FileDescriptor pipe(CreateOnPipe());
-    ASSERT_EQ(Sink("out.ts"), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-    ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), stream.data.size()));
+    const Bytes stream = Steps(20, 10).data;
+    const Bytes first = Packets(stream, 0, 10);
+    const FileDescriptor pipe = CreateOnPipe();
+    Record("out.ts");
+    Feed(pipe, first);
     WaitForFirstPacket();
     EXPECT_EQ(tv_recorder_stop(m_recorder), 0);
-    ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), stream.data.size()));
-    EXPECT_EQ(ReadFile(Path("out.ts")), stream.data) << "the last packet too, and none after it";
+    Feed(pipe, first);
+    EXPECT_EQ(ReadFile(Path("out.ts")), first) << "the last packet too, and none after it";
     EXPECT_EQ(tv_recorder_pause(m_recorder), kRecorderNotRunning);
     EXPECT_EQ(m_messages.size(), 1U) << "a stop is no end";
 
     ASSERT_EQ(tv_recorder_start(m_recorder), 0);  // takes what is still in the pipe
     WaitForFirstPacket();
     ASSERT_EQ(tv_stream_set_property(m_recorder, 1413, 150, 0), 0);
-    TsBuilder more;
-    for (int i = 10; i < 20; ++i)
-        more.Pcr(0x100, i * 10 * kMs);
-    ASSERT_TRUE(WriteAll(pipe.Get(), more.data.data(), more.data.size()));
+    Feed(pipe, Packets(stream, 10, 20));
     EXPECT_EQ(WaitForEnd(), 150);
 }
 
 TEST_F(RecorderTest, ReportsAFailedLastWrite) {
     CreateOn(TsBuilder().Pcr(0x100, 0).Pcr(0x100, kMs).Pcr(0x100, 400 * kMs), 0.01);
-    ASSERT_EQ(Sink("/dev/full"), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    Record("/dev/full");
     for (long long position = 0, duration = 0; position < 1; std::this_thread::yield())
         ASSERT_EQ(tv_recorder_get_position(m_recorder, &position, &duration), 0);
     EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderWriteFailed);
-    WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorNoSpace);
+    WaitForError(kRecorderErrorNoSpace);
 }
 
 TEST_F(RecorderTest, GivesASlowReaderOneDeadlineAtAStop) {
     const TsBuilder stream = TsBuilder().Media(0x100, 5000);
     const int pauses[] = {0, 20};  // milliseconds of the reader, after each page
     for (const int pause : pauses) {
-        std::filesystem::remove(Path("sink"));
-        ASSERT_EQ(::mkfifo(Path("sink").c_str(), 0600), 0);
-        const FileDescriptor reader(
-            ::open(Path("sink").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        const FileDescriptor reader = MakePipe("sink", O_RDONLY | O_NONBLOCK);
         CreateOn(stream);
-        ASSERT_EQ(Sink("sink"), 0);
-        ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
-        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-        for (int unread = 0; unread < 60'000; std::this_thread::yield())
-            ASSERT_EQ(::ioctl(reader.Get(), FIONREAD, &unread), 0);
+        Record("sink");
+        while (Unread(reader) < 60'000)
+            std::this_thread::yield();
 
         std::atomic<bool> isStopped{false};
         Bytes received;
@@ -474,8 +495,6 @@ TEST_F(RecorderTest, GivesASlowReaderOneDeadlineAtAStop) {
 
 TEST_F(RecorderTest, AnswersASwapThatTheEndOvertakes) {
     CreateOn(TsBuilder().Media(0x100, 30));
-    ASSERT_EQ(Sink("buffer", 1), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
     std::atomic<pid_t> swapper{0};
     std::thread swap;
     m_whileInCallback = [&] {  // the first packets of a source that is read to its end
@@ -488,142 +507,101 @@ TEST_F(RecorderTest, AnswersASwapThatTheEndOvertakes) {
             std::getline(std::ifstream("/proc/self/task/" + std::to_string(swapper) + "/stat"),
                          status);
     };
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    Record("buffer", 1);
     WaitForEnd();
     swap.join();
-    EXPECT_FALSE(std::filesystem::exists(Path("recording")));
+    EXPECT_FALSE(fs::exists(Path("recording")));
 }
 
 TEST_F(RecorderTest, TakesNoProcessorTimeAndNoMemoryWhileIdle) {
-    Create(Path("none"));
+    const FileDescriptor pipe = CreateOnPipe();
     const TvChannelInfo channel{};
     const std::size_t before = ::mallinfo2().uordblks;
     for (int i = 0; i < 20'000; ++i)
         ASSERT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 0), 0);
     EXPECT_LT(::mallinfo2().uordblks, before + (1 << 20));
 
-    const FileDescriptor pipe(CreateOnPipe());
-    ASSERT_EQ(Sink("silent.ts"), 0);
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    Record("silent.ts");
     void *silent = std::exchange(m_recorder, nullptr);
     CreateOn(TsBuilder().Pcr(0x100, 0).Pcr(0x100, 400 * kMs).Media(0x100), 1.0);
-    ASSERT_EQ(Sink("out.ts"), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
     const std::clock_t begin = std::clock();
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    Record("out.ts");
     WaitForEnd();
     EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC / 5) << "of 0.4 s that both only waited";
     DestroyRecorder(silent);
 }
 
 TEST_F(RecorderTest, ReportsFailuresThroughTheCallback) {
-    struct Case {
+    const struct {
         TsBuilder stream;
-        std::string sink;
+        const char *sink;
         int code;
+        int stopped;
         const char *said;
-    };
-    const Case cases[] = {
-        {TsBuilder().Junk(5000), "out.ts", kRecorderErrorSource, "not a transport stream"},
-        {TsBuilder(), "out.ts", kRecorderErrorSource, "not a transport stream"},
-        {TsBuilder().Media(0x100, 100), "/dev/full", kRecorderErrorNoSpace,
+    } rows[] = {
+        {TsBuilder().Junk(5000), "out.ts", kRecorderErrorSource, kRecorderOk,
+         "not a transport stream"},
+        {TsBuilder(), "out.ts", kRecorderErrorSource, kRecorderOk, "not a transport stream"},
+        {TsBuilder().Media(0x100, 100), "/dev/full", kRecorderErrorNoSpace, kRecorderWriteFailed,
          "dev/full: No space left on device"},
     };
-    for (const Case &c : cases) {
-        CreateOn(c.stream);
-        ASSERT_EQ(Sink(c.sink), 0);
-        ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
-        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-        WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, c.code);
-        EXPECT_EQ(tv_recorder_stop(m_recorder),
-                  c.code == kRecorderErrorSource ? kRecorderOk : kRecorderWriteFailed);
-        EXPECT_NE(RecorderFailure(m_recorder).find(c.said), std::string::npos)
-            << RecorderFailure(m_recorder);
-        EXPECT_FALSE(std::filesystem::exists(Path("out.ts"))) << "an empty recording was left";
+    for (const auto &row : rows) {
+        CreateOn(row.stream);
+        Record(row.sink);
+        WaitForError(row.code);
+        EXPECT_EQ(tv_recorder_stop(m_recorder), row.stopped) << row.said;
+        const std::string failure = RecorderFailure(m_recorder);
+        EXPECT_NE(failure.find(row.said), std::string::npos) << failure;
+        EXPECT_FALSE(fs::exists(Path("out.ts"))) << "an empty recording was left";
     }
 }
 
-TEST_F(RecorderTest, EndsAtTheSetDuration) {
-    TsBuilder stream;
-    for (int i = 0; i < 50; ++i)
-        stream.Pcr(0x100, i * 100 * kMs).Media(0x100, 3);
-    CreateOn(stream);
-    ASSERT_EQ(Sink("out.ts"), 0);
-    ASSERT_EQ(tv_stream_set_property(m_recorder, 1413, 950, 0), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-    EXPECT_EQ(WaitForEnd(), 1000);
-    stream.data.resize((10 * 4 + 1) * 188);
-    EXPECT_EQ(ReadFile(Path("out.ts")), stream.data);
-}
-
-TEST_F(RecorderTest, EndsWhenWhatItIsToCountHasNoPcr) {
-    constexpr int kPackets = 30'000;
-    CreateOn(TsBuilder().Media(0x100, kPackets, true));
-    for (const int limit : {0, 1000}) {
-        ASSERT_EQ(Sink("a.srf"), 0);
-        ASSERT_EQ(tv_recorder_set_property(m_recorder, 25, 0x100, 0), 0);
-        ASSERT_EQ(tv_stream_set_property(m_recorder, 1413, limit, 0), 0);
-        ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-        if (limit == 0)
-            WaitForEnd();
+TEST_F(RecorderTest, EndsAtTheSetDurationOrWhenNoPcrCanCountIt) {
+    const TsBuilder counted = Steps(50, 100, 3);
+    const TsBuilder uncounted = TsBuilder().Media(0x100, 30'000, true);
+    constexpr int kError = -1;
+    const struct {
+        const char *what;
+        const TsBuilder &stream;
+        int limitMs;
+        int endMs;
+        std::uint64_t packets;  ///< at an error: fewer
+    } rows[] = {
+        {"limit", counted, 950, 1000, 10 * 4 + 1},
+        {"no PCR", uncounted, 0, 0, 30'000},
+        {"limit, no PCR", uncounted, 1000, kError, 30'000},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        CreateOn(row.stream);
+        ASSERT_EQ(tv_stream_set_property(m_recorder, 1413, row.limitMs, 0), 0);
+        Record("a.srf");
+        if (row.endMs == kError)
+            WaitForError(kRecorderErrorSource);
         else
-            WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorSource);
+            EXPECT_EQ(WaitForEnd(), row.endMs);
         const RecordingReport report = GetRecordingReport(m_recorder);
-        EXPECT_EQ(report.packets == kPackets, limit == 0);
-        EXPECT_EQ(report.packets * 188, std::filesystem::file_size(Path("a.srf")));
-        EXPECT_EQ(report.units, 1U);
-        EXPECT_FALSE(report.hasStreamTime);
+        EXPECT_EQ(report.packets == row.packets, row.endMs != kError) << report.packets;
+        EXPECT_EQ(ReadFile(Path("a.srf")), Packets(row.stream.data, 0, report.packets));
+        EXPECT_EQ(report.units, row.endMs > 0 ? 0U : 1U);
+        EXPECT_EQ(report.hasStreamTime, row.endMs > 0);
     }
 }
 
-TEST_F(RecorderTest, SwapsWhilePacketsFlow) {
-    TsBuilder stream;
-    for (int i = 0; i < 20'000; ++i)
-        stream.Pcr(0x100, i * 10 * kMs).Media(0x1FFF);
-    FileDescriptor pipe(CreateOnPipe());
-    TvChannelInfo channel{};
-    channel.programNum = 1;
-    channel.pcrPid = 0x100;
-    ASSERT_EQ(Sink("buffer", 1), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 25, 0x100, 0), 0);
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+TEST_F(RecorderTest, ChangesServiceAndNameWhilePaused) {
+    // Both parts fit into a pipe's atomic write, so the recorder sees each as a whole.
+    const Bytes first = Steps(10, 10, 1).Media(0x1FFF).data;
+    const Bytes second = TsBuilder()
+                             .Pcr(0x200, 900 * kMs)
+                             .Media(0x100, 5)
+                             .Pcr(0x200, 930 * kMs)
+                             .Media(0x102, 3)
+                             .data;
+    FileDescriptor pipe = CreateOnPipe();
+    Record("buffer", 1);
     EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderAlreadyRunning);
     EXPECT_EQ(Sink("other"), kRecorderAlreadyRunning);
-    std::ofstream(Path("precious")) << "kept";
-
-    std::thread feeder([&] {
-        WriteAll(pipe.Get(), stream.data.data(), stream.data.size());
-        pipe.Close();
-    });
-    WaitForFirstPacket();
-    EXPECT_EQ(Swap("precious"), kRecorderFileExists);
-    EXPECT_EQ(Swap("no/such/place"), kRecorderWriteFailed);
-    EXPECT_EQ(Swap("recording"), 0);
-    EXPECT_EQ(Swap("again"), kRecorderNotTimeshift);
-    feeder.join();
-    WaitForEnd();
-    EXPECT_EQ(ReadFile(Path("recording")), Only(stream.data, {0x100}));
-    EXPECT_EQ(ts::ReadChannelLog(Path("recording")).size(), 1U);
-    EXPECT_EQ(ReadFile(Path("precious")).size(), 4U);
-    for (const char *gone : {"buffer", "buffer.chan", "again", "precious.chan"})
-        EXPECT_FALSE(std::filesystem::exists(Path(gone))) << gone;
-}
-
-TEST_F(RecorderTest, ChangesTheServiceWhilePaused) {
-    // Both parts fit into a pipe's atomic write, so the recorder sees each as a whole.
-    TsBuilder stream;
-    for (int i = 0; i < 10; ++i)
-        stream.Pcr(0x100, i * 10 * kMs).Media(0x102);
-    stream.Media(0x1FFF);
-    const std::size_t change = stream.data.size();
-    stream.Pcr(0x200, 900 * kMs).Media(0x100, 5).Pcr(0x200, 930 * kMs).Media(0x102, 3);
-
-    FileDescriptor pipe(CreateOnPipe());
-    ASSERT_EQ(Sink("buffer", 1), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 29, 0x100, 25, 0x100, 49, 0x102, 0), 0);
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
-    ASSERT_TRUE(WriteAll(pipe.Get(), stream.data.data(), change));
+    Feed(pipe, first);
     WaitForFirstPacket();
 
     ASSERT_EQ(tv_recorder_pause(m_recorder), 0);
@@ -633,29 +611,29 @@ TEST_F(RecorderTest, ChangesTheServiceWhilePaused) {
     channel.pcrPid = 0x200;
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 28, 0x100, 0), 0);
     EXPECT_EQ(tv_recorder_set_property(m_recorder, 60, &channel, 0), 0);
-    ASSERT_TRUE(WriteAll(pipe.Get(), &stream.data[change], stream.data.size() - change));
+    Feed(pipe, second);
     for (int i = 0; i < 20; ++i)  // each answered by the recorder's thread, which must not read on
         ASSERT_EQ(Swap("recording/"), kRecorderWriteFailed);
+    std::ofstream(Path("precious")) << "kept";
+    EXPECT_EQ(Swap("precious"), kRecorderFileExists);
     ASSERT_EQ(Swap("recording"), 0);
-    int unread = 0;
-    ASSERT_EQ(::ioctl(pipe.Get(), FIONREAD, &unread), 0);
-    EXPECT_EQ(static_cast<std::size_t>(unread), stream.data.size() - change);
+    EXPECT_EQ(Swap("again"), kRecorderNotTimeshift);
+    EXPECT_EQ(Unread(pipe), static_cast<int>(second.size()));
 
     ASSERT_EQ(tv_recorder_resume(m_recorder), 0);
     EXPECT_EQ(tv_recorder_resume(m_recorder), kRecorderNotRunning);
     pipe.Close();
     EXPECT_EQ(WaitForEnd(), 90 + 30);
-    Bytes expected(stream.data.begin(), stream.data.begin() + 20 * 188);
-    const std::size_t recordedBefore = expected.size();
-    const Bytes second = Only(stream.data, {0x200});
-    expected.insert(expected.end(), second.begin(), second.end());
-    EXPECT_EQ(ReadFile(Path("recording")), expected);
-
+    const Bytes before = Packets(first, 0, 20);
+    EXPECT_EQ(ReadFile(Path("recording")), before + Only(second, {0x200}));
     const auto stretches = ts::ReadChannelLog(Path("recording"));
     ASSERT_EQ(stretches.size(), 1U);
-    EXPECT_EQ(stretches[0].offset, recordedBefore);
+    EXPECT_EQ(stretches[0].offset, before.size());
     EXPECT_EQ(stretches[0].timeMs, 90);
     EXPECT_EQ(stretches[0].info.programNum, 2);
+    EXPECT_EQ(ReadFile(Path("precious")).size(), 4U);
+    for (const char *gone : {"buffer", "buffer.chan", "again", "precious.chan"})
+        EXPECT_FALSE(fs::exists(Path(gone))) << gone;
 }
 
 TEST_F(RecorderTest, RecordsOnWithoutALossWhereTheServiceChangesItsStreams) {
@@ -665,85 +643,74 @@ TEST_F(RecorderTest, RecordsOnWithoutALossWhereTheServiceChangesItsStreams) {
     stream.Pat({{1, 0x1000}}).Pmt(0x1000, 1, 0x101, {{0x1B, 0x101}, {0x0F, 0x102}});
     stream.Pcr(0x101, 0).Media(0x102, 3).Media(0x112).Pcr(0x101, 100 * kMs);
     stream.Pmt(0x1000, 1, 0x101, {{0x1B, 0x101}, {0x0F, 0x112}}, 0xC3);
-    const auto border = static_cast<std::ptrdiff_t>(stream.data.size());
+    const std::size_t border = stream.data.size() / 188;
     stream.Media(0x112).Pcr(0x101, 110 * kMs).Media(0x102).Media(0x112, 3);
     stream.Pat({{2, 0x1001}}).Pcr(0x101, 120 * kMs).Media(0x112);
     const Bytes &data = stream.data;
+    const Bytes unchanged = Only(Packets(data, 0, border), before);
+    const Bytes changed = Only(Packets(data, border, data.size() / 188), after);
 
     Service known;
     known.id = 1;
     known.pmtPid = 0x1000;
     known.pcrPid = 0x101;
-    enum class Programs { Nothing, Inside, OnAnotherThread };
     const struct {
         const char *what;
         double speed;
         bool isPipe;
-        Programs programs;
+        bool isOnThread;  ///< another than the recorder's answers
     } rows[] = {
-        {"not followed", 0, false, Programs::Nothing},
-        {"as fast as possible", 0, false, Programs::Inside},
-        {"as fast as possible, another thread", 0, false, Programs::OnAnotherThread},
-        {"paced", 10, false, Programs::OnAnotherThread},
-        {"pipe", 0, true, Programs::OnAnotherThread},
+        {"as fast as possible", 0, false, false},
+        {"as fast as possible, another thread", 0, false, true},
+        {"paced", 10, false, true},
+        {"pipe", 0, true, true},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
         FileDescriptor pipe;
         if (row.isPipe)
-            pipe = FileDescriptor(CreateOnPipe());
+            pipe = CreateOnPipe();
         else
             CreateOn(stream, row.speed);
-        std::vector<ServiceChange> changes;
-        std::vector<std::thread> threads;
         const auto program = [&](int audio) {
             TvChannelInfo info{};
             info.pcrPid = 0x101;
-            info.audioPid = static_cast<unsigned short>(audio);
             for (const int pid : before)
                 EXPECT_EQ(tv_recorder_set_property(m_recorder, 28, pid, 0), 0);
-            EXPECT_EQ(
-                tv_recorder_set_property(m_recorder, 60, &info, 29, 0x101, 25, 0x101, 24, audio, 0),
-                0);
-            EXPECT_EQ(tv_recorder_set_property(m_recorder, 49, 0, 49, 0x1000, 0), 0);
+            EXPECT_EQ(tv_recorder_set_property(m_recorder, 60, &info, 29, 0x101, 25, 0x101, 24,
+                                               audio, 49, 0, 49, 0x1000, 0),
+                      0);
         };
+        std::vector<ServiceChange> changes;
+        std::vector<std::thread> threads;
         const auto follow = [&](const ServiceChange &change) {
             changes.push_back(change);
             if (changes.size() == 2)
                 program(change.service.streams.back().pid);
             ContinueRecording(m_recorder);
         };
-        if (row.programs != Programs::Nothing)
-            SetServiceObserver(m_recorder, known, [&](const ServiceChange &change) {
-                EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderInsideCallback);
-                if (row.programs == Programs::Inside)
-                    follow(change);
-                else
-                    threads.emplace_back(follow, change);
-            });
+        SetServiceObserver(m_recorder, known, [&](const ServiceChange &change) {
+            EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderInsideCallback);
+            if (row.isOnThread)
+                threads.emplace_back(follow, change);
+            else
+                follow(change);
+        });
         ASSERT_EQ(Sink("out.ts"), 0);
         program(0x102);
         ASSERT_EQ(tv_recorder_start(m_recorder), 0);
         if (row.isPipe) {
-            ASSERT_TRUE(WriteAll(pipe.Get(), data.data(), data.size()));
+            Feed(pipe, data);
             pipe.Close();
         }
         EXPECT_EQ(WaitForEnd(), 120);
         for (std::thread &thread : threads)
             thread.join();
-        Bytes expected = Only(Bytes(data.begin(), data.begin() + border), before);
-        const std::size_t offset = expected.size();
-        const bool isFollowed = row.programs != Programs::Nothing;
-        const Bytes rest =
-            Only(Bytes(data.begin() + border, data.end()), isFollowed ? after : before);
-        expected.insert(expected.end(), rest.begin(), rest.end());
-        EXPECT_EQ(ReadFile(Path("out.ts")), expected);
+        EXPECT_EQ(ReadFile(Path("out.ts")), unchanged + changed);
         const auto stretches = ts::ReadChannelLog(Path("out.ts"));
-        ASSERT_EQ(changes.size(), isFollowed ? 3U : 0U);
-        ASSERT_EQ(stretches.size(), isFollowed ? 2U : 1U);
-        if (!isFollowed)
-            continue;
-        EXPECT_EQ(stretches[1].offset, offset);
+        ASSERT_EQ(changes.size(), 3U);
+        ASSERT_EQ(stretches.size(), 2U);
+        EXPECT_EQ(stretches[1].offset, unchanged.size());
         EXPECT_EQ(stretches[1].timeMs, 100);
         EXPECT_EQ(changes[1].timeMs, 100);
         EXPECT_TRUE(changes[1].isListed && !changes[2].isListed);
@@ -788,28 +755,22 @@ TEST_F(RecorderTest, StopsAndSwapsWhileItWaitsForAProgram) {
 
 TEST_F(RecorderTest, WritesIntoAPipeAsLongAsSomebodyReads) {
     const TsBuilder stream = TsBuilder().Media(0x100, 100);
-    ASSERT_EQ(::mkfifo(Path("sink").c_str(), 0600), 0);
+    FileDescriptor reader = MakePipe("sink", O_RDONLY | O_NONBLOCK);
     CreateOn(stream);
-    ASSERT_EQ(Sink("sink", 1), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
-    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSinkFailed);
-
-    FileDescriptor reader(::open(Path("sink").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    Record("sink", 1);
     WaitForEnd();
     Bytes received(stream.data.size() + 1);
     received.resize(
         static_cast<std::size_t>(::read(reader.Get(), received.data(), received.size())));
     EXPECT_EQ(received, stream.data);
 
-    const FileDescriptor source(CreateOnPipe());
-    ASSERT_EQ(Sink("sink"), 0);
-    ASSERT_EQ(tv_recorder_set_property(m_recorder, 49, 0x100, 0), 0);
-    ASSERT_EQ(tv_recorder_start(m_recorder), 0);
+    const FileDescriptor source = CreateOnPipe();
+    Record("sink");
     reader.Close();
-    ASSERT_TRUE(WriteAll(source.Get(), stream.data.data(), stream.data.size()));
-    WaitFor(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR, kRecorderErrorWrite);
+    Feed(source, stream.data);
+    WaitForError(kRecorderErrorWrite);
     EXPECT_EQ(tv_recorder_stop(m_recorder), kRecorderWriteFailed);
+    EXPECT_EQ(tv_recorder_start(m_recorder), kRecorderSinkFailed) << "nobody reads";
 }
 
 TEST_F(RecorderTest, PacesByThePcrAndLosesNothingAtAStop) {
@@ -846,7 +807,7 @@ TEST_F(RecorderTest, PacesByThePcrAndLosesNothingAtAStop) {
     EXPECT_EQ(ts::ReadChannelLog(Path("out.ts")).at(0).offset, 14U * 188);
     EXPECT_EQ(advanceTo(milliseconds(10'050)), RecordingSession::Next::AtTime);
     EXPECT_TRUE(session.Finish());
-    EXPECT_EQ(ReadFile(Path("out.ts")), Bytes(stream.data.begin(), stream.data.begin() + 16 * 188));
+    EXPECT_EQ(ReadFile(Path("out.ts")), Packets(stream.data, 0, 16));
 
     RecordingSession unpaced(0, nullptr);
     ASSERT_EQ(unpaced.Open(Path("source.ts"), Path("out.ts")), kRecorderOk);
@@ -858,7 +819,7 @@ TEST_F(RecorderTest, PacesByThePcrAndLosesNothingAtAStop) {
 
 TEST(Platform, LogsWholeLinesFromAnyThread) {
     const std::string path = TemporaryFolder() + "platform.log";
-    std::filesystem::remove(path);
+    fs::remove(path);
     EXPECT_FALSE(SetLogFile("/no/such/place"));
     ASSERT_TRUE(SetLogFile(path));
     SetLogMinimumPriority(4);
