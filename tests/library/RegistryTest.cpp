@@ -122,6 +122,13 @@ log 4 CMOXPVRRecorderMgr(MoxPvrRecord): CMOXPVRRecorderMgr |  constructor record
 )");
 }
 
+TEST(LogLine, NamesAFileWithoutItsFolders) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"a.cpp", "a.cpp"}, {"/x/a.cpp", "a.cpp"}, {"../x/y/b", "b"}, {"x/", ""}, {"", ""}};
+    for (const auto &[path, name] : rows)
+        EXPECT_EQ(path.substr(mox::BaseNameAt(path.c_str())), name) << path;
+}
+
 TEST(MoxHandle, OrdersByProfileThenSubId) {
     const MOXHandle ascending[] = {{-1, 9}, {0, 0}, {1, 0}, {1, 5}, {1, 65535}, {301, 0}};
     for (const MOXHandle &left : ascending) {
