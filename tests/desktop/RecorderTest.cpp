@@ -568,7 +568,8 @@ TEST_F(RecorderTest, EndsAtTheSetDurationOrWhenNoPcrCanCountIt) {
             EXPECT_EQ(WaitForEnd(), row.endMs);
         const RecordingReport report = GetRecordingReport(m_recorder);
         EXPECT_EQ(report.packets == row.packets, row.endMs != kError) << report.packets;
-        EXPECT_EQ(ReadFile(Path("a.srf")), Packets(row.stream.data, 0, report.packets));
+        EXPECT_EQ(ReadFile(Path("a.srf")),
+                  Packets(row.stream.data, 0, static_cast<std::size_t>(report.packets)));
         EXPECT_EQ(report.units, row.endMs > 0 ? 0U : 1U);
         EXPECT_EQ(report.hasStreamTime, row.endMs > 0);
     }
