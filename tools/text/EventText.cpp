@@ -28,20 +28,18 @@ constexpr DetailWords kDetails[] = {
     {EventDetail::RecorderSoundCommand2, "sound command", nullptr},
 };
 
-const DetailWords *WordsOf(const tvdesktop::Event &event) {
+const DetailWords *WordsOf(EventDetail detail) {
     for (const DetailWords &words : kDetails)
-        if (IsDetail(event, words.detail))
+        if (words.detail == detail)
             return &words;
     return nullptr;
 }
 
 std::string SysChangeText(const tvdesktop::Event &event) {
-    const DetailWords *known = WordsOf(event);
     const auto fields = FieldsOf<moxpvr::SysChangeEvent>(event);
     std::string text = std::to_string(event.number) + ' ' + fields.Name() + ", detail " +
                        std::to_string(static_cast<int>(fields.detail)) + " (" +
-                       (known != nullptr ? known->words : "unknown") + "), handle " +
-                       std::to_string(fields.handle);
+                       DetailText(fields.detail) + "), handle " + std::to_string(fields.handle);
     if (fields.parameter != 0)
         text += ", parameter " + std::to_string(fields.parameter);
     return text;
@@ -60,8 +58,15 @@ std::string RecorderStartedText(const tvdesktop::Event &event) {
 
 }  // namespace
 
+const char *DetailText(EventDetail detail) {
+    const DetailWords *known = WordsOf(detail);
+    return known != nullptr ? known->words : "unknown";
+}
+
 std::string EventFailureText(const tvdesktop::Event &event) {
-    const DetailWords *known = WordsOf(event);
+    if (event.number != moxpvr::SIGNAL_PVR_SYS_CHANGE)
+        return "";
+    const DetailWords *known = WordsOf(FieldsOf<moxpvr::SysChangeEvent>(event).detail);
     return known != nullptr && known->failure != nullptr ? known->failure : "";
 }
 

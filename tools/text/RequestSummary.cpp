@@ -2,72 +2,41 @@
 
 #include <algorithm>
 
-#include "text/TimeText.h"
+#include "text/FieldValue.h"
+#include "text/HexText.h"
+#include "text/RecordText.h"
 
 namespace tool {
 
 namespace {
 
-using moxpvr::Field;
 using moxpvr::Meaning;
 
-/// @return an integer in words; empty for what needs none
-std::string ValueText(Meaning meaning, std::int64_t value) {
-    switch (meaning) {
-        case Meaning::Flag:
-            return value == 0 ? "" : std::to_string(value);
-        case Meaning::Pid:
-            return PidText(value) == "none" ? "" : PidText(value);
-        case Meaning::Time:
-            return TimeText(value);
-        default:
-            return std::to_string(value);
-    }
+/// @return whether a field says something: not a flag that is not set, nor a stream that does not
+///         exist, nor an empty path
+bool IsWorthSaying(const FieldText &text) {
+    if (text.field == nullptr || text.value.empty())
+        return false;
+    if (text.field->meaning == Meaning::Flag)
+        return text.value != "0";
+    return text.field->meaning != Meaning::Pid || text.meaning != kNoSuchStream;
 }
-
-/// Collects "name value, name value" of the fields that it visits.
-struct FieldTexts {
-    std::string text;
-
-    template <typename Value>
-    void operator()(const Field &field, const Value &value) {
-        Add(field, ValueText(field.meaning, static_cast<std::int64_t>(value)));
-    }
-    void operator()(const Field &field, double value) { Add(field, RateText(value)); }
-    void operator()(const Field &field, const moxpvr::TextField &value) {
-        Add(field, value.c_str());
-    }
-    void operator()(const Field &field, const moxpvr::PidList &list) {
-        std::string pids;
-        for (std::size_t i = 0; i < list.size(); ++i)
-            pids += (i == 0 ? "" : " ") +
-                    (list.pid[i] == 0 ? std::string("0x0") : PidText(list.pid[i]));
-        Add(field, pids);
-    }
-
-    void Add(const Field &field, const std::string &value) {
-        if (!value.empty())
-            text += (text.empty() ? "" : ", ") + std::string(field.name) + " " + value;
-    }
-};
 
 }  // namespace
 
 std::string RequestSummary(const Request &request) {
     constexpr std::size_t kNameWidth = 24;
-    FieldTexts fields;
-    const auto collect = [&](auto record) {
-        const bool isOfRequest = SideOf(record.Number()) == request.side &&
-                                 static_cast<std::uint32_t>(record.Number()) == request.command;
-        if (isOfRequest && DecodeText(request.text, record))
-            decltype(record)::Fields(record, fields);
-    };
-    recorder::ForEachRequest(collect);
-    playback::ForEachRequest(collect);
+    const RecordLayout *layout = FindLayout(KindOf(request.side), request.command);
+    std::string fields;
+    if (layout != nullptr)
+        for (const FieldText &text : FieldTexts(*layout, BytesOf(request.text)))
+            if (IsWorthSaying(text))
+                fields += (fields.empty() ? "" : ", ") + std::string(text.field->name) + " " +
+                          ShortValue(text);
     std::string text = request.name;
-    if (!fields.text.empty())
+    if (!fields.empty())
         text.resize(std::max(text.size(), kNameWidth), ' ');
-    return text + fields.text;
+    return text + fields;
 }
 
 }  // namespace tool

@@ -1,0 +1,27 @@
+/// @file
+/// Bytes as hexadecimal text, both ways.
+#ifndef TOOLS_TEXT_HEXTEXT_H
+#define TOOLS_TEXT_HEXTEXT_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "text/RecordLayout.h"
+
+namespace tool {
+
+/// @return two lower-case digits per byte
+std::string HexOf(const unsigned char *bytes, std::size_t count);
+std::string HexOf(const Bytes &bytes);
+
+/// @return the bytes of a text as the library decodes it: any character that is not a digit is 0,
+///         and what a last odd character would start is left out
+Bytes BytesOf(const std::string &text);
+
+/// @return where the first character is that is not a hexadecimal digit, if there is one
+std::optional<std::size_t> FirstStrangeCharacter(const std::string &text);
+
+}  // namespace tool
+
+#endif
