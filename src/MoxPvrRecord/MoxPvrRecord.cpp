@@ -345,7 +345,10 @@ int CMOXPVRRecorder::UpdateSi(unsigned char *record) {
         return moxpvr::kMissing;
     const auto pids = mox::Read<protocol::UpdateSi>(record).pids;
     // Reserve first: a PID enters both list and set, or neither, if memory runs out.
-    m_vecDemuxPid.reserve(m_vecDemuxPid.size() + pids.size());
+    const auto added = std::count_if(pids.pid, pids.pid + pids.size(), [this](unsigned int pid) {
+        return m_setSiPid.count(pid) == 0;
+    });
+    m_vecDemuxPid.reserve(m_vecDemuxPid.size() + static_cast<std::size_t>(added));
     int result = moxpvr::kSuccess;
     for (std::size_t i = 0; i < pids.size(); ++i) {
         const unsigned int pid = pids.pid[i];
