@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "TvDesktop.h"
 
@@ -35,11 +34,10 @@ class Subscribers {
     /// @return whether a subscriber took it
     bool Deliver(const Event &event) {
         bool taken = false;
-        for (const int number : Numbers()) {
-            // Asked again for each one: an earlier one may have unsubscribed it.
-            if (const auto subscriber = Find(number))
-                taken = Call(*subscriber, event) || taken;
-        }
+        const int last = LastNumber();
+        // Asked again for each one: an earlier one may have unsubscribed it.
+        for (int number = 0; const auto subscriber = Next(number, last);)
+            taken = Call(*subscriber, event) || taken;
         return taken;
     }
 
@@ -53,18 +51,21 @@ class Subscribers {
         }
     }
 
-    std::vector<int> Numbers() {
+    int LastNumber() {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        std::vector<int> numbers;
-        for (const auto &entry : m_subscribers)
-            numbers.push_back(entry.first);
-        return numbers;
+        return m_lastNumber;
     }
 
-    std::shared_ptr<EventSubscriber> Find(int number) {
+    /// @param number  in: of the one before, 0 at the start; out: of the one returned
+    /// @param last    number of the last one that is asked for
+    /// @return null when there is none
+    std::shared_ptr<EventSubscriber> Next(int &number, int last) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        const auto found = m_subscribers.find(number);
-        return found != m_subscribers.end() ? found->second : nullptr;
+        const auto found = m_subscribers.upper_bound(number);
+        if (found == m_subscribers.end() || found->first > last)
+            return nullptr;
+        number = found->first;
+        return found->second;
     }
 
     std::mutex m_mutex;

@@ -1,6 +1,7 @@
 #include <dlog.h>
 #include <fcntl.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "system/FileDescriptor.h"
 #include "TvDesktop.h"
@@ -36,42 +38,82 @@ std::shared_ptr<FileDescriptor> CurrentFile() {
     return target.file;
 }
 
-std::string TimeOfDay() {
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    tm local{};
-    ::localtime_r(&now.tv_sec, &local);
-    char date[32];
-    const std::size_t length = std::strftime(date, sizeof date, "%Y-%m-%d %H:%M:%S", &local);
-    char milliseconds[8];
-    std::snprintf(milliseconds, sizeof milliseconds, ".%03d",
-                  static_cast<int>(now.tv_nsec / 1'000'000 % 1000));
-    return std::string(date, length) + milliseconds;
-}
+/// The current second as text. Most lines come in the same second as the one before, and a calendar
+/// costs more than the rest of a line.
+class SecondText {
+  public:
+    const char *Of(std::time_t second) {
+        if (second != m_second) {
+            tm local{};
+            ::localtime_r(&second, &local);
+            std::strftime(m_text, sizeof m_text, "%Y-%m-%d %H:%M:%S", &local);
+            m_second = second;
+        }
+        return m_text;
+    }
 
-std::string Format(const char *format, va_list arguments) __attribute__((format(printf, 1, 0)));
+  private:
+    std::time_t m_second = -1;
+    char m_text[32] = {};
+};
 
-std::string Format(const char *format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
-    va_end(again);
-    if (length < 0)
-        return {};
-    std::string text(static_cast<std::size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), format, arguments);
-    text.pop_back();
-    return text;
-}
+/// A line while it is put together: on the stack, or in memory of its own when it is long.
+class Line {
+  public:
+    /// `time prio tag text`, ended by exactly one newline more than the text has inside.
+    Line(int priority, const char *tag, const char *format, va_list arguments)
+        __attribute__((format(printf, 4, 0))) {
+        thread_local SecondText second;
+        timespec now{};
+        ::clock_gettime(CLOCK_REALTIME, &now);
+        Print("%s.%03d %d %s ", second.Of(now.tv_sec),
+              static_cast<int>(now.tv_nsec / 1'000'000 % 1000), priority,
+              tag != nullptr ? tag : "-");
+        PrintList(format, arguments);
+        if (m_size == 0 || m_text[m_size - 1] != '\n')
+            Print("\n");
+    }
 
-/// `time prio tag text`, ended by exactly one newline more than the text has inside.
-std::string Line(int priority, const char *tag, const std::string &text) {
-    std::string line = TimeOfDay() + ' ' + std::to_string(priority) + ' ' +
-                       (tag != nullptr ? tag : "-") + ' ' + text;
-    if (line.back() != '\n')
-        line += '\n';
-    return line;
-}
+    const char *data() const { return m_text; }
+    std::size_t size() const { return m_size; }
+
+  private:
+    void Print(const char *format, ...) __attribute__((format(printf, 2, 3))) {
+        va_list arguments;
+        va_start(arguments, format);
+        PrintList(format, arguments);
+        va_end(arguments);
+    }
+
+    /// Appends; nothing when the format cannot be printed.
+    void PrintList(const char *format, va_list arguments) __attribute__((format(printf, 2, 0))) {
+        va_list again;
+        va_copy(again, arguments);
+        const int length = std::vsnprintf(m_text + m_size, m_room - m_size, format, arguments);
+        const std::size_t size = m_size + static_cast<std::size_t>(std::max(length, 0));
+        if (size >= m_room) {
+            Grow(size + kUsual);
+            std::vsnprintf(m_text + m_size, m_room - m_size, format, again);
+        }
+        va_end(again);
+        m_size = size;
+    }
+
+    void Grow(std::size_t room) {
+        std::vector<char> longer(room);
+        std::copy(m_text, m_text + m_size, longer.begin());
+        m_long.swap(longer);
+        m_text = m_long.data();
+        m_room = room;
+    }
+
+    static constexpr std::size_t kUsual = 512;
+    char m_usual[kUsual];
+    std::vector<char> m_long;
+    char *m_text = m_usual;
+    std::size_t m_room = sizeof m_usual;
+    std::size_t m_size = 0;
+};
 
 }  // namespace
 
@@ -98,13 +140,13 @@ void SetLogMinimumPriority(int priority) {
 int __dlog_print(int /*log_id*/, int prio, const char *tag, const char *fmt, ...) {
     if (fmt == nullptr)
         return -1;
-    if (prio < tvdesktop::g_minimumPriority)
+    if (prio < tvdesktop::g_minimumPriority.load(std::memory_order_relaxed))
         return 0;
     va_list arguments;
     va_start(arguments, fmt);
     int written = -1;
     try {
-        const std::string line = tvdesktop::Line(prio, tag, tvdesktop::Format(fmt, arguments));
+        const tvdesktop::Line line(prio, tag, fmt, arguments);
         const auto file = tvdesktop::CurrentFile();
         if (tvdesktop::WriteAll(file ? file->Get() : STDERR_FILENO, line.data(), line.size()))
             written = static_cast<int>(line.size());
