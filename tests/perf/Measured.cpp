@@ -1,71 +1,70 @@
-// Does one piece of work, named on the command line, inside MeasuredWork: tests/perf/check-figures
-// counts the instructions spent there. The platform is silent: its log and its properties return at
-// once, so that the figures are the library's own.
-#include <dlog.h>
-#include <tv_stream.h>
+// Does one piece of work, named on the command line, inside Measure: tests/perf/check-figures
+// counts what is spent there. The platform is silent, so that the figures of the library are its
+// own; the recording is the stand-in's.
+#include <tv_recorder.h>
+#include <valgrind/callgrind.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <map>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "MoxPvr.h"
 #include "MoxPvrProtocol.h"
-
-int __dlog_print(int /*log_id*/, int /*prio*/, const char * /*tag*/, const char * /*fmt*/, ...) {
-    return 0;
-}
-int tv_stream_set_property(void * /*stream*/, int /*id*/, ...) {
-    return 0;
-}
-int tv_recorder_set_property(void * /*recorder*/, int /*id*/, ...) {
-    return 0;
-}
+#include "recorder/RecordingSession.h"
+#include "TsBuilder.h"
 
 namespace {
-
 unsigned long g_allocations = 0;
+}
 
-}  // namespace
+// Whatever allocates ends here: operator new, GLib, stdio.
+extern "C" {
+void *__libc_malloc(std::size_t size);
+void *__libc_calloc(std::size_t count, std::size_t size);
+void *__libc_realloc(void *memory, std::size_t size);
 
-void *operator new(std::size_t size) {
+void *malloc(std::size_t size) {
     ++g_allocations;
-    if (void *memory = std::malloc(size == 0 ? 1 : size))
-        return memory;
-    throw std::bad_alloc();
+    return __libc_malloc(size);
 }
-void operator delete(void *memory) noexcept {
-    std::free(memory);
+void *calloc(std::size_t count, std::size_t size) {
+    ++g_allocations;
+    return __libc_calloc(count, size);
 }
-void operator delete(void *memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
+void *realloc(void *memory, std::size_t size) {
+    ++g_allocations;
+    return __libc_realloc(memory, size);
 }
-
-extern "C" __attribute__((noinline)) void MeasuredWork(const std::function<void()> &work) {
-    work();
-    asm volatile("" ::: "memory");
 }
 
 namespace {
 
-/// A request text of a command, longer than its record needs.
-std::string Padded(const moxpvr::RequestText &text, std::size_t length) {
-    std::string padded = text.text();
-    padded.resize(length, '0');
-    return padded;
+using Work = std::function<void()>;
+
+/// Prints the allocations of a piece of work; instructions and system calls are valgrind's to
+/// count.
+void Measure(const Work &work) {
+    VALGRIND_PRINTF("measured from here\n");
+    const unsigned long before = g_allocations;
+    CALLGRIND_TOGGLE_COLLECT;
+    work();
+    CALLGRIND_TOGGLE_COLLECT;
+    const unsigned long allocations = g_allocations - before;
+    VALGRIND_PRINTF("measured to here\n");
+    std::printf("allocations %lu\n", allocations);
 }
 
-std::function<void()> Decode(std::size_t length) {
+Work Decode(std::size_t length) {
     return [text = std::string(length, '7'), bytes = std::vector<char>(length / 2)]() mutable {
         int decoded = 0;
         parse_string_to_buf(text.data(), static_cast<int>(text.size()), bytes.data(), &decoded);
     };
 }
 
-std::function<void()> Encode(unsigned int count) {
+Work Encode(unsigned int count) {
     return
         [bytes = std::vector<char>(count, '7'), text = std::vector<char>(2 * count + 1)]() mutable {
             unsigned int length = 0;
@@ -74,12 +73,56 @@ std::function<void()> Encode(unsigned int count) {
         };
 }
 
-std::function<void()> RunCommand(std::string text) {
-    return [text = std::move(text), reply = std::string(64, '\0')]() mutable {
-        unsigned int length = 0;
-        mox_pvr_control_recording(static_cast<unsigned int>(text.size()),
-                                  reinterpret_cast<unsigned char *>(text.data()), length,
-                                  reinterpret_cast<unsigned char *>(reply.data()));
+template <typename Control>
+void Send(Control control, std::string &text) {
+    unsigned char reply[64];
+    unsigned int length = 0;
+    control(static_cast<unsigned int>(text.size()), reinterpret_cast<unsigned char *>(text.data()),
+            length, reply);
+}
+
+/// A request in a text that is longer than its record needs.
+template <typename Request>
+Work Command(const Request &request, std::size_t length) {
+    std::string text = moxpvr::RequestText(request).text();
+    text.resize(length, '0');
+    return [text]() mutable { Send(mox_pvr_control_recording, text); };
+}
+
+/// Every request to both instances, one after the other.
+Work EveryCommand() {
+    std::vector<std::string> toRecorder;
+    std::vector<std::string> toPlayback;
+    moxpvr::recorder::ForEachRequest(
+        [&](const auto &request) { toRecorder.push_back(moxpvr::RequestText(request).text()); });
+    moxpvr::playback::ForEachRequest(
+        [&](const auto &request) { toPlayback.push_back(moxpvr::RequestText(request).text()); });
+    return [toRecorder, toPlayback]() mutable {
+        for (std::string &text : toRecorder)
+            Send(mox_pvr_control_recording, text);
+        for (std::string &text : toPlayback)
+            Send(mox_pvr_control_playback, text);
+    };
+}
+
+/// A recording of half of 8 MiB, with what the session needs from its start to its end.
+Work Record() {
+    constexpr int kRounds = 8 * 1024 * 1024 / (100 * 188);
+    TsBuilder stream;
+    for (int i = 0; i < kRounds; ++i)
+        stream.Pcr(0x100, i * 40 * kMs).Media(0x100, 49).Media(0x200, 50);
+    const std::string folder = std::getenv("MEASURED_FOLDER");
+    stream.WriteTo(folder + "/source.ts");
+    return [folder] {
+        using tvdesktop::RecordingSession;
+        tvdesktop::StreamSelection selection;
+        selection.Apply({{TV_RECORDER_PROPERTY_PCR_PID, 0x100}});
+        RecordingSession session(0, nullptr);
+        session.Open(folder + "/source.ts", folder + "/sink.ts");
+        session.Select(selection);
+        while (session.Advance({}) == RecordingSession::Next::More) {
+        }
+        session.Finish();
     };
 }
 
@@ -87,31 +130,34 @@ std::function<void()> RunCommand(std::string text) {
 
 int main(int argc, char **argv) {
     namespace recorder = moxpvr::recorder;
-    static char platformRecorder;
-    mox_pvr_set_recorder_handle(&platformRecorder);
+    static char platformObject;
+    mox_pvr_set_recorder_handle(&platformObject);
+    mox_pvr_set_tv_player(&platformObject);
+    mox_pvr_set_tv_stream(&platformObject);
     const recorder::SetDuration duration{60000};
-    const std::map<std::string, std::function<void()>> works = {
-        {"decode-8", Decode(8)},
-        {"decode-32", Decode(32)},
-        {"decode-544", Decode(544)},
-        {"decode-16384", Decode(16384)},
-        {"encode-4", Encode(4)},
-        {"encode-12", Encode(12)},
-        {"command-16", RunCommand(Padded(moxpvr::RequestText(duration), 16))},
-        {"command-32", RunCommand(Padded(moxpvr::RequestText(duration), 32))},
-        {"command-544", RunCommand(Padded(moxpvr::RequestText(duration), 544))},
-        {"command-16384", RunCommand(Padded(moxpvr::RequestText(duration), 16384))},
-        {"reply", RunCommand(moxpvr::RequestText(recorder::GetTunerIndex{}).text())},
+    const std::map<std::string, std::function<Work()>> works = {
+        {"decode-8", [] { return Decode(8); }},
+        {"decode-32", [] { return Decode(32); }},
+        {"decode-544", [] { return Decode(544); }},
+        {"decode-16384", [] { return Decode(16384); }},
+        {"encode-4", [] { return Encode(4); }},
+        {"encode-12", [] { return Encode(12); }},
+        {"command-16", [&] { return Command(duration, 16); }},
+        {"command-32", [&] { return Command(duration, 32); }},
+        {"command-544", [&] { return Command(duration, 544); }},
+        {"command-16384", [&] { return Command(duration, 16384); }},
+        {"reply", [] { return Command(recorder::GetTunerIndex{}, 8); }},
+        {"every-command", EveryCommand},
+        {"record-8MiB", Record},
     };
-    const auto work = works.find(argc == 2 ? argv[1] : "");
-    if (work == works.end()) {
+    const auto found = works.find(argc == 2 ? argv[1] : "");
+    if (found == works.end()) {
         for (const auto &known : works)
             std::puts(known.first.c_str());
         return argc == 1 ? 0 : 2;
     }
-    work->second();  // once before, so that symbols are bound
-    const unsigned long before = g_allocations;
-    MeasuredWork(work->second);
-    std::printf("allocations %lu\n", g_allocations - before);
+    const Work work = found->second();
+    work();  // once before, so that symbols are bound
+    Measure(work);
     return 0;
 }
