@@ -1,11 +1,14 @@
-// A service that loads the library at run time and finds its entry points by name.
+// A service that loads the library at run time, finds its entry points by name and asks for its
+// version.
 #include <dlfcn.h>
 #include <MoxPvrProtocol.h>
+#include <MoxPvrVersion.h>
 
 #include <cstdio>
 
 namespace {
 
+using Version = const char *();
 using ControlRecording = unsigned int(unsigned int, unsigned char *, unsigned int &,
                                       unsigned char *);
 
@@ -19,12 +22,14 @@ int main(int argc, char **argv) {
     }
 
     // The names carry the parameter types: these are C++ functions in the global namespace.
+    auto *const version = reinterpret_cast<Version *>(dlsym(library, "_Z15mox_pvr_versionv"));
     auto *const control = reinterpret_cast<ControlRecording *>(
         dlsym(library, "_Z25mox_pvr_control_recordingjPhRjS_"));
-    if (control == nullptr) {
-        std::fprintf(stderr, "%s\n", dlerror());
+    if (version == nullptr || control == nullptr) {
+        std::fprintf(stderr, "%s has not all entry points\n", argv[1]);
         return 1;
     }
+    std::printf("compiled for version %s, loaded %s\n", MOXPVR_VERSION, version());
 
     // Start, before any recorder was registered.
     moxpvr::RequestText request(moxpvr::recorder::Start{});

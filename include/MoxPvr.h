@@ -16,14 +16,15 @@
 /// their mangled names. None throws.
 ///
 /// Threads: thread-bound. Each request looks its instance up, so no two calls of the entry points
-/// or the facade run at the same time, and none on a callback thread. The codec functions are
-/// reentrant.
+/// or the facade run at the same time, and none on a callback thread. The codec functions and
+/// mox_pvr_version are reentrant.
 #ifndef MOXPVR_MOXPVR_H
 #define MOXPVR_MOXPVR_H
 
 #include "IMOXPVRPlayback.h"
 #include "IMOXPVRRecorder.h"
 #include "MoxPvrExport.h"
+#include "MoxPvrVersion.h"
 
 /// Player last given to mox_pvr_set_tv_player, the caller's; null before.
 extern MOXPVR_EXPORT void *g_temp_tv_player;
@@ -32,6 +33,11 @@ extern MOXPVR_EXPORT void *g_temp_tv_player;
 extern MOXPVR_EXPORT IMOXPVRPlayback *g_temp_playback;
 /// Instance that the last recording request found under (301, 0), or null; likewise.
 extern MOXPVR_EXPORT IMOXPVRRecorder *g_temp_recorder;
+
+/// The version of the loaded library, to compare with MOXPVR_VERSION, that of the headers. Allowed
+/// on any thread at any time, also before everything else.
+/// @return such as "0.1.0"; static text, never freed
+MOXPVR_EXPORT const char *mox_pvr_version();
 
 /// Remembers the TV player for mox_pvr_set_tv_stream.
 /// @param player  of tv_player.h; stays the caller's

@@ -1,4 +1,5 @@
 // mox-pvr: what the program takes from its command line.
+#include <MoxPvrVersion.h>
 #include <TvDesktop.h>
 
 #include <cctype>

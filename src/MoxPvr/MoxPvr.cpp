@@ -41,6 +41,10 @@ bool FindPlayback(mox::LogPlace place = mox::LogPlace::Here()) {
 
 // --- Entry points --------------------------------------------------------------------------------
 
+const char *mox_pvr_version() {
+    return MOXPVR_VERSION;
+}
+
 unsigned int mox_pvr_set_tv_player(void *player) {
     MOX_LOG(kLogProgress, "g_temp_tv_player is set as [0x%x]\n", mox::Low32(player));
     g_temp_tv_player = player;
