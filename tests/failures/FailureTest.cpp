@@ -6,9 +6,9 @@
 #include <sstream>
 
 #include "AllocationFailure.h"
+#include "BusMessages.h"
 #include "InstanceTest.h"
 #include "MoxPvrAPI.h"
-#include "StartGStreamer.h"
 
 namespace {
 
@@ -53,12 +53,10 @@ long DestroyAll() {
 
 long CallRecorder(TVCallbackType type) {
     static TvStreamAsmSoundCommand command{2};
-    static GstMessage *message =
-        (StartGStreamer(),
-         gst_message_new_application(nullptr,
-                                     gst_structure_new("pvr", "app_type", G_TYPE_INT, 4, nullptr)));
+    static const BusMessage message = ApplicationMessage(4);
     const bool isCommand = type == TV_PLAYER_CALLBACK_ASM_COMMAND;
-    Fake().callback(type, Fake().callbackUser, isCommand ? static_cast<void *>(&command) : message);
+    Fake().callback(type, Fake().callbackUser,
+                    isCommand ? static_cast<void *>(&command) : message.get());
     return 0;
 }
 long CallPlayback(TVCallbackType type, int subEvent = 0, int timeCode = 0, int error = 0) {

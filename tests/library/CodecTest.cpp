@@ -190,6 +190,20 @@ TEST_F(RecorderDispatch, ReachesOneOperationPerCommand) {
 @GetProgress; 4 GetProgress | this func is started; 16 failed [m_handle]\n)"));
 }
 
+TEST_F(RecorderTest, OperationsWithoutARecordOrATextAnswerSoAndCallNothing) {
+    using Recorder = CMOXPVRRecorder;
+    for (const auto operation :
+         {&Recorder::SetHandle, &Recorder::SetDuration, &Recorder::SetDemuxProperty,
+          &Recorder::UpdateSi, &Recorder::SetChannelInfoProperty, &Recorder::SetBackgroundAPID,
+          &Recorder::SetSinkProperty, &Recorder::SwapTS2Record, &Recorder::RecordInformPowerChange})
+        EXPECT_EQ((m_instance.*operation)(nullptr), 1);
+    EXPECT_EQ(m_instance.GetTSDuration(nullptr, m_buffer, nullptr), 1);
+    EXPECT_EQ(Fake().Calls(), "");
+    EXPECT_EQ(parse_string_to_buf(m_buffer, 2, m_buffer, nullptr), -1);
+    EXPECT_EQ(parse_string_to_buf_old(m_buffer, 2, m_buffer, nullptr), 1);
+    EXPECT_EQ(build_buf_to_string(m_buffer, 2, m_buffer, nullptr), 1);
+}
+
 TEST_F(PlaybackDispatch, ReachesOneOperationPerCommand) {
     for (void *const stream : {static_cast<void *>(nullptr), kStream}) {
         m_instance.Initilize(MOXHandle{}, nullptr, stream);

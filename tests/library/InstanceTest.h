@@ -131,8 +131,12 @@ class RecorderTest : public InstanceTest<CMOXPVRRecorder> {
   protected:
     void SetUp() override {
         InstanceTest::SetUp();
-        m_instance.Initilize(MOXHandle{PROFILE_TYPE_RECORD, 7}, kRecorder, 2);
+        Initilize(true);
         Fake().All();
+    }
+
+    void Initilize(bool hasObjects) {
+        m_instance.Initilize({PROFILE_TYPE_RECORD, 7}, hasObjects ? kRecorder : nullptr, 2);
     }
 };
 
@@ -141,8 +145,12 @@ class PlaybackTest : public InstanceTest<CMOXPVRPlayback> {
   protected:
     void SetUp() override {
         InstanceTest::SetUp();
-        m_instance.Initilize(MOXHandle{}, kPlayer, kStream);
+        Initilize(true);
         Fake().All();
+    }
+
+    void Initilize(bool hasObjects) {
+        m_instance.Initilize({}, hasObjects ? kPlayer : nullptr, hasObjects ? kStream : nullptr);
     }
 
     /// Opens a recording, or a timeshift buffer, of this channel throughout.

@@ -6,18 +6,20 @@
 //   ~ Operation ...     the same, but only calls and events are compared
 //   - Operation ...     the same, but nothing is compared
 //
-// An operation is a request in words (RequestWords.h), or DoTvpCallback with the type and the
-// record. After the fields are, where they matter, "= result", "reply=", "state=" and what the
-// platform answers to a call, "call=", or what is done inside that call, "call=>Operation,...".
+// An operation is a request in words (RequestWords.h), or one of CallsOf. After the fields are,
+// where they matter, "= result", "reply=", "state=" and what the platform answers to a call,
+// "call=", or what is done inside that call, "call=>Operation,...".
 //
 // With MOXPVR_RECORD=1 in the environment, a scenario that does not meet its expectations fails and
 // is written anew, for a look at the difference:
 //
 //   MOXPVR_RECORD=1 build/debug/tests/library/library_tests --gtest_filter='Library/*'
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <fstream>
 
+#include "BusMessages.h"
 #include "InstanceTest.h"
 
 namespace {
@@ -111,11 +113,17 @@ struct Operation {
         }
     }
 
-    /// A field as an integer; 0 behind the last one.
-    long long operator[](std::size_t field) const {
-        return field < fields.size() ? std::stoll(fields[field], nullptr, 0) : 0;
+    /// A field as a number of whatever type is asked for; 0 after the last one.
+    struct Number {
+        template <typename Type, typename = std::enable_if_t<!std::is_class_v<Type>>>
+        operator Type() const {
+            return static_cast<Type>(value);
+        }
+        long long value;
+    };
+    Number operator[](std::size_t field) const {
+        return {field < fields.size() ? std::stoll(fields[field], nullptr, 0) : 0};
     }
-    int Int(std::size_t field) const { return static_cast<int>((*this)[field]); }
 
     std::string Request() const {
         std::string words = name;
@@ -149,34 +157,120 @@ struct Operation {
 
 void SetPlatform(const Operation &setting) {
     if (setting.name == "channel")
-        Fake().channels[setting.Int(0)] = Channel(setting.Int(1), setting.Int(2), setting.Int(3),
-                                                  setting.Int(4), setting.Int(5), setting.Int(6));
+        Fake().channels[setting[0]] =
+            Channel(setting[1], setting[2], setting[3], setting[4], setting[5], setting[6]);
+    else if (setting.name == "3d")
+        std::tie(Fake().channels[0].korean3d, Fake().channels[0].subVideoPid) =
+            std::pair(1, std::uint16_t(setting[0]));
     else if (setting.name == "no-channels")
         Fake().channels.clear();
     else if (setting.name == "position")
-        std::tie(Fake().position, Fake().duration) = std::pair(setting[0], setting[1]);
+        std::tie(Fake().position, Fake().duration) = std::pair(setting[0].value, setting[1].value);
     else if (setting.name == "timeshift-duration")
-        Fake().timeshiftDuration = static_cast<unsigned int>(setting[0]);
+        Fake().timeshiftDuration = setting[0];
     else if (setting.name == "later")  // milliseconds
-        Fake().now += std::chrono::milliseconds(setting[0]);
+        Fake().now += std::chrono::milliseconds(setting[0].value);
     else if (setting.name == "no-managers")
         Fake().hasEventManager = Fake().hasUserDataManager = false;
     else
         FAIL() << setting.name;
 }
 
-/// @return false for a recorder, which takes no such callbacks
-bool Callback(IMOXPVRRecorder & /*instance*/, const Operation & /*operation*/) {
-    return false;
+// --- What is done to an instance besides requests ------------------------------------------------
+
+template <typename Instance>
+using Calls =
+    std::map<std::string, std::function<void(Instance &, const Operation &, unsigned int &)>>;
+
+/// The message that fields name from one on: "error" and a code, or an application's type and
+/// parameter; none without a field.
+BusMessage MessageOf(const Operation &words, std::size_t at) {
+    if (words.fields.size() <= at)
+        return {nullptr, gst_message_unref};
+    if (words.fields[at] == "error")
+        return ErrorMessage(words[at + 1], words.fields.size() > at + 2 ? nullptr : "debug");
+    return ApplicationMessage(words[at], words[at + 1]);
 }
-bool Callback(IMOXPVRPlayback &instance, const Operation &operation) {
-    if (operation.name != "DoTvpCallback")
-        return false;
-    IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property{operation.Int(1), operation.Int(2),
-                                                             operation.Int(3)};
-    instance.DoTvpCallback(static_cast<TVCallbackType>(operation.Int(0)), &property);
-    EXPECT_EQ(property.timeCode, operation.Int(operation.fields.size() > 4 ? 4 : 2));
-    return true;
+
+const Calls<CMOXPVRRecorder> &CallsOf(const CMOXPVRRecorder & /*instance*/) {
+    static TvStreamAsmSoundCommand command;
+    const auto callBack = [](const Operation &w, void *user) {
+        const bool isMessage = static_cast<int>(w[0]) < TV_PLAYER_CALLBACK_ASM_COMMAND;
+        const BusMessage message = MessageOf(w, isMessage ? 1 : w.fields.size());
+        command.command = isMessage ? 0 : static_cast<int>(w[1]);
+        Fake().callback(w[0], user, isMessage ? static_cast<void *>(message.get()) : &command);
+    };
+    static const Calls<CMOXPVRRecorder> calls = {
+        {"RecordCB", [=](auto &, auto &w, auto &) { callBack(w, Fake().callbackUser); }},
+        {"RecordCB/for-nobody", [=](auto &, auto &w, auto &) { callBack(w, nullptr); }},
+        {"AppCB", [](auto &r, auto &w, auto &) { r.AppCB(MessageOf(w, 0).get()); }},
+        {"ErrorCB", [](auto &r, auto &w, auto &) { r.ErrorCB(MessageOf(w, 0).get()); }},
+        {"AsmCB",
+         [](auto &r, auto &w, auto &) {
+             command.command = w[0];
+             r.AsmCB(w.fields.empty() ? nullptr : &command);
+         }},
+    };
+    return calls;
+}
+
+void DoTvpCallback(CMOXPVRPlayback &playback, const Operation &w, unsigned int & /*result*/) {
+    IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property{w[1], w[2], w[3]};
+    playback.DoTvpCallback(w[0], &property);
+    EXPECT_EQ(property.timeCode, static_cast<int>(w[w.fields.size() > 4 ? 4 : 2]));
+}
+
+TSVideo Video(const Operation &w) {
+    return {{}, w[0], w[1], w[2], 0};
+}
+TSAudio Audio(const Operation &w, std::size_t at) {
+    TSAudio audio{};
+    audio.pid = w[at];
+    audio.codecType = w[at + 1];
+    audio.multiSoundMode = MULTI_SOUND_DUAL_MIX;
+    return audio;
+}
+
+void GetPidProperty(CMOXPVRPlayback &playback, const Operation &w, unsigned int &result) {
+    std::array<unsigned int, 3> pids = {9, 9, 9};
+    result = playback.GetPidProperty(pids[0], pids[1], pids[2]);
+    EXPECT_EQ(pids, (std::array<unsigned int, 3>{w[0], w[1], w[2]}));
+}
+
+const Calls<CMOXPVRPlayback> &CallsOf(const CMOXPVRPlayback & /*instance*/) {
+    using Property = IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty;
+    constexpr Property *kNoRecord = nullptr;
+    constexpr GstMessage *kNoMessage = nullptr;
+    static const Calls<CMOXPVRPlayback> calls = {
+        {"DoTvpCallback", DoTvpCallback},
+        {"DoTvpCallback/without-record",
+         [=](auto &p, auto &w, auto &) { p.DoTvpCallback(w[0], kNoRecord); }},
+        {"DoTvpCallback/of-the-platform",
+         [](auto &p, auto &, auto &) { p.DoTvpCallback({}, nullptr, nullptr); }},
+        {"UnmuteCB", [=](auto &p, auto &w, auto &) { p.UnmuteCB(w[0], kNoRecord); }},
+        {"UnmuteCB/message", [=](auto &p, auto &w, auto &) { p.UnmuteCB(w[0], kNoMessage); }},
+        {"AppCB", [](auto &p, auto &w, auto &) { p.AppCB(MessageOf(w, 0).get()); }},
+        {"ErrorCB", [](auto &p, auto &w, auto &) { p.ErrorCB(MessageOf(w, 0).get()); }},
+        {"SetPidProperty/pids",
+         [](auto &p, auto &w, auto &r) { r = p.SetPidProperty(w[0], w[1], w[2]); }},
+        {"SetPidProperty/codecs",
+         [](auto &p, auto &w, auto &r) { r = p.SetPidProperty(w[0], w[1], w[2], w[3], w[4]); }},
+        {"SetPidProperty/streams",
+         [](auto &p, auto &w, auto &r) { r = p.SetPidProperty(Video(w), Audio(w, 3)); }},
+        {"SetPidProperty/choice",
+         [](auto &p, auto &w, auto &r) { r = p.SetPidProperty(Video(w), Audio(w, 3), w[5]); }},
+        {"IsExceptionAudioChangeCase",
+         [](auto &p, auto &w, auto &r) { r = p.IsExceptionAudioChangeCase(w[0]); }},
+        {"SetPlaybackProperty",
+         [](auto &p, auto &w, auto &r) {
+             r = p.SetPlaybackProperty({w[0], w[1], w[2], w[3], w[4]});
+         }},
+        {"SetADProperty", [](auto &p, auto &w, auto &r) { r = p.SetADProperty(Audio(w, 0)); }},
+        {"DisableADProperty", [](auto &p, auto &, auto &r) { r = p.DisableADProperty(); }},
+        {"Reset/audio", [](auto &p, auto &, auto &r) { r = p.Reset(true); }},
+        {"GetPidProperty", GetPidProperty},
+    };
+    return calls;
 }
 
 unsigned int StateOf(IMOXPVRRecorder &instance) {
@@ -193,6 +287,9 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
   protected:
     void Run() {
         const Lines &lines = GetParam().lines;
+        g_set_printerr_handler([](const char *text) {
+            Fake().Note("told " + std::string(text, std::strlen(text) - 1));  // without its newline
+        });
         Lines recorded;
         for (auto line = lines.begin(); line != lines.end();) {
             recorded.push_back(*line++);
@@ -204,7 +301,7 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
             for (; line != lines.end() && std::strchr("!>~-#", (*line)[0]) == nullptr; ++line)
                 journal += *line + '\n';
             if (operation.kind == '!')
-                SetPlatform(operation);
+                Set(operation);
             else
                 Do(operation, journal, recorded);
         }
@@ -215,10 +312,23 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
     }
 
   private:
+    void Set(const Operation &setting) {
+        const bool hasObjects = setting.name == "objects";
+        if (hasObjects || setting.name == "no-objects")
+            this->Initilize(hasObjects);
+        else
+            SetPlatform(setting);
+        Fake().All();
+    }
+
     void Perform(const Operation &operation) {
-        if (Callback(this->m_instance, operation))
-            return;
-        m_result = this->Send(operation.Request());
+        const auto &calls = CallsOf(this->m_instance);
+        const auto call = calls.find(operation.name);
+        m_result = 0;
+        if (call != calls.end())
+            call->second(this->m_instance, operation, m_result);
+        else
+            m_result = this->Send(operation.Request());
         EXPECT_EQ(m_result, operation.result);
         const auto reply = operation.answers.find("reply");
         EXPECT_EQ(this->m_reply, reply != operation.answers.end() ? reply->second : "none");
@@ -243,14 +353,15 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
         std::string left = operation.kind == '>' ? Fake().All() : Fake().Effects();
         left.erase(0, operation.kind == '-' ? left.size() : this->AfterDispatch(left));
         const std::string file = FileOf(this->m_instance);
-        EXPECT_EQ(left, Expand(operation.name, file, journal));
+        const std::string function = operation.name.substr(0, operation.name.find('/'));
+        EXPECT_EQ(left, Expand(function, file, journal));
         const unsigned int state = StateOf(this->m_instance);
         if (answers.count("state") != 0) {
             EXPECT_EQ(std::to_string(state), answers["state"]);
         }
         Fake().All();
         recorded.back() = operation.Line(m_result, this->m_reply, state);
-        for (const std::string &line : Contract(operation.name, file, left))
+        for (const std::string &line : Contract(function, file, left))
             recorded.push_back(line);
     }
 

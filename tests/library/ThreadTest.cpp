@@ -1,10 +1,8 @@
 // Callbacks on one thread while commands run on another; built to run under a thread sanitizer.
-#include <gst/gst.h>
-
 #include <thread>
 
+#include "BusMessages.h"
 #include "InstanceTest.h"
-#include "StartGStreamer.h"
 
 namespace {
 
@@ -51,17 +49,14 @@ TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
 TEST_F(RecorderTest, TakesCallbacksWhileCommandsRun) {
     Send("SetHandle 5");
     Fake().All();
-    StartGStreamer();
-    std::thread platform([] {
+    const BusMessage message = ApplicationMessage(4);
+    std::thread platform([&] {
         TvStreamAsmSoundCommand command{2};
-        GstMessage *message = gst_message_new_application(
-            nullptr, gst_structure_new("pvr", "app_type", G_TYPE_INT, 4, nullptr));
         for (int i = 0; i < kRounds; ++i) {
             Fake().callback(TV_PLAYER_CALLBACK_ASM_COMMAND, Fake().callbackUser, &command);
             Fake().callback(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION, Fake().callbackUser,
-                            message);
+                            message.get());
         }
-        gst_message_unref(message);
     });
     for (int i = 0; i < kRounds; ++i) {
         Send("SetHandle 5");
