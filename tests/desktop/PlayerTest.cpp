@@ -30,6 +30,7 @@
 #include <thread>
 
 #include "player/PlaybackEngine.h"
+#include "Scenarios.h"
 #include "TemporaryFolder.h"
 #include "TsBuilder.h"
 
@@ -140,28 +141,6 @@ class PlayerTest : public testing::Test {
     std::function<void()> m_then;  ///< what a callback does besides
 };
 
-/// One title of player.txt and the lines under it.
-struct Scenario {
-    std::string name;
-    std::vector<std::string> lines;
-};
-
-std::ostream &operator<<(std::ostream &out, const Scenario &scenario) {
-    return out << scenario.name;
-}
-
-std::vector<Scenario> LoadScenarios() {
-    std::vector<Scenario> scenarios;
-    std::ifstream input(PLAYER_SCENARIOS);
-    for (std::string line; std::getline(input, line);) {
-        if (line.compare(0, 3, "== ") == 0)
-            scenarios.push_back({line.substr(3), {}});
-        else if (!line.empty() && line[0] != '#')
-            scenarios.back().lines.push_back(line);
-    }
-    return scenarios;
-}
-
 class PlayerScenario : public PlayerTest, public testing::WithParamInterface<Scenario> {
   protected:
     /// @return what the commands answered, and how the playback is after them
@@ -267,14 +246,16 @@ class PlayerScenario : public PlayerTest, public testing::WithParamInterface<Sce
 
 TEST_P(PlayerScenario, Plays) {
     for (const std::string &line : GetParam().lines) {
+        if (line.empty() || line[0] == '#')
+            continue;
         const std::size_t arrow = line.find(" -> ");
         ASSERT_NE(arrow, std::string::npos) << line;
         EXPECT_EQ(Do(line.substr(0, arrow)), line.substr(arrow + 4)) << line;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Player, PlayerScenario, testing::ValuesIn(LoadScenarios()),
-                         [](const auto &scenario) { return scenario.param.name; });
+INSTANTIATE_TEST_SUITE_P(Player, PlayerScenario, testing::ValuesIn(LoadScenarios(PLAYER_SCENARIOS)),
+                         ScenarioName);
 
 TEST_F(PlayerTest, DamagedAndScrambledPacketsBeginNoUnit) {
     const struct {

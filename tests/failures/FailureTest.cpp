@@ -1,7 +1,7 @@
 // Every operation while memory runs out and while the platform fails.
 #include <gmock/gmock.h>
 
-#include <fstream>
+#include <iterator>
 #include <regex>
 #include <sstream>
 
@@ -9,6 +9,7 @@
 #include "BusMessages.h"
 #include "InstanceTest.h"
 #include "MoxPvrAPI.h"
+#include "Scenarios.h"
 
 namespace {
 
@@ -119,18 +120,6 @@ const std::map<std::string, std::function<long()>> kCalls = {
     {"Error", [] { return CallPlayback(TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR, 0, 0, 1); }},
 };
 
-/// @return the parts between separators, without the blanks around them; no empty ones
-std::vector<std::string> Split(const std::string &text, char separator) {
-    std::vector<std::string> parts;
-    std::istringstream input(text);
-    for (std::string part; std::getline(input, part, separator);) {
-        const auto begin = part.find_first_not_of(' ');
-        if (begin != std::string::npos)
-            parts.push_back(part.substr(begin, part.find_last_not_of(' ') + 1 - begin));
-    }
-    return parts;
-}
-
 /// @return a step that allocates nothing itself when it is run
 std::function<long()> Step(const std::string &step) {
     const auto call = kCalls.find(step);
@@ -223,30 +212,25 @@ struct Operation {
     std::vector<std::string> partial{""};  ///< changes that a lack of memory may leave
 };
 
-std::vector<Operation> Load() {
-    std::vector<Operation> operations;
-    std::ifstream file(OPERATIONS);
-    for (std::string line; std::getline(file, line);) {
-        const auto space = line.find(' ');
-        const std::string kind = line.substr(0, space);
-        if (kind.empty() || kind[0] == '#')
-            continue;
-        if (kind == "==")
-            operations.push_back({line.substr(3), {}, {}, {}});
-        else if (kind == ">")
-            operations.back().steps.push_back(line.substr(2));
-        else if (kind == "memory")
-            operations.back().starved = Split(line.substr(7), ' ');
-        else if (kind == "partly")
-            operations.back().partial.push_back(line.substr(6));
-        else
-            operations.back().outcomes.push_back(line);
-    }
-    return operations;
+std::vector<std::string> Words(const std::string &text) {
+    std::istringstream words(text);
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
 void ForEachOperation(const std::function<void(const Operation &)> &test) {
-    for (const Operation &operation : Load()) {
+    for (const Scenario &scenario : LoadScenarios(OPERATIONS)) {
+        Operation operation{scenario.name, {}, {}, {}};
+        for (const std::string &line : scenario.lines) {
+            const std::string kind = line.substr(0, line.find(' '));
+            if (kind == ">")
+                operation.steps.push_back(line.substr(2));
+            else if (kind == "memory")
+                operation.starved = Words(line.substr(7));
+            else if (kind == "partly")
+                operation.partial.push_back(line.substr(6));
+            else if (!kind.empty() && kind[0] != '#')
+                operation.outcomes.push_back(line);
+        }
         SCOPED_TRACE(operation.name);
         test(operation);
     }

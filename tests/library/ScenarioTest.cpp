@@ -21,33 +21,11 @@
 
 #include "BusMessages.h"
 #include "InstanceTest.h"
+#include "Scenarios.h"
 
 namespace {
 
 using Lines = std::vector<std::string>;
-
-struct Scenario {
-    std::string file;
-    std::string name;
-    Lines lines;
-};
-
-std::ostream &operator<<(std::ostream &out, const Scenario &scenario) {
-    return out << scenario.name;
-}
-
-std::vector<Scenario> Load(const std::string &file) {
-    std::vector<Scenario> scenarios;
-    const std::string path = SCENARIO_FOLDER + file;
-    std::ifstream input(path);
-    for (std::string line; std::getline(input, line);) {
-        if (line.compare(0, 3, "== ") == 0)
-            scenarios.push_back({path, line.substr(3), {}});
-        else if (!scenarios.empty())
-            scenarios.back().lines.push_back(line);
-    }
-    return scenarios;
-}
 
 /// Puts other lines in the place of a scenario's.
 void Rewrite(const Scenario &scenario, const Lines &lines) {
@@ -378,10 +356,10 @@ TEST_P(Playback, Scenario) {
     Run();
 }
 
-std::string NameOf(const testing::TestParamInfo<Scenario> &info) {
-    return info.param.name;
+auto Scenarios(const std::string &file) {
+    return testing::ValuesIn(LoadScenarios(SCENARIO_FOLDER + file));
 }
-INSTANTIATE_TEST_SUITE_P(Library, Recorder, testing::ValuesIn(Load("recorder.txt")), NameOf);
-INSTANTIATE_TEST_SUITE_P(Library, Playback, testing::ValuesIn(Load("playback.txt")), NameOf);
+INSTANTIATE_TEST_SUITE_P(Library, Recorder, Scenarios("recorder.txt"), ScenarioName);
+INSTANTIATE_TEST_SUITE_P(Library, Playback, Scenarios("playback.txt"), ScenarioName);
 
 }  // namespace
