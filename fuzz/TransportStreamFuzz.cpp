@@ -124,11 +124,12 @@ void CheckChannelLog(const std::string &path) {
     ChannelStretch next = stretches.back();
     next.timeMs = std::numeric_limits<std::int64_t>::max();
     next.offset = std::numeric_limits<std::uint64_t>::max();
-    Require(tvdesktop::ts::AppendChannelLog(path, next), "a stretch can be added");
+    tvdesktop::ts::ChannelLogWriter writer;
+    Require(writer.Open(path) && writer.Append(next), "a stretch can be added");
     const auto longer = tvdesktop::ts::ReadChannelLog(path);
     Require(longer.size() >= stretches.size() && longer.back().offset == next.offset,
             "a stretch that was added is read, also behind a damaged line");
-    Require(tvdesktop::ts::WriteChannelLog(path, stretches) &&
+    Require(tvdesktop::ts::WriteChannelLog(path, {stretches, {}}) &&
                 tvdesktop::ts::ReadChannelLog(path).size() == stretches.size(),
             "a log that was written is read");
 }

@@ -77,7 +77,7 @@ class PlayerTest : public testing::Test {
         return kPlayerOk;
     }
     int Log(const std::vector<ts::ChannelStretch> &stretches) {
-        EXPECT_TRUE(ts::WriteChannelLog(m_path, stretches));
+        EXPECT_TRUE(ts::WriteChannelLog(m_path, {stretches, {}}));
         return kPlayerOk;
     }
     int Set(int id, ...) {
@@ -193,12 +193,17 @@ class PlayerScenario : public PlayerTest, public testing::WithParamInterface<Sce
         return result == kPlayerOk ? duration : result;
     }
     /// @param list  where each channel begins in the file, and its video PID
-    int LogChannels(const Numbers &list) {
+    std::vector<ts::ChannelStretch> Channels(const Numbers &list) {
         std::vector<ts::ChannelStretch> log;
         for (std::size_t i = 0; i < list.size(); i += 2)
             log.push_back({list[i] < double(m_first.size()) ? 0 : kBorder, std::uint64_t(list[i]),
                            Channel(int(list.at(i + 1)))});
-        return Log(log);
+        return log;
+    }
+    int LogMore(const Numbers &list) {
+        ts::ChannelLogWriter log;
+        EXPECT_TRUE(log.Open(m_path) && log.Append(Channels(list).front()));
+        return kPlayerOk;
     }
     std::string WithoutPmt() {
         std::string bare;
@@ -239,7 +244,8 @@ class PlayerScenario : public PlayerTest, public testing::WithParamInterface<Sce
         {"file-without-pmt", [this](auto &) { return Write(WithoutPmt()); }},
         {"file-without-packets", [this](auto &) { return Write("no transport stream"); }},
         {"file-with-a-gap", [this](auto &) { return Write(WithAGap()); }},
-        {"log", [this](auto &list) { return LogChannels(list); }},
+        {"log", [this](auto &list) { return Log(Channels(list)); }},
+        {"log-more", [this](auto &list) { return LogMore(list); }},
         {"no-log", [this](auto &) { return !std::filesystem::remove(ts::ChannelLogPath(m_path)); }},
     };
 };

@@ -315,6 +315,11 @@ ts::ChannelStretch Stretch(std::int64_t timeMs, std::uint64_t offset, std::uint1
     return stretch;
 }
 
+bool AddToLog(const std::string &recording, const ts::ChannelStretch &stretch) {
+    ts::ChannelLogWriter log;
+    return log.Open(recording) && log.Append(stretch);
+}
+
 std::vector<int> ProgramsIn(const std::string &recording) {
     std::vector<int> programs;
     for (const ts::ChannelStretch &stretch : ts::ReadChannelLog(recording)) {
@@ -330,8 +335,8 @@ TEST(ChannelLog, KeepsStretchesAndLeavesOutWhatIsBroken) {
     std::filesystem::remove(path);
     EXPECT_TRUE(ts::ReadChannelLog(recording).empty());
 
-    ASSERT_TRUE(ts::AppendChannelLog(recording, Stretch(0, 0, 1)));
-    ASSERT_TRUE(ts::AppendChannelLog(recording, Stretch(500, 188, 2)));
+    ASSERT_TRUE(AddToLog(recording, Stretch(0, 0, 1)));
+    ASSERT_TRUE(AddToLog(recording, Stretch(500, 188, 2)));
     const auto stretches = ts::ReadChannelLog(recording);
     ASSERT_EQ(stretches.size(), 2U);
     EXPECT_EQ(stretches[1].timeMs, 500);
@@ -340,21 +345,21 @@ TEST(ChannelLog, KeepsStretchesAndLeavesOutWhatIsBroken) {
     std::ofstream(path, std::ios::app) << "nonsense 1 2\n-1 400 00\n600 376 0011";  // torn line
     std::ofstream(path, std::ios::app) << "\n600 376 " << std::string(2 * 192, 'g') << '\n';
     EXPECT_EQ(ProgramsIn(recording), (std::vector<int>{1, 2}));
-    ASSERT_TRUE(ts::AppendChannelLog(recording, Stretch(700, 564, 3)));
-    ASSERT_TRUE(ts::AppendChannelLog(recording, Stretch(600, 752, 4)));  // back in time
-    ASSERT_TRUE(ts::AppendChannelLog(recording, Stretch(700, 564, 5)));  // in place of 3
+    ASSERT_TRUE(AddToLog(recording, Stretch(700, 564, 3)));
+    ASSERT_TRUE(AddToLog(recording, Stretch(600, 752, 4)));  // back in time
+    ASSERT_TRUE(AddToLog(recording, Stretch(700, 564, 5)));  // in place of 3
     EXPECT_EQ(ProgramsIn(recording), (std::vector<int>{1, 2, 5}));
 
-    ASSERT_TRUE(ts::WriteChannelLog(recording, {Stretch(0, 0, 9)}));
+    ASSERT_TRUE(ts::WriteChannelLog(recording, {{Stretch(0, 0, 9)}, {}}));
     EXPECT_EQ(ProgramsIn(recording), std::vector<int>{9});
     std::filesystem::resize_file(path, std::filesystem::file_size(path) - 1);
     EXPECT_TRUE(ProgramsIn(recording).empty());
-    EXPECT_FALSE(ts::AppendChannelLog("/no/such/place", Stretch(0, 0, 1)));
+    EXPECT_FALSE(AddToLog("/no/such/place", Stretch(0, 0, 1)));
 
     std::vector<ts::ChannelStretch> many;  // more than is read at once
     for (std::uint16_t i = 0; i < 200; ++i)
         many.push_back(Stretch(i, i, i));
-    ASSERT_TRUE(ts::WriteChannelLog(recording, many));
+    ASSERT_TRUE(ts::WriteChannelLog(recording, {many, {}}));
     EXPECT_EQ(ProgramsIn(recording).size(), many.size());
     EXPECT_EQ(ProgramsIn(recording).back(), 199);
 }

@@ -226,7 +226,7 @@ TEST_F(CrashTest, RepairKeepsWhatAgreesAndAddsWhatIsMissing) {
         SCOPED_TRACE(row.what);
         Log log = good;
         row.damage(log);
-        ASSERT_TRUE(WriteChannelLog(m_path, log));
+        ASSERT_TRUE(WriteChannelLog(m_path, {log, {}}));
         log = Repair(row.kept == 3 ? Outcome::Kept : Outcome::Rebuilt);
         EXPECT_EQ(std::count_if(log.begin(), log.end(),
                                 [](const auto &stretch) { return stretch.info.major == 7; }),

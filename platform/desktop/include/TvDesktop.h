@@ -308,8 +308,8 @@ struct PlayerOptions {
     double clockFactor = 1.0;
 };
 
-/// A player for tv_player_*. A source (801) ends what played before and is read once when it is
-/// set, for the times of its PCRs. tv_stream_start plays at 1.0 from the start position (806), or
+/// A player for tv_player_*. A source (801) ends what played before; its times are taken from the
+/// index in its side file, or from what GetTimeSource names. tv_stream_start plays at 1.0 from the start position (806), or
 /// on from where tv_player_ready holds. Seeks and changes of speed play; a change of speed never
 /// moves the position, whatever its position argument says. A seek to a border belongs to the
 /// later stretch when it plays forward, to the earlier one when it plays back. A step pauses.
@@ -362,6 +362,17 @@ PlayerState GetPlayerState(void *player);
 ///         (F_OFD_SETLK), also after a swap gave the file another name. Asking takes no lock. Where
 ///         the file system has no locks, false. Thread-safe.
 bool IsSourceBeingWritten(void *player);
+
+/// Where the stream times of a source come from.
+enum class TimeSource {
+    None,     ///< there is no source, or nothing in it yet
+    Index,    ///< the side file's index, which agrees with the recording
+    Scan,     ///< no index: the recording was read, at most 64 MiB
+    Samples,  ///< no index: samples of a larger recording; positions are those of an undamaged one,
+              ///< and a jump of its PCR may go unnoticed
+};
+/// Thread-safe.
+TimeSource GetTimeSource(void *player);
 
 /// Times and channel information of the stretches of the source, as far as it is known.
 struct ChannelStretchInfo {

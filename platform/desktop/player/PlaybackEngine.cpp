@@ -281,6 +281,11 @@ bool PlaybackEngine::IsSourceBeingWritten() {
     return m_recording && m_recording->IsBeingWritten();
 }
 
+TimeSource PlaybackEngine::TimesFrom() {
+    const Work work(*this);
+    return m_recording ? m_recording->TimesFrom() : TimeSource::None;
+}
+
 // --- Clock ---------------------------------------------------------------------------------------
 
 void PlaybackEngine::Advance(Milliseconds elapsed) {

@@ -55,6 +55,7 @@ class PlaybackEngine {
     PlayerState State() const;
     std::vector<ChannelStretchInfo> Stretches();
     bool IsSourceBeingWritten();
+    TimeSource TimesFrom();
 
     /// Delivers what is pending and lets stream time pass, in steps from border to border; what is
     /// left of the step when a callback moves the playback is not played. What callbacks cause is

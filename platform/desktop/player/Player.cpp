@@ -123,6 +123,13 @@ std::vector<ChannelStretchInfo> GetChannelStretches(void *player) {
     return source == nullptr ? std::vector<ChannelStretchInfo>{} : source->Engine().Stretches();
 }
 
+TimeSource GetTimeSource(void *player) try {
+    Player *source = ObjectAs<Player>(player);
+    return source == nullptr ? TimeSource::None : source->Engine().TimesFrom();
+} catch (...) {
+    return TimeSource::None;
+}
+
 bool IsSourceBeingWritten(void *player) try {
     Player *source = ObjectAs<Player>(player);
     return source != nullptr && source->Engine().IsSourceBeingWritten();

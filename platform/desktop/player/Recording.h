@@ -15,14 +15,21 @@
 #include "ts/ChannelLog.h"
 #include "ts/PacketReader.h"
 #include "ts/StreamClock.h"
+#include "ts/TimeIndex.h"
+#include "TvDesktop.h"
 
 namespace tvdesktop {
 
 /// A recording or a timeshift buffer, open for reading, possibly still being written.
 ///
 /// Stream time comes from the PCRs of the file itself, along the PCR PID of each stretch, by the
-/// rule of ts::StreamClock that the recorder follows too. Opening reads the file once; after that
-/// one point per PCR is known, and every place is found from there.
+/// rule of ts::StreamClock that the recorder follows too. About one PCR per second is known, and
+/// every place is found from the one before it, with what is read there.
+///
+/// Those PCRs come from the side file's index as far as it agrees with the recording: the first one
+/// is the first of the recording and the last one is where the index has it, else the last that is;
+/// what a search reads must lead from each point to the next. An index that does not agree there is
+/// left out altogether. What no index describes is read, when it is more than 64 MiB in samples.
 ///
 /// The stretches are those of the side file; a recording without one has a single stretch that is
 /// made from the first service whose PMT it carries. Stretches only ever grow in number, and their
@@ -42,8 +49,9 @@ class Recording {
     bool IsBeingWritten() const;
 
     /// @return false while no PCR was found
-    bool HasStreamTime() const { return !m_points.empty(); }
-    double Duration() const { return m_points.empty() ? 0.0 : m_points.back().time; }
+    bool HasStreamTime() const { return !m_index.Points().empty(); }
+    double Duration() const { return ts::ToMilliseconds(m_clock.Ticks()); }
+    TimeSource TimesFrom() const { return m_timesFrom; }
 
     std::size_t StretchCount() const { return m_reached; }
     double StretchBegin(std::size_t stretch) const { return m_begins[stretch]; }
@@ -57,36 +65,59 @@ class Recording {
     std::size_t StretchAt(double time, bool forward) const;
 
     /// @return the time of the first unit start on `pid` between `from` and `to` (both included) in
-    ///         a stretch
+    ///         a stretch; reads at most 64 MiB for it
     std::optional<double> FindUnit(UnitKind kind, int pid, std::size_t stretch, double from,
                                    double to);
 
   private:
-    struct Point {
-        double time;
-        std::uint64_t offset;
+    /// What is looked for, and in which bytes.
+    struct UnitQuery {
+        UnitKind kind;
+        int pid;
+        double from, to;
+        std::uint64_t begin, end;
+    };
+    struct UnitResult {
+        bool indexAgrees;
+        std::optional<double> time;
     };
 
     void LearnStretches(std::uint64_t size);
     void AdoptServiceFromPmt(std::uint64_t size);
-    void Index(const std::uint8_t *packet, std::uint64_t offset);
+    void CatchUp(std::uint64_t size);
+    void TakeIndex(std::uint64_t size);
+    std::size_t CountAgreeing(std::uint64_t size);
+    bool Holds(const ts::TimePoint &point);
+    bool IsFirstPcr(const ts::TimePoint &point);
+    void TakeSamples(std::uint64_t size);
+    void TakePoint(ts::TimePoint point, std::int64_t longestStep);
+    void ContinueAt(std::uint64_t offset);
+    void ReadTo(std::uint64_t size);
+    void Pass(const std::uint8_t *packet, std::uint64_t offset);
+    void ReachStretches(std::uint64_t offset);
     void ReachStretch();
-    double TimeAt(std::uint64_t offset) const;
-    std::uint64_t OffsetBefore(double time) const;
-    std::uint64_t OffsetAfter(double time) const;
+    void ReadAnew();
+    void Narrow(double time);
+    const ts::TimePoint *PointBefore(const UnitQuery &query) const;
+    UnitResult Search(const UnitQuery &query);
+    std::size_t StretchOf(std::uint64_t offset) const;
 
     std::string m_path;
     FileDescriptor m_lock;      ///< asks for the recorder's lock
-    ts::PacketReader m_tail;    ///< continues at the end of what is indexed
+    ts::PacketReader m_tail;    ///< continues at the end of what is known
     ts::PacketReader m_search;  ///< jumps
     ts::StreamClock m_clock;
-    std::vector<Point> m_points;  ///< one per PCR; times may repeat, offsets rise
-    std::uint64_t m_end = 0;      ///< end of the last packet that is indexed
+    ts::TimeIndex m_index;
+    TimeSource m_timesFrom = TimeSource::None;
+    std::uint64_t m_end = 0;  ///< end of the last packet whose time is known
 
+    ts::ChannelLogReader m_sideFile;
+    ts::ChannelLog m_log;  ///< what the side file has and the recording not yet
+    bool m_hasWrongIndex = false;
     std::deque<ts::ChannelStretch> m_stretches;  ///< a deque never moves what it holds
-    std::vector<double> m_begins;                ///< of the stretches whose first byte is indexed
+    std::vector<double> m_begins;                ///< of the stretches whose first byte is known
     std::size_t m_reached = 0;
-    std::size_t m_logged = 0;  ///< entries of the side file that are taken in
+    bool m_hasAdopted = false;  ///< its first stretch is not the side file's
     std::uint64_t m_seenSize = 0;
     std::uint64_t m_nextScan = 1;  ///< size from which on a PMT is looked for again
 };

@@ -41,7 +41,7 @@ void RecordingSession::Select(const StreamSelection &selection) {
 }
 
 bool RecordingSession::AddStretch(const TvChannelInfo &info) {
-    if (!Flush())
+    if (!FlushWithIndex())
         return false;
     return m_sink.AddStretch(m_recorded.Milliseconds(), info) || FailAtSink();
 }
@@ -155,6 +155,8 @@ void RecordingSession::CountRecorded(const std::uint8_t *packet) {
         ++m_report.units;
     if (!m_recorded.CountFirst(packet))
         return;
+    m_index.Count({(m_report.packets - 1) * ts::kPacketSize, m_recorded.Pid(), *ts::Pcr(packet),
+                   m_recorded.Ticks()});
     m_report.hasStreamTime = true;
     m_limitReached = m_limitMs > 0 && m_recorded.Milliseconds() >= m_limitMs;
 }
@@ -195,14 +197,23 @@ RecordingSession::Next RecordingSession::ReadMore() {
 bool RecordingSession::Flush() {
     m_flushedTicks = m_passed.Ticks();
     const std::size_t kept = std::exchange(m_done.kept, 0);
-    return kept == 0 || m_sink.Write(m_block.data(), kept, m_waitForRoom) || FailAtSink();
+    if (kept > 0 && !m_sink.Write(m_block.data(), kept, m_waitForRoom))
+        return FailAtSink();
+    m_sink.AddToIndex(m_index.Take());
+    return true;
+}
+
+/// Writes what is kept so far, and brings the index up to its end.
+bool RecordingSession::FlushWithIndex() {
+    m_index.Break();
+    return Flush();
 }
 
 bool RecordingSession::Finish() {
     Watch(std::nullopt);
     if (!IsPaced() && Filter(Clock::now(), true) == Next::SinkFailed)
         return false;
-    if (!Flush())
+    if (!FlushWithIndex())
         return false;
     if (!m_errorText.empty() && m_sink.Size() == 0)
         return true;  // nothing to keep

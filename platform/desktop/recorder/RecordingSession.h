@@ -15,6 +15,7 @@
 #include "ts/PacketFilter.h"
 #include "ts/ServiceWatch.h"
 #include "ts/StreamClock.h"
+#include "ts/TimeIndex.h"
 #include "TvDesktop.h"
 
 namespace tvdesktop {
@@ -93,6 +94,7 @@ class RecordingSession {
     bool LacksStreamTime() const;
     bool IsDue(const std::uint8_t *packet, Clock::time_point now);
     void CountRecorded(const std::uint8_t *packet);
+    bool FlushWithIndex();
 
     const double m_speed;
     const RecordingSink::WaitForRoom m_waitForRoom;
@@ -114,6 +116,7 @@ class RecordingSession {
 
     RecordingReport m_report;
     ts::StreamClock m_recorded;  ///< time of what is recorded
+    ts::TimeIndex m_index;       ///< of it, as far as the sink does not have it yet
     int m_limitMs = 0;
     bool m_limitReached = false;
 

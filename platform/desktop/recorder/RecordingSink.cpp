@@ -34,7 +34,7 @@ RecordingSink::~RecordingSink() {
     if (!m_isNew || m_size > 0 || !IsNameOf(m_name, m_file.Get()))
         return;
     ::unlink(m_name.c_str());
-    if (!m_stretches.empty())
+    if (!m_log.IsEmpty())
         ::unlink(ts::ChannelLogPath(m_path).c_str());
 }
 
@@ -143,11 +143,20 @@ bool RecordingSink::AddStretch(std::int64_t timeMs, const TvChannelInfo &info) {
     if (!m_isRegular)
         return true;
     const ts::ChannelStretch stretch{timeMs, m_size, info};
-    if (!m_stretches.empty() && m_stretches.back().offset == m_size)
-        m_stretches.pop_back();  // nothing was recorded of it
-    m_stretches.push_back(stretch);
-    return ts::AppendChannelLog(m_path, stretch) ||
+    auto &stretches = m_log.stretches;
+    if (!stretches.empty() && stretches.back().offset == m_size)
+        stretches.pop_back();  // nothing was recorded of it
+    stretches.push_back(stretch);
+    return (OpenSideFile() && m_sideFile.Append(stretch)) ||
            Fail("cannot write " + ts::ChannelLogPath(m_path));
+}
+
+void RecordingSink::AddToIndex(const std::vector<ts::TimePoint> &points) {
+    if (!m_isRegular || points.empty() || !m_hasWholeIndex)
+        return;
+    m_hasWholeIndex = OpenSideFile() && m_sideFile.Append(points);
+    if (m_hasWholeIndex)
+        m_log.index.insert(m_log.index.end(), points.begin(), points.end());
 }
 
 // --- Swap ----------------------------------------------------------------------------------------
@@ -175,13 +184,14 @@ RecorderCode RecordingSink::SwapTo(const std::string &path) {
         m_file = std::move(copy);
     m_path = path;
     m_name = RealPath(path);
+    m_sideFile.Close();
     return kRecorderOk;
 }
 
-/// Without channel information there is none, but the name must be free all the same.
+/// Without anything to note there is none, but the name must be free all the same.
 bool RecordingSink::MakeSideFile(const std::string &path) {
-    if (!m_stretches.empty())
-        return ts::CreateChannelLog(path, m_stretches);
+    if (!m_log.IsEmpty())
+        return ts::CreateChannelLog(path, m_log);
     struct stat status {};
     if (::lstat(ts::ChannelLogPath(path).c_str(), &status) != 0)
         return true;
@@ -263,8 +273,8 @@ bool RecordingSink::KeepNameless() {
     if (!isKept)
         return Fail(lost + ", and what was recorded cannot be kept");
     SyncFolderOf(name);
-    if (!m_stretches.empty())
-        ts::CreateChannelLog(name, m_stretches);  // unless its own still exists
+    if (!m_log.IsEmpty())
+        ts::CreateChannelLog(name, m_log);  // unless its own still exists
     return Fail(lost, "what was recorded is kept in " + name);
 }
 

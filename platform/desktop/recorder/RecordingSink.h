@@ -46,6 +46,10 @@ class RecordingSink {
     /// have been written: the side file never runs ahead of the recording.
     bool AddStretch(std::int64_t timeMs, const TvChannelInfo &info);
 
+    /// Notes where stream time passes in what has been written. The recording is worth more than
+    /// its index: when one cannot be written the index ends there, and no more is reported.
+    void AddToIndex(const std::vector<ts::TimePoint> &points);
+
     /// Continues in another file that takes over all that was written, the side file included. On
     /// failure everything stays as it was.
     /// @return kRecorderOk, kRecorderNotTimeshift, kRecorderFileExists or kRecorderWriteFailed
@@ -70,6 +74,7 @@ class RecordingSink {
     bool CopyTo(const std::string &path, FileDescriptor &copy);
     bool Fill(const FileDescriptor &copy, const std::string &path);
     bool MakeSideFile(const std::string &path);
+    bool OpenSideFile() { return m_sideFile.IsOpen() || m_sideFile.Open(m_path); }
     void DropOldNames();
     bool KeepNameless();
     void CutToWholePackets();
@@ -80,7 +85,9 @@ class RecordingSink {
     bool m_isRegular = false;
     bool m_isNew = false;  ///< made here, and not closed
     std::uint64_t m_size = 0;
-    std::vector<ts::ChannelStretch> m_stretches;  ///< what the side file holds
+    ts::ChannelLog m_log;  ///< what the side file holds
+    ts::ChannelLogWriter m_sideFile;
+    bool m_hasWholeIndex = true;
     std::string m_problem;
 };
 

@@ -13,6 +13,7 @@
 #include "ts/ServiceScan.h"
 #include "ts/StreamClock.h"
 #include "ts/StretchFinder.h"
+#include "ts/TimeIndex.h"
 #include "ts/TsPacket.h"
 #include "TvDesktop.h"
 
@@ -149,6 +150,38 @@ std::vector<ChannelStretch> Merge(ts::PacketReader &reader, const std::vector<Ch
     return merged;
 }
 
+/// The index as a player counts it along the stretches.
+std::vector<ts::TimePoint> MakeIndex(ts::PacketReader &reader,
+                                     const std::vector<ChannelStretch> &stretches) {
+    ts::StreamClock clock;
+    ts::TimeIndex index;
+    std::size_t reached = 0;
+    ForEachPacket(reader, [&](const std::uint8_t *packet, std::uint64_t offset) {
+        for (; reached < stretches.size() && (reached == 0 || stretches[reached].offset <= offset);
+             ++reached) {
+            index.Break();
+            clock.FollowPid(stretches[reached].info.pcrPid);
+        }
+        if (!ts::TransportError(packet) && clock.Count(packet))
+            index.Count({offset, clock.Pid(), *ts::Pcr(packet), clock.Ticks()});
+    });
+    index.Break();
+    return index.Take();
+}
+
+/// Whether an index is right, and a player reads what it leaves out at the end without samples. Of
+/// a recorder that was killed the last lines are missing.
+bool IsUsable(const std::vector<ts::TimePoint> &index, const std::vector<ts::TimePoint> &made) {
+    constexpr std::uint64_t kMissing = 64 << 20;
+    const auto isSame = [](const ts::TimePoint &one, const ts::TimePoint &other) {
+        return one.offset == other.offset && one.pid == other.pid && one.pcr == other.pcr;
+    };
+    const std::uint64_t covered = index.empty() ? 0 : index.back().offset;
+    return index.size() <= made.size() &&
+           std::equal(index.begin(), index.end(), made.begin(), isSame) &&
+           (made.empty() || made.back().offset - covered <= kMissing);
+}
+
 bool IsSame(const std::vector<ChannelStretch> &left, const std::vector<ChannelStretch> &right) {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](const ChannelStretch &one, const ChannelStretch &other) {
@@ -171,15 +204,17 @@ RepairResult RepairChannelLog(const std::string &recording) {
     if (!reader.Open(recording))
         return Failed(CannotRead(recording, errno));
     const std::uint64_t size = reader.Size();
-    std::vector<ChannelStretch> old;
-    if (!ts::ReadChannelLog(recording, old))
+    ts::ChannelLog log;
+    if (!ts::ReadChannelLog(recording, log))
         return Failed(CannotRead(ts::ChannelLogPath(recording), errno));
+    const std::vector<ChannelStretch> &old = log.stretches;
     const ts::ChannelTable channels = ReadChannels(reader, old);
     ts::StretchFinder finder(channels);
     ForEachPacket(reader, [&](const std::uint8_t *packet, std::uint64_t offset) {
         finder.Pass(packet, offset);
     });
     const std::vector<ChannelStretch> merged = Merge(reader, old, finder.Finish(), channels);
+    const std::vector<ts::TimePoint> index = MakeIndex(reader, merged);
 
     if (reader.Error() != 0)  // a part of the recording proves nothing of the rest
         return Failed(CannotRead(recording, reader.Error()));
@@ -187,9 +222,9 @@ RepairResult RepairChannelLog(const std::string &recording) {
         return {recording + " is still being recorded", Outcome::Nothing, 0};
     if (merged.empty())
         return {};
-    if (IsSame(merged, old))
+    if (IsSame(merged, old) && IsUsable(log.index, index))
         return {"", Outcome::Kept, old.size()};
-    if (!ts::WriteChannelLog(recording, merged))
+    if (!ts::WriteChannelLog(recording, {merged, index}))
         return Failed("cannot write " + ts::ChannelLogPath(recording) + ": " +
                       std::strerror(errno));
     return {"", Outcome::Rebuilt, merged.size()};

@@ -12,7 +12,8 @@ namespace tvdesktop::ts {
 
 namespace {
 
-constexpr std::size_t kBufferSize = 1024 * kPacketSize;
+constexpr std::size_t kFirstRead = 1024 * kPacketSize;
+constexpr std::size_t kLargestRead = 5 * kFirstRead;
 
 }  // namespace
 
@@ -24,7 +25,6 @@ bool PacketReader::Open(const std::string &path) {
     m_file = std::move(file);
     m_framing = {};
     m_error = 0;
-    m_buffer.resize(kBufferSize);
     Seek(0);
     return true;
 }
@@ -38,6 +38,18 @@ void PacketReader::Seek(std::uint64_t offset) {
     m_bufferOffset = offset;
     m_filled = 0;
     m_position = 0;
+    m_nextRead = kFirstRead;
+}
+
+const std::uint8_t *PacketReader::At(std::uint64_t offset) {
+    Seek(offset);
+    while (m_error == 0 && m_filled < kPacketSize && ReadMore(kPacketSize)) {
+    }
+    if (m_filled < kPacketSize || m_buffer[0] != kSyncByte)
+        return nullptr;
+    m_packetOffset = offset;
+    m_position = kPacketSize;
+    return m_buffer.data();
 }
 
 const std::uint8_t *PacketReader::Next(std::uint64_t end) {
@@ -54,23 +66,27 @@ const std::uint8_t *PacketReader::Next(std::uint64_t end) {
         }
         if (atEnd)
             break;
-        atEnd = !ReadMore();
+        atEnd = !ReadMore(m_nextRead);
+        m_nextRead = kLargestRead;
     }
     return nullptr;
 }
 
 /// Drops what was looked at and fills the buffer up.
+/// @param most  bytes that the buffer holds then
 /// @return false when the file has no more now, or cannot be read
-bool PacketReader::ReadMore() {
+bool PacketReader::ReadMore(std::size_t most) {
     std::copy(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_position),
               m_buffer.begin() + static_cast<std::ptrdiff_t>(m_filled), m_buffer.begin());
     m_bufferOffset += m_position;
     m_filled -= m_position;
     m_position = 0;
+    if (m_buffer.size() < most)
+        m_buffer.resize(most);
 
     ssize_t count = 0;
     do {
-        count = ::pread(m_file.Get(), m_buffer.data() + m_filled, m_buffer.size() - m_filled,
+        count = ::pread(m_file.Get(), m_buffer.data() + m_filled, most - m_filled,
                         static_cast<off_t>(m_bufferOffset + m_filled));
     } while (count < 0 && errno == EINTR);
     if (count < 0)

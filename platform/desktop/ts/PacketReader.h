@@ -35,6 +35,10 @@ class PacketReader {
     /// @return the next packet, valid until the next call of any member; null: none now
     const std::uint8_t *Next(std::uint64_t end = std::numeric_limits<std::uint64_t>::max());
 
+    /// @return the whole packet that begins at a byte offset, valid until the next call of any
+    ///         member; null when none does. Next continues after it.
+    const std::uint8_t *At(std::uint64_t offset);
+
     /// @return the errno of the read that failed since Open; 0: none did
     int Error() const { return m_error; }
 
@@ -48,12 +52,13 @@ class PacketReader {
     std::uint64_t Size() const;
 
   private:
-    bool ReadMore();
+    bool ReadMore(std::size_t most);
 
     FileDescriptor m_file;
     PacketFraming m_framing;
     std::vector<std::uint8_t> m_buffer;
     std::size_t m_filled = 0;
+    std::size_t m_nextRead = 0;        ///< bytes; small after a jump, large once it reads on
     std::size_t m_position = 0;        ///< in the buffer: where the next packet is looked for
     std::uint64_t m_bufferOffset = 0;  ///< of the buffer's first byte in the file
     std::uint64_t m_packetOffset = 0;

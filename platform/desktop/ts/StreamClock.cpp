@@ -5,7 +5,6 @@ namespace tvdesktop::ts {
 namespace {
 
 constexpr std::int64_t kWrap = (std::int64_t{1} << 33) * 300;
-constexpr std::int64_t kLongestStep = 10 * kPcrHz;
 
 }  // namespace
 
@@ -16,14 +15,16 @@ void StreamClock::FollowPid(std::uint16_t pid) {
     m_last.reset();
 }
 
-void StreamClock::Advance(std::int64_t pcr) {
-    if (m_last) {
-        // A damaged extension (300 and more) may reach beyond the wrap.
-        const std::int64_t step = ((pcr - *m_last) % kWrap + kWrap) % kWrap;
-        if (step <= kLongestStep)
-            m_ticks += step;
-    }
+void StreamClock::Advance(std::int64_t pcr, std::int64_t longestStep) {
+    if (m_last)
+        m_ticks += Step(*m_last, pcr, longestStep);
     m_last = pcr;
+}
+
+std::int64_t StreamClock::Step(std::int64_t from, std::int64_t to, std::int64_t longestStep) {
+    // A damaged extension (300 and more) may reach beyond the wrap.
+    const std::int64_t step = ((to - from) % kWrap + kWrap) % kWrap;
+    return step <= longestStep ? step : 0;
 }
 
 std::int64_t StreamClock::Milliseconds() const {

@@ -38,8 +38,15 @@ class StreamClock {
         return Count(packet);
     }
 
-    /// @param pcr  27 MHz ticks of a packet of the followed PID
-    void Advance(std::int64_t pcr);
+    static constexpr std::int64_t kLongestStep = 10 * kPcrHz;
+
+    /// @param pcr          27 MHz ticks of a packet of the followed PID
+    /// @param longestStep  what is longer counts as a jump; for PCRs that are far apart
+    void Advance(std::int64_t pcr, std::int64_t longestStep = kLongestStep);
+
+    /// @return the time that counts from one PCR of a PID to a later one; 0 for a jump
+    static std::int64_t Step(std::int64_t from, std::int64_t to,
+                             std::int64_t longestStep = kLongestStep);
 
     /// @return stream time in ticks of 27 MHz since the first PCR
     std::int64_t Ticks() const { return m_ticks; }
