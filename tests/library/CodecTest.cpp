@@ -59,9 +59,13 @@ TEST(Codec, DecodesEveryPairAtEveryPlaceOfATextAndInPlace) {
     std::string expected;
     for (int first = 0; first < 256; ++first) {
         for (int second = 0; second < 256; ++second) {
-            pairs += {static_cast<char>(first), static_cast<char>(second)};
+            char pair[] = {static_cast<char>(first), static_cast<char>(second)};
+            pairs.append(pair, sizeof pair);
             expected += static_cast<char>(
                 PairValue(static_cast<unsigned char>(first), static_cast<unsigned char>(second)));
+            int length = 0;
+            parse_string_to_buf(pair, sizeof pair, pair, &length);
+            ASSERT_EQ(pair[0], expected.back()) << "alone: " << first << ' ' << second;
         }
     }
     for (std::size_t shift = 0; shift < 64; shift += 2) {
