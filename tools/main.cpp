@@ -14,7 +14,9 @@
 
 #include "Failure.h"
 #include "text/TimeText.h"
+#include "verbs/CompanionFile.h"
 #include "verbs/Demo.h"
+#include "verbs/Doctor.h"
 #include "verbs/OutputFile.h"
 #include "verbs/Play.h"
 #include "verbs/Record.h"
@@ -206,6 +208,15 @@ CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options) {
     return verb;
 }
 
+CLI::App *AddDoctor(CLI::App &app, std::string &library) {
+    CLI::App *verb = app.add_subcommand(
+        "doctor", "Examine a libmoxpvr.so: what it exports and needs, and whether it loads");
+    verb->add_option("LIBRARY", library, "Shared library")->required()->type_name("");
+    Explain(*verb,
+            "The same as the program mox-pvr-doctor, which needs no libmoxpvr.so of its own");
+    return verb;
+}
+
 /// Nothing is logged unless an option asks for it; a file alone takes everything.
 void SetUpLog(const GlobalOptions &options, bool isLevelGiven) {
     const bool isFileOnly = !options.logFile.empty() && !isLevelGiven;
@@ -256,7 +267,8 @@ int Run(int argc, char **argv) {
     tool::RecordOptions record;
     tool::PlayOptions play;
     std::string damaged;
-    tool::DemoOptions demo{MOXPVR_SAMPLE, ""};
+    tool::DemoOptions demo{tool::SampleStream(), ""};
+    std::string library;
     AddGlobalOptions(app, global);
     const Verb verbs[] = {
         {AddServices(app, input), [&](const Console &console) { RunServices(input, console); }},
@@ -264,6 +276,7 @@ int Run(int argc, char **argv) {
         {AddPlay(app, play), [&](const Console &console) { RunPlay(play, console); }},
         {AddRepair(app, damaged), [&](const Console &console) { RunRepair(damaged, console); }},
         {AddDemo(app, demo), [&](const Console &console) { RunDemo(demo, console); }},
+        {AddDoctor(app, library), [&](const Console & /*console*/) { tool::RunDoctor(library); }},
     };
     try {
         app.parse(argc, argv);
@@ -272,7 +285,7 @@ int Run(int argc, char **argv) {
     }
 
     tool::CheckLog(global.logFile, {input, record.input, record.out, record.swapTo, play.file,
-                                    damaged, demo.input});
+                                    damaged, demo.input, library});
     SetUpLog(global, app.count("--log-level") > 0);
     tool::Terminal terminal;
     for (const Verb &verb : verbs)

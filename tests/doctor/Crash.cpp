@@ -1,0 +1,6 @@
+// Ends the process that loads it.
+#include <cstdlib>
+
+__attribute__((constructor)) static void EndTheProcess() {
+    std::abort();
+}
