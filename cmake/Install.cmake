@@ -1,23 +1,85 @@
-# What a service needs to build against the library and to load it. The public headers name types of
-# the TV platform, so the platform's declarations come along; a TV's own headers are there already.
-set(moxpvr_libraries moxpvr)
+# What is installed, by component:
+#
+#   library      libmoxpvr.so.0
+#   platform     the desktop stand-in libtvplatform.so.0; a TV has its own
+#   development  headers, CMake package, pkg-config files, documentation, examples
+#   tool         mox-pvr with its sample stream, and mox-pvr-doctor
+#
+# Nothing that is installed holds the prefix, so a whole installation can be moved.
+include(CMakePackageConfigHelpers)
+
+set(moxpvr_header_folder ${CMAKE_INSTALL_INCLUDEDIR}/moxpvr)
+set(platform_header_folder ${CMAKE_INSTALL_INCLUDEDIR}/tvplatform)
+set(cmake_package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/moxpvr)
+
+install(TARGETS moxpvr EXPORT moxpvrTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT library)
+
+# moxpvr::platform is what a service reaches the platform by: the stand-in, or on a TV the headers.
 if(MOXPVR_DESKTOP)
-  list(APPEND moxpvr_libraries tvplatform)
+  set_target_properties(tvplatform PROPERTIES EXPORT_NAME platform)
+  set_target_properties(tvplatform_headers PROPERTIES EXPORT_NAME platform_headers)
+  install(TARGETS tvplatform EXPORT moxpvrTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT platform NAMELINK_COMPONENT development)
   install(FILES platform/desktop/include/TvDesktop.h
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tvplatform)
-  set_target_properties(mox-pvr PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    DESTINATION ${platform_header_folder} COMPONENT development)
+else()
+  set_target_properties(tvplatform_headers PROPERTIES EXPORT_NAME platform)
+endif()
+install(TARGETS tvplatform_headers EXPORT moxpvrTargets COMPONENT development)
+
+# --- Development ---------------------------------------------------------------------------------
+
+install(DIRECTORY include/ DESTINATION ${moxpvr_header_folder} COMPONENT development)
+# The public headers name types of the TV platform, so the platform's declarations come along; a TV's
+# own headers are there already.
+if(MOXPVR_OWN_PLATFORM_HEADERS)
+  install(DIRECTORY platform/include/ DESTINATION ${platform_header_folder} COMPONENT development)
 endif()
 
-# The libraries find one another wherever they are installed.
-set_target_properties(${moxpvr_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
-install(TARGETS ${moxpvr_libraries})
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/moxpvr)
-if(MOXPVR_PLATFORM_INCLUDE_DIR STREQUAL "${PROJECT_SOURCE_DIR}/platform/include")
-  install(DIRECTORY platform/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tvplatform)
+install(EXPORT moxpvrTargets
+  NAMESPACE moxpvr:: DESTINATION ${cmake_package_folder} COMPONENT development)
+configure_package_config_file(cmake/moxpvrConfig.cmake.in ${PROJECT_BINARY_DIR}/moxpvrConfig.cmake
+  INSTALL_DESTINATION ${cmake_package_folder})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/moxpvrConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(
+  FILES ${PROJECT_BINARY_DIR}/moxpvrConfig.cmake ${PROJECT_BINARY_DIR}/moxpvrConfigVersion.cmake
+  DESTINATION ${cmake_package_folder} COMPONENT development)
+
+# install_pkg_config(NAME DESCRIPTION): the prefix is written relative to the file's own place.
+function(install_pkg_config name description)
+  set(pkg_config_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  file(RELATIVE_PATH prefix_from_file
+    ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+  string(REGEX REPLACE "/$" "" prefix_from_file ${prefix_from_file})
+  configure_file(cmake/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc
+    DESTINATION ${pkg_config_folder} COMPONENT development)
+endfunction()
+
+install_pkg_config(moxpvr "${PROJECT_DESCRIPTION}")
+if(MOXPVR_DESKTOP)
+  install_pkg_config(tvplatform "desktop stand-in for a television's media platform")
 endif()
 
-# The prefix is written relative to the file's own place, so that it holds wherever it is installed.
-file(RELATIVE_PATH moxpvr_prefix_from_pc
-  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-configure_file(cmake/moxpvr.pc.in ${PROJECT_BINARY_DIR}/moxpvr.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/moxpvr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png")
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+
+# --- Tool ----------------------------------------------------------------------------------------
+
+if(MOXPVR_DESKTOP)
+  file(RELATIVE_PATH library_folder_from_program
+    ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(mox-pvr PROPERTIES
+    INSTALL_RPATH "$ORIGIN/${library_folder_from_program}")
+  install(TARGETS mox-pvr COMPONENT tool)
+  install(FILES samples/services.ts DESTINATION ${CMAKE_INSTALL_DATADIR}/mox-pvr COMPONENT tool)
+  install(TARGETS mox-pvr-doctor COMPONENT tool)
+else()
+  # No part of a TV's image, but there for who asks for it: cmake --install FOLDER --component tool
+  install(TARGETS mox-pvr-doctor COMPONENT tool EXCLUDE_FROM_ALL)
+endif()
