@@ -1,6 +1,6 @@
 # Channel change
 
-A recording ran on while the viewer changed channels, so it holds three stretches. Playback has to set the
+A recording continued while the viewer changed channels, so it holds three stretches. Playback has to set the
 decoders up anew wherever it enters another one. [How to read this page](README.md); the rules are in
 [protocol.md](../protocol.md#channel-changes-inside-a-recording).
 
@@ -25,7 +25,7 @@ As in [play](play.md):
 
 ## A crossing at normal speed
 
-At 60 s the player runs into the second stretch, and says so. The library reads the channel information there,
+At 60 s the player runs into the second stretch, and reports it. The library reads the channel information there,
 programs PIDs and codecs, and moves the player to the crossing. No event is sent for it.
 
 > player TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION SubEventType=3 timeCode=60000
@@ -36,16 +36,21 @@ The first picture of the new channel. Nothing was pending, so this is an ordinar
 
 ## A crossing in fast forward
 
+The rate that counts for a crossing is that of the last command 6:
+
 > playback.TrickPlay time=70000 rate=4.0
 
-> player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
+The first picture at the new rate, as in [play](play.md#fast-forward):
 
-At 120 s comes the third stretch. Decoders start at normal speed only, so the library sets them up at 1.0 and
-remembers where and how to continue: a channel change is pending.
+- player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
+
+At 120 s comes the third stretch. The library sets the decoders up at 1.0, and remembers where and at what rate
+to continue: a channel change is pending.
 
 > player TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION SubEventType=3 timeCode=120000
 
-Until the decoders are ready, requests that would move the player are dropped, with answer 0:
+Until the decoders are ready, requests that would change rate or place are dropped, with answer 0 and a line at
+priority 16:
 
 > playback.TrickPlay time=120000 rate=1.0
 
@@ -56,16 +61,17 @@ stays held until the next unmute, which comes for that move.
 
 > player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
+The unmute of the move:
+
 > player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
 ## A crossing in rewind
 
-> playback.TrickPlay time=150000 rate=-4.0
+- playback.TrickPlay time=150000 rate=-4.0
+- player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
-> player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
-
-Backward the player reaches the border at 120 s from above. The decoders need pictures of the second stretch,
-which lie before the border: they are set up 10 s earlier, and the callback's record reports that.
+Backward the player reaches the border at 120 s from above. The decoders need a run-up inside the second
+stretch, which lies before the border: they are set up for 10 s earlier, and the callback's record reports that.
 
 > player TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION SubEventType=3 timeCode=120000
 
@@ -73,7 +79,9 @@ The unmute moves the player to the border itself, in rewind again:
 
 > player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
-> player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
+The next one lets the picture go:
+
+- player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
 ## Back to normal speed
 
@@ -85,11 +93,12 @@ As in [play](play.md#back-to-normal-speed-with-sound):
 
 ## A skip into another channel
 
-The first stretch is recorded at 10 s. The decoders are set up for it, and the player moves there.
+The first stretch is recorded at 10 s. The decoders are set up for it, and the player moves there. At 1.0 nothing
+is left pending, and the unmute is an ordinary one.
 
 > playback.Skip time=10000 rate=1.0
 
-> player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
+- player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
 During fast forward a skip into another channel leaves a change pending, as a crossing does:
 
@@ -98,9 +107,11 @@ During fast forward a skip into another channel leaves a change pending, as a cr
 
 > playback.Skip time=130000 rate=2.0
 
-> player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
+The unmute ends it, at the rate of the request:
 
 > player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
+
+- player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
 ## End
 

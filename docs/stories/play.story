@@ -6,7 +6,7 @@ A service plays `/pvr/news.srf`, a recording of one channel. [How to read this p
 
 ## Register player and stream
 
-The player comes first, the stream makes the instance, under the handle (1, 0). The service looks it up once:
+The player is remembered; the stream makes the instance, under the handle (1, 0). The service looks it up once:
 callbacks need it, and lookups do not belong on a callback thread ([threads](../threads.md)).
 
 > mox_pvr_set_tv_player(tvPlayer)
@@ -34,7 +34,7 @@ No codec is programmed yet. `Reset` does that:
 
 > playback.Start
 
-The first picture unmutes the source, and lets the picture go. The event tells the service that there is
+The first picture unmutes the source, and lets the picture go. The event reports that there is
 something to see and hear.
 
 > player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
@@ -47,24 +47,25 @@ something to see and hear.
 
 ## Pause and continue
 
-The state follows these two always, also without the CI flag.
+The state follows these two always, also without the CI flag: "paused" after the first,
 
 > playback.Pause
+
+and "play" after the second:
 
 > playback.Resume
 
 ## Fast forward
 
-The sound is muted and the picture held before the rate changes, so that nothing of the old rate is shown
-or heard at the new one.
+The sound is muted and the picture held before the rate changes.
 
 > playback.TrickPlay time=31000 rate=4.0
 
-The first picture at the new rate:
+The first picture at the new rate lets the picture go:
 
 > player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
-The picture moves again; the sound is still muted, as it should be at this rate.
+The sound stays muted, as it should be at this rate.
 
 ## Back to normal speed, with sound
 
@@ -84,11 +85,14 @@ The same channel is recorded at the target, so the player only moves there.
 
 > playback.Skip time=600000 rate=1.0
 
+The unmute that follows each move of the player:
+
 > player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
 ## The end
 
-On the desktop stand-in application message 0 is the end of the recording. The library forwards it.
+On the desktop stand-in application message 0 is the end of the recording. The library forwards it; what to do,
+the service decides. This one stops.
 
 > player TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION SubEventType=0 timeCode=1800000
 
