@@ -9,14 +9,20 @@
 #include <cstring>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <utility>
 
 #include "Failure.h"
+#include "help/Completion.h"
+#include "help/HelpFormatter.h"
+#include "help/ManPage.h"
 #include "text/TimeText.h"
 #include "verbs/CompanionFile.h"
+#include "verbs/Decode.h"
 #include "verbs/Demo.h"
 #include "verbs/Doctor.h"
+#include "verbs/Encode.h"
 #include "verbs/OutputFile.h"
 #include "verbs/Play.h"
 #include "verbs/Record.h"
@@ -107,12 +113,14 @@ const CLI::Validator kPid =
 void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
     app.set_version_flag("--version", std::string("mox-pvr " MOXPVR_VERSION));
     app.add_option("--log", options.logFile, "Append the library's log to a file")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->default_str("none");
     app.add_option("--log-level", options.logLevel,
                    "Lowest priority that is logged: trace (2), progress (4) or failures (16); "
                    "without --log the log goes to standard error")
         ->transform(kLogLevel)
-        ->type_name("LEVEL");
+        ->type_name("LEVEL")
+        ->default_str("nothing, trace with --log");
     app.add_flag("--show-requests", options.showRequests,
                  "Show requests and replies in hexadecimal, a request that is repeated at once "
                  "only the first time");
@@ -144,7 +152,8 @@ CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
         ->type_name("FILE");
     verb->add_option("--seconds", options.durationMs, "Stop after this much stream time")
         ->transform(kTime)
-        ->type_name("TIME");
+        ->type_name("TIME")
+        ->default_str("the end of the input");
     verb->add_option("--speed", options.speed, "Times stream time; max: as fast as possible")
         ->transform(kRecordSpeed)
         ->type_name("X|max");
@@ -152,8 +161,11 @@ CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
     verb->add_option("--swap-after", options.swapAfterMs,
                      "Stream time at which the buffer becomes a recording")
         ->transform(kTime)
-        ->type_name("TIME");
-    verb->add_option("--swap-to", options.swapTo, "File of that recording")->type_name("FILE");
+        ->type_name("TIME")
+        ->default_str("never");
+    verb->add_option("--swap-to", options.swapTo, "File of that recording")
+        ->type_name("FILE")
+        ->default_str("none");
     verb->add_flag("--force", options.force, "Replace existing files");
     Explain(*verb, kTimeHelp);
     return verb;
@@ -172,7 +184,8 @@ CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
     verb->add_option("--video-pid", options.videoPid,
                      "Program this video PID in place of the recording's own")
         ->check(kPid)
-        ->type_name("PID");
+        ->type_name("PID")
+        ->default_str("the recording's");
     verb->add_option("--clock", options.clockFactor,
                      "Run the player's clock this many times faster than real time")
         ->check(kClockFactor)
@@ -201,10 +214,62 @@ CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options) {
     CLI::App *verb = app.add_subcommand("demo",
                                         "Record, change service, play, rewind: the whole "
                                         "story with every request named");
-    verb->add_option("--input", options.input, "Transport stream instead of the sample")
-        ->type_name("FILE");
+    verb->add_option("--input", options.input, "Transport stream")
+        ->type_name("FILE")
+        ->default_str("the sample");
     verb->add_option("--out", options.directory, "Keep the recordings in this directory")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->default_str("a temporary one");
+    return verb;
+}
+
+constexpr char kRecordHelp[] =
+    "KIND is recorder or playback (a request to one), reply or event. NAME is that of the\n"
+    "protocol's header (SetHandle, GetProgress, SIGNAL_PVR_SYS_CHANGE), its number, or any\n"
+    "part of it that no other name has; fields are named likewise. Both sides reply to\n"
+    "GetProgress: recorder.GetProgress and playback.GetProgress.";
+
+CLI::App *AddEncode(CLI::App &app, tool::EncodeOptions &options) {
+    CLI::App *verb = app.add_subcommand("encode", "Make the text of a request, reply or event");
+    verb->add_option("KIND", options.kind, "recorder, playback, reply or event")
+        ->required()
+        ->type_name("");
+    verb->add_option("NAME", options.name, "Which one; without it all are listed")->type_name("");
+    verb->add_option("FIELD=VALUE", options.assignments,
+                     "Values of fields; the others have their defaults")
+        ->type_name("");
+    verb->add_flag("--fields", options.listsFields,
+                   "List the record's fields with offset, width, default and how to write them");
+    Explain(*verb,
+            "Values:\n"
+            "  numbers     decimal, or 0x and hexadecimal\n"
+            "  flags       0, 1, yes or no\n"
+            "  PIDs        a number, none or keep; lists with commas between them\n"
+            "  times       in the unit of the platform (milliseconds on the desktop stand-in)\n"
+            "  rates       decimal, with a minus for rewind\n"
+            "  paths       text of at most 255 bytes\n"
+            "  @OFFSET=HEX bytes as they are, such as those of a platform's record\n"
+            "Example: mox-pvr encode recorder SetHandle handle=3 serviceId=2 ci=1");
+    Explain(*verb, kRecordHelp);
+    return verb;
+}
+
+CLI::App *AddDecode(CLI::App &app, tool::DecodeOptions &options) {
+    CLI::App *verb = app.add_subcommand(
+        "decode", "Show every field of a request, reply or event from its hexadecimal text");
+    verb->add_option("KIND", options.kind, "recorder, playback, reply or event")
+        ->required()
+        ->type_name("");
+    verb->add_option("[NAME] HEX", options.words,
+                     "Which reply or event (requests name themselves), and the text; - reads "
+                     "texts from standard input, one per line")
+        ->required()
+        ->expected(1, 2)
+        ->type_name("");
+    Explain(*verb,
+            "Without NAME a reply or an event is shown as every record that is as long as it.\n"
+            "Example: mox-pvr decode recorder 0a000000");
+    Explain(*verb, kRecordHelp);
     return verb;
 }
 
@@ -256,6 +321,33 @@ int Answer(const CLI::App &app, const CLI::ParseError &error) {
     return tool::kExitDone;
 }
 
+/// @return what the arguments of a verb may be, where they are not files
+std::vector<std::string> NextArguments(const std::string &verb,
+                                       const std::vector<std::string> &arguments) {
+    const bool isEncode = verb == "encode";
+    return isEncode || verb == "decode" ? tool::NextRecordWords(arguments, isEncode)
+                                        : std::vector<std::string>();
+}
+
+/// Answers what no help lists: "--man DATE" prints the manual page for the build, "--complete
+/// WORD..." what the last word may become, for the shell.
+/// @return whether it was asked
+bool AnswerUnlisted(const CLI::App &app, std::vector<std::string> arguments) {
+    if (arguments.empty())
+        return false;
+    const std::string question = arguments.front();
+    arguments.erase(arguments.begin());
+    if (question == "--man" && arguments.size() == 1) {
+        tool::Terminal().Text(tool::ManPage(app, MOXPVR_VERSION, arguments.front()));
+        return true;
+    }
+    if (question != "--complete")
+        return false;
+    for (const std::string &word : tool::Complete(app, arguments, NextArguments))
+        tool::Terminal().Line(word);
+    return true;
+}
+
 int Run(int argc, char **argv) {
     using tool::Console;
     CLI::App app("The PVR service for one person at a desk", "mox-pvr");
@@ -269,6 +361,10 @@ int Run(int argc, char **argv) {
     std::string damaged;
     tool::DemoOptions demo{tool::SampleStream(), ""};
     std::string library;
+    tool::EncodeOptions encode;
+    tool::DecodeOptions decode;
+    app.formatter(std::make_shared<tool::HelpFormatter>());
+    app.option_defaults()->always_capture_default();
     AddGlobalOptions(app, global);
     const Verb verbs[] = {
         {AddServices(app, input), [&](const Console &console) { RunServices(input, console); }},
@@ -277,7 +373,11 @@ int Run(int argc, char **argv) {
         {AddRepair(app, damaged), [&](const Console &console) { RunRepair(damaged, console); }},
         {AddDemo(app, demo), [&](const Console &console) { RunDemo(demo, console); }},
         {AddDoctor(app, library), [&](const Console & /*console*/) { tool::RunDoctor(library); }},
+        {AddEncode(app, encode), [&](const Console &console) { RunEncode(encode, console); }},
+        {AddDecode(app, decode), [&](const Console &console) { RunDecode(decode, console); }},
     };
+    if (AnswerUnlisted(app, {argv + 1, argv + argc}))
+        return tool::kExitDone;
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

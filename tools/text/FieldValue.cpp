@@ -249,11 +249,14 @@ void SetPath(const FieldLayout &field, const std::string &path, Bytes &record) {
 
 void SetList(const FieldLayout &field, const std::string &text, Bytes &record) {
     moxpvr::PidList list;
-    std::istringstream pids(text);
-    for (std::string pid; std::getline(pids, pid, ',');) {
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t comma = std::min(text.find(',', begin), text.size());
+        const std::string pid = text.substr(begin, comma - begin);
         const auto value = ParsePid(pid, kPidWidth, false);
-        if (!value || !list.Add(static_cast<std::uint32_t>(*value)))
-            Refuse(field, value ? std::to_string(list.size() + 1) + " PIDs" : pid);
+        const bool isListEnd = comma + 1 == text.size();
+        if (!value || isListEnd || !list.Add(static_cast<std::uint32_t>(*value)))
+            Refuse(field, list.size() == moxpvr::PidList::Capacity() ? "more PIDs" : text);
+        begin = comma + 1;
     }
     PutBits(list.size(), field.offset, field.width, record);
     for (std::size_t i = 0; i < list.size(); ++i)

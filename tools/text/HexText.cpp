@@ -38,6 +38,13 @@ Bytes BytesOf(const std::string &text) {
     return bytes;
 }
 
+std::uint32_t CommandIn(const Bytes &request) {
+    Bytes word(request.begin(),
+               request.begin() + std::min<std::ptrdiff_t>(4, std::ptrdiff_t(request.size())));
+    word.resize(4);
+    return moxpvr::CommandOf(word.data(), word.size());
+}
+
 std::optional<std::size_t> FirstStrangeCharacter(const std::string &text) {
     const auto found =
         std::find_if(text.begin(), text.end(), [](char c) { return DigitValue(c) < 0; });

@@ -93,8 +93,7 @@ std::string ShortValue(const FieldText &text) {
 
 std::vector<std::pair<std::string, std::string>> FieldValues(Side side, const std::string &text) {
     const Bytes record = BytesOf(text);
-    const RecordLayout *layout =
-        FindLayout(KindOf(side), moxpvr::CommandOf(record.data(), record.size()));
+    const RecordLayout *layout = FindLayout(KindOf(side), CommandIn(record));
     std::vector<std::pair<std::string, std::string>> values;
     if (layout == nullptr)
         return values;
