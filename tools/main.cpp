@@ -23,6 +23,7 @@
 #include "verbs/Demo.h"
 #include "verbs/Doctor.h"
 #include "verbs/Encode.h"
+#include "verbs/Explain.h"
 #include "verbs/OutputFile.h"
 #include "verbs/Play.h"
 #include "verbs/Record.h"
@@ -282,6 +283,21 @@ CLI::App *AddDoctor(CLI::App &app, std::string &library) {
     return verb;
 }
 
+CLI::App *AddExplain(CLI::App &app, tool::ExplainOptions &options) {
+    CLI::App *verb =
+        app.add_subcommand("explain", "Tell what a log says: requests, answers, events, failures");
+    verb->add_option("LOG", options.log,
+                     "Log, with a TV's other lines or without; -: standard input")
+        ->capture_default_str()
+        ->type_name("");
+    verb->add_option("--json", options.json, "Write all of it as JSON; -: standard output")
+        ->type_name("FILE");
+    verb->add_option("--trace", options.trace, "Write a trace for Perfetto or chrome://tracing")
+        ->type_name("FILE");
+    verb->add_flag("--force", options.force, "Replace existing files");
+    return verb;
+}
+
 /// Nothing is logged unless an option asks for it; a file alone takes everything.
 void SetUpLog(const GlobalOptions &options, bool isLevelGiven) {
     const bool isFileOnly = !options.logFile.empty() && !isLevelGiven;
@@ -365,6 +381,7 @@ int Run(int argc, char **argv) {
     tool::DecodeOptions decode;
     app.formatter(std::make_shared<tool::HelpFormatter>());
     app.option_defaults()->always_capture_default();
+    tool::ExplainOptions explain;
     AddGlobalOptions(app, global);
     const Verb verbs[] = {
         {AddServices(app, input), [&](const Console &console) { RunServices(input, console); }},
@@ -375,6 +392,7 @@ int Run(int argc, char **argv) {
         {AddDoctor(app, library), [&](const Console & /*console*/) { tool::RunDoctor(library); }},
         {AddEncode(app, encode), [&](const Console &console) { RunEncode(encode, console); }},
         {AddDecode(app, decode), [&](const Console &console) { RunDecode(decode, console); }},
+        {AddExplain(app, explain), [&](const Console &console) { RunExplain(explain, console); }},
     };
     if (AnswerUnlisted(app, {argv + 1, argv + argc}))
         return tool::kExitDone;
@@ -385,7 +403,8 @@ int Run(int argc, char **argv) {
     }
 
     tool::CheckLog(global.logFile, {input, record.input, record.out, record.swapTo, play.file,
-                                    damaged, demo.input, library});
+                                    damaged, demo.input, library, explain.log, explain.json,
+                                    explain.trace});
     SetUpLog(global, app.count("--log-level") > 0);
     tool::Terminal terminal;
     for (const Verb &verb : verbs)

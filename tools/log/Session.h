@@ -20,7 +20,8 @@ namespace tool::log {
 /// One line of the library as the log has it.
 struct Line {
     std::size_t number = 0;      ///< in the log, from 1; lines of others are counted
-    std::optional<double> time;  ///< seconds after the log's first time stamp; empty without one
+    std::optional<double> time;  ///< seconds after the log's first time stamp; of a line without
+                                 ///< one that of the line before; empty before the first
     std::string file;            ///< "MoxPvrRecord.cpp"
     std::string function;        ///< the operation that logged it
     int sourceLine = 0;          ///< in that file
@@ -56,6 +57,8 @@ struct Step {
     std::size_t firstLine = 0;  ///< index into Session::lines
     std::size_t lastLine = 0;  ///< index of its last line, which may have other steps' lines before
     std::size_t count = 1;     ///< how often it was repeated at once
+    std::string text;          ///< of a request: what was sent, in hexadecimal; may be cut
+    bool isCut = false;        ///< its lines do not have the whole of it
 };
 
 /// What lasts, from one line to another.
@@ -64,16 +67,18 @@ enum class Lane { RecorderState, PlaybackState, Rate, VideoMute, SoundMute, Chan
 /// A time in a lane during which nothing changed in it.
 struct Stretch {
     Lane lane = Lane::RecorderState;
-    std::string label;          ///< "recording", "-2x", "muted", "service 2"
-    std::size_t firstLine = 0;  ///< index into Session::lines of the line that began it
-    std::size_t lastLine = 0;   ///< and of the line that ended it, or the last line of all
-    bool isOpen = false;        ///< the log ends before it does
+    Side side = Side::Recorder;  ///< of a channel: what is recorded, or what is played
+    std::string label;           ///< "recording", "-2x", "muted", "service 2"
+    std::size_t firstLine = 0;   ///< index into Session::lines of the line that began it
+    std::size_t lastLine = 0;    ///< and of the line that ended it, or the last line of all
+    bool isOpen = false;         ///< the log ends before it does
 };
 
 struct Session {
     std::string name;                   ///< of the log, for titles
     std::vector<Line> lines;            ///< of the library, in the log's order
-    std::vector<Step> steps;            ///< in order; every line belongs to one
+    std::vector<Step> steps;            ///< in order; those that a step caused follow it
+    std::vector<std::size_t> stepOf;    ///< of each line the index of its step
     std::vector<Stretch> stretches;     ///< in order of their lines
     std::vector<std::size_t> failures;  ///< indexes into steps
     std::vector<std::string> missing;   ///< what the log must have lost, in words

@@ -53,6 +53,27 @@ bool IsStandardOutput(const std::string &path) {
            (!S_ISCHR(output.st_mode) || ::isatty(STDOUT_FILENO) == 1);
 }
 
+/// @param filesOf  names every file that is written with the one at `path`
+template <typename FilesOf>
+void CheckFiles(const std::string &path, FilesOf filesOf, const std::string &input, bool force) {
+    std::error_code ignored;
+    if (IsStandardOutput(path))
+        throw UsageError("cannot write " + path +
+                         ": it is the program's own standard output, which takes its messages; "
+                         "name a file or a pipe of its own");
+    if (IsDevice(path))
+        return;
+    if (fs::is_directory(path, ignored))
+        throw UsageError("cannot write " + path + ": it is a directory; name a file in it");
+    const std::vector<std::string> files = filesOf(path);
+    const fs::path directory = fs::absolute(path, ignored).parent_path();
+    if (!fs::is_directory(directory, ignored))
+        throw Failure("cannot write " + path + ": the directory " + directory.string() +
+                      " does not exist; make it first");
+    for (const std::string &file : files)
+        CheckReplaceable(file, input, force);
+}
+
 }  // namespace
 
 bool IsSamePlace(const std::string &left, const std::string &right) {
@@ -81,22 +102,32 @@ bool IsDevice(const std::string &path) {
 }
 
 void CheckOutput(const std::string &path, const std::string &input, bool force) {
-    std::error_code ignored;
-    if (IsStandardOutput(path))
-        throw UsageError("cannot write " + path +
-                         ": it is the program's own standard output, which takes its messages; "
-                         "name a file or a pipe of its own");
-    if (IsDevice(path))
+    CheckFiles(path, &FilesOf, input, force);
+}
+
+void CheckTextFile(const std::string &path, const std::string &input, bool force) {
+    const auto itself = [](const std::string &file) { return std::vector<std::string>{file}; };
+    CheckFiles(path, itself, input, force);
+}
+
+void WriteTextFile(const std::string &path, const std::string &text, bool force) {
+    const auto fail = [&](int reason) {
+        throw Failure("cannot write " + path + ": " + std::strerror(reason));
+    };
+    if (!IsDevice(path)) {
+        if (!force && IsTaken(path))  // time has gone by since it was checked
+            throw Failure("cannot write " + path + ": it exists; --force replaces it");
+        if (!tvdesktop::ReplaceFile(path, text.data(), text.size()))
+            fail(errno);
         return;
-    if (fs::is_directory(path, ignored))
-        throw UsageError("cannot write " + path + ": it is a directory; name a file in it");
-    const std::vector<std::string> files = FilesOf(path);
-    const fs::path directory = fs::absolute(path, ignored).parent_path();
-    if (!fs::is_directory(directory, ignored))
-        throw Failure("cannot write " + path + ": the directory " + directory.string() +
-                      " does not exist; make it first");
-    for (const std::string &file : files)
-        CheckReplaceable(file, input, force);
+    }
+    std::FILE *device = std::fopen(path.c_str(), "w");
+    if (device == nullptr)
+        fail(errno);
+    const bool isWritten = std::fwrite(text.data(), 1, text.size(), device) == text.size();
+    const int reason = errno;
+    if (std::fclose(device) != 0 || !isWritten)
+        fail(isWritten ? errno : reason);
 }
 
 void RemoveRecording(const std::string &recording) {

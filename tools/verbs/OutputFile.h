@@ -26,6 +26,13 @@ bool IsDevice(const std::string &path);
 ///         written by a recorder), for the input itself and for a missing directory
 void CheckOutput(const std::string &path, const std::string &input, bool force);
 
+/// The same for a file that has none beside it: a page, a trace.
+void CheckTextFile(const std::string &path, const std::string &input, bool force);
+
+/// Writes a file, whole or not at all; a device or a pipe gets the text as it comes.
+/// @throws Failure when it cannot be written, or exists by now without `force`
+void WriteTextFile(const std::string &path, const std::string &text, bool force);
+
 /// Removes a recording with the two files beside it.
 void RemoveRecording(const std::string &recording);
 

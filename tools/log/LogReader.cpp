@@ -1,0 +1,180 @@
+#include "log/LogReader.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+namespace tool::log {
+
+namespace {
+
+/// The files that log, longest name first: none is the start of another.
+constexpr std::array<std::string_view, 3> kFiles = {"MoxPvrPlayback.cpp", "MoxPvrRecord.cpp",
+                                                    "MoxPvr.cpp"};
+constexpr std::string_view kMarker = ") > [PVR][MOX]";
+constexpr std::size_t kLongestFunction = 64;
+constexpr std::size_t kMostDigits = 7;
+
+bool IsIdentifier(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '~';
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+/// Reads a text from its front. What is asked for and missing only because the text has ended
+/// counts as found: a log system has cut it.
+class Scanner {
+  public:
+    explicit Scanner(std::string_view text) : m_rest(text) {}
+
+    bool Skip(std::string_view expected) {
+        const std::size_t length = std::min(expected.size(), m_rest.size());
+        if (m_rest.substr(0, length) != expected.substr(0, length))
+            return false;
+        m_hasEnded = m_hasEnded || length < expected.size();
+        m_rest.remove_prefix(length);
+        return true;
+    }
+
+    template <typename Accepts>
+    std::string_view While(Accepts accepts, std::size_t most) {
+        std::size_t length = 0;
+        while (length < m_rest.size() && length < most && accepts(m_rest[length]))
+            ++length;
+        const std::string_view taken = m_rest.substr(0, length);
+        m_rest.remove_prefix(length);
+        m_hasEnded = m_hasEnded || m_rest.empty();
+        return taken;
+    }
+
+    bool HasEnded() const { return m_hasEnded; }
+    std::string_view Rest() const { return m_rest; }
+
+  private:
+    std::string_view m_rest;
+    bool m_hasEnded = false;
+};
+
+/// Reads "FILE: FUNCTION(LINE) > [PVR][MOX]MESSAGE", whole or cut after FILE.
+bool ParseLine(std::string_view text, std::string_view file, Line &line, bool &isCut) {
+    Scanner scanner(text.substr(file.size()));
+    if (!scanner.Skip(": "))
+        return false;
+    const std::string_view function = scanner.While(IsIdentifier, kLongestFunction);
+    const bool isNamed = !function.empty() || scanner.HasEnded();
+    if (!isNamed || !scanner.Skip("("))
+        return false;
+    const std::string_view digits = scanner.While(IsDigit, kMostDigits);
+    if ((digits.empty() && !scanner.HasEnded()) || !scanner.Skip(kMarker))
+        return false;
+    line.file = file;
+    line.function = function;
+    line.sourceLine = digits.empty() ? 0 : std::stoi(std::string(digits));
+    line.message = scanner.Rest();
+    isCut = scanner.HasEnded() && line.message.empty();
+    return true;
+}
+
+/// @return where the first name of a file that logs is, from `begin`; npos: nowhere
+std::size_t FindFile(std::string_view text, std::size_t begin, std::string_view &file) {
+    for (std::size_t at = text.find("MoxPvr", begin); at != std::string_view::npos;
+         at = text.find("MoxPvr", at + 1)) {
+        const auto *found = std::find_if(kFiles.begin(), kFiles.end(), [&](std::string_view name) {
+            return text.substr(at, name.size()) == name;
+        });
+        if (found != kFiles.end()) {
+            file = *found;
+            return at;
+        }
+    }
+    return std::string_view::npos;
+}
+
+bool IsBlank(const std::string &text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](unsigned char c) { return std::isspace(c) != 0; });
+}
+
+void TrimEnd(std::string &text) {
+    while (!text.empty() && (text.back() == '\r' || text.back() == '\n'))
+        text.pop_back();
+}
+
+}  // namespace
+
+bool LogReader::ReadLine() {
+    m_text.clear();
+    m_isTruncated = false;
+    std::streambuf *const bytes = m_log.rdbuf();
+    if (bytes == nullptr)
+        return false;
+    using Traits = std::char_traits<char>;
+    bool hasRead = false;
+    for (;;) {
+        const Traits::int_type next = bytes->sbumpc();
+        if (Traits::eq_int_type(next, Traits::eof()))
+            break;
+        hasRead = true;
+        const char c = Traits::to_char_type(next);
+        if (c == '\n')
+            break;
+        if (c == '\0' && m_text.empty())
+            continue;
+        if (c == '\0') {
+            if (Traits::eq_int_type(bytes->sgetc(), Traits::to_int_type('\n')))
+                bytes->sbumpc();
+            break;
+        }
+        if (m_text.size() < kLongestLine)
+            m_text += c;
+        else
+            m_isTruncated = true;
+    }
+    if (hasRead)
+        ++m_number;
+    return hasRead;
+}
+
+std::vector<FoundLine> LogReader::Next(bool &isEnd) {
+    std::vector<FoundLine> found;
+    isEnd = !ReadLine();
+    if (isEnd)
+        return found;
+    const std::string_view text = m_text;
+    std::string_view file;
+    std::size_t at = FindFile(text, 0, file);
+    while (at != std::string_view::npos) {
+        std::string_view nextFile;
+        FoundLine candidate;
+        bool isCut = false;
+        std::size_t next = FindFile(text, at + 1, nextFile);
+        if (ParseLine(text.substr(at), file, candidate.line, isCut)) {
+            // A second line inside the first: that one has lost its end to it.
+            FoundLine inner;
+            bool isInnerCut = false;
+            while (next != std::string_view::npos &&
+                   (!ParseLine(text.substr(next), nextFile, inner.line, isInnerCut) ||
+                    inner.line.message.empty()))
+                next = FindFile(text, next + 1, nextFile);
+            if (next != std::string_view::npos) {
+                ParseLine(text.substr(at, next - at), file, candidate.line, isCut);
+                isCut = true;
+            }
+            TrimEnd(candidate.line.message);
+            candidate.line.number = m_number;
+            candidate.line.time = m_times.Read(text.substr(0, at));
+            candidate.length = text.size();
+            candidate.isTruncated = isCut || (m_isTruncated && next == std::string_view::npos);
+            found.push_back(std::move(candidate));
+        }
+        at = next;
+        file = nextFile;
+    }
+    if (found.empty() && !IsBlank(m_text))
+        ++m_foreignLines;
+    return found;
+}
+
+}  // namespace tool::log

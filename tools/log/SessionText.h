@@ -1,0 +1,36 @@
+/// @file
+/// A session in words.
+#ifndef TOOLS_LOG_SESSIONTEXT_H
+#define TOOLS_LOG_SESSIONTEXT_H
+
+#include <functional>
+#include <string>
+
+#include "log/Session.h"
+#include "text/Terminal.h"
+
+namespace tool::log {
+
+/// Takes a line of text and how to show it.
+using TextSink = std::function<void(const std::string &text, Style style)>;
+
+/// Writes the session as an indented story: what it is, failures first, then every step, at the end
+/// what is missing. Bytes that a terminal may take as commands are written as \xNN.
+void WriteText(const Session &session, const TextSink &write);
+
+/// @return what a session has one of: "Request", "PlatformCall"; as in JSON
+const char *KindName(StepKind kind);
+/// @return "RecorderState", "SoundMute"
+const char *LaneName(Lane lane);
+/// @return "recorder" or "playback"
+const char *SideName(Side side);
+
+/// @return "name value, name value"
+std::string ValuesText(const Step &step);
+
+/// @return a text with control characters and bytes that are not UTF-8 as \xNN
+std::string Printable(const std::string &text);
+
+}  // namespace tool::log
+
+#endif

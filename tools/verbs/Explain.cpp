@@ -1,0 +1,66 @@
+#include "verbs/Explain.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "Failure.h"
+#include "log/SessionBuilder.h"
+#include "log/SessionFile.h"
+#include "log/SessionText.h"
+#include "verbs/OutputFile.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+log::Session ReadStandardInput() {
+    std::ios::sync_with_stdio(false);
+    return log::ReadSession(std::cin, "standard input");
+}
+
+log::Session ReadFile(const std::string &path) {
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored))
+        throw Failure("cannot read " + path + ": it is a directory; name a log in it");
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw Failure("cannot open " + path + ": " + std::strerror(errno));
+    return log::ReadSession(file, path);
+}
+
+}  // namespace
+
+log::Session SessionOfLog(const std::string &path) {
+    log::Session session = path == "-" ? ReadStandardInput() : ReadFile(path);
+    if (session.lines.empty())
+        throw Failure("cannot explain " + session.name + ": it has no line of the library (of " +
+                      std::to_string(session.foreignLines) +
+                      "); such a line has \"[PVR][MOX]\" after FILE: FUNCTION(LINE)");
+    return session;
+}
+
+void RunExplain(const ExplainOptions &options, const Console &console) {
+    const std::string out = options.json == "-" ? "" : options.json;
+    for (const std::string &path : {out, options.trace})
+        if (!path.empty())
+            CheckTextFile(path, options.log, options.force);
+    const log::Session session = SessionOfLog(options.log);
+    if (!out.empty())
+        WriteTextFile(out, log::JsonOf(session), options.force);
+    if (!options.trace.empty())
+        WriteTextFile(options.trace, log::TraceOf(session), options.force);
+    if (options.json == "-")
+        console.terminal.Text(log::JsonOf(session));
+    else if (options.json.empty() && options.trace.empty())
+        log::WriteText(session, [&](const std::string &text, Style style) {
+            console.terminal.Line(text, style);
+        });
+}
+
+}  // namespace tool
