@@ -1,0 +1,24 @@
+/// @file
+/// Text of a log as markup.
+#ifndef TOOLS_LOG_MARKUP_H
+#define TOOLS_LOG_MARKUP_H
+
+#include <cstddef>
+#include <string>
+
+namespace tool::log {
+
+/// Makes element content and quoted attributes, of HTML and XML alike, of any bytes: bytes that are
+/// not UTF-8 and characters that change the direction of text become U+FFFD, control characters
+/// their pictures.
+std::string Escaped(const std::string &text);
+
+/// @return the number with commas between its thousands
+std::string Grouped(std::size_t number);
+
+/// @return "1 line", "2 lines", "1,200 lines"
+std::string Counted(std::size_t number, const std::string &one);
+
+}  // namespace tool::log
+
+#endif

@@ -1,0 +1,211 @@
+#include "log/Page.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "log/Markup.h"
+#include "log/PageAxis.h"
+#include "log/PageLanes.h"
+#include "log/PageStory.h"
+#include "PageText.h"
+
+namespace tool::log {
+
+namespace {
+
+constexpr std::size_t kMostFailures = 500;  // in the list; the lanes and the story have all
+constexpr std::size_t kLargeLog = 8'000;    // lines; more are not all unfolded on paper
+
+using Parts = std::map<std::string, std::string>;
+
+/// Puts each part in the place that {{its name}} has in the template.
+std::string Filled(const std::string &text, const Parts &parts) {
+    std::string filled;
+    std::size_t from = 0;
+    for (std::size_t open = text.find("{{"); open != std::string::npos;
+         open = text.find("{{", from)) {
+        const std::size_t close = text.find("}}", open);
+        filled.append(text, from, open - from);
+        filled += parts.at(text.substr(open + 2, close - open - 2));
+        from = close + 2;
+    }
+    return filled.append(text, from, std::string::npos);
+}
+
+/// @return the form in which a content policy allows this very text and no other
+std::string PolicyHash(const std::string &text) {
+    const std::unique_ptr<GChecksum, decltype(&g_checksum_free)> sum(
+        g_checksum_new(G_CHECKSUM_SHA256), &g_checksum_free);
+    g_checksum_update(sum.get(), reinterpret_cast<const guchar *>(text.data()),
+                      static_cast<gssize>(text.size()));
+    guint8 digest[32];
+    gsize size = sizeof digest;
+    g_checksum_get_digest(sum.get(), digest, &size);
+    const std::unique_ptr<char, decltype(&g_free)> coded(g_base64_encode(digest, size), &g_free);
+    return std::string("'sha256-") + coded.get() + "'";
+}
+
+/// @return a style or script as HTML and XML both take it
+std::string Embedded(const char *text) {
+    return std::string("/*<![CDATA[*/\n") + text + "/*]]>*/";
+}
+
+std::size_t CountOf(const Session &session, StepKind kind) {
+    std::size_t count = 0;
+    for (const Step &step : session.steps)
+        count += step.kind == kind ? step.count : 0;
+    return count;
+}
+
+std::string Figure(const std::string &name, const std::string &value, const std::string &more,
+                   const char *style = "") {
+    std::string markup =
+        std::string("<div class=\"") + style + "\"><dt>" + name + "</dt><dd>" + value;
+    if (!more.empty())
+        markup += " <small>" + more + "</small>";
+    return markup + "</dd></div>\n";
+}
+
+std::string SpanText(const Session &session, const PageAxis &axis) {
+    if (session.lines.empty())
+        return "nothing";
+    if (!session.hasTime)
+        return "no times";
+    constexpr double kMinute = 60;
+    const std::string clock = ClockText(axis.Length(), 1);
+    return axis.Length() < kMinute ? clock.substr(clock.find(':') + 1) + " s" : clock;
+}
+
+std::string Figures(const Session &session, const PageAxis &axis) {
+    const std::size_t failures = session.failures.size();
+    const std::size_t foreign = session.foreignLines;
+    std::string markup = Figure("Failures", Grouped(failures), "", failures > 0 ? "bad" : "good");
+    markup += Figure("Duration", SpanText(session, axis), "");
+    markup += Figure("Requests", Grouped(CountOf(session, StepKind::Request)), "");
+    markup += Figure("Events", Grouped(CountOf(session, StepKind::Event)), "");
+    markup += Figure("Lines", Grouped(session.lines.size()),
+                     foreign > 0 ? "and " + Grouped(foreign) + " of others" : "");
+    if (!session.missing.empty())
+        markup += Figure("Missing", Grouped(session.missing.size()), "", "bad");
+    return markup;
+}
+
+std::string Failure(const Session &session, const PageAxis &axis, const PageStory &story,
+                    std::size_t index) {
+    const Step &step = session.steps[index];
+    std::string markup = "<li><a href=\"" + story.LinkTo(index) + "\"><span class=\"at\">" +
+                         axis.TextOf(step.firstLine) + "</span> <b>" + Escaped(step.title) + "</b>";
+    if (!step.outcome.empty())
+        markup += " <span class=\"outcome\">" + Escaped(step.outcome) + "</span>";
+    markup += "</a>";
+    const std::vector<std::size_t> lines = story.LinesOf(index);
+    if (!lines.empty())
+        markup += "<code>" + Escaped(session.lines[lines.back()].message) + "</code>";
+    return markup + "</li>\n";
+}
+
+std::string Failures(const Session &session, const PageAxis &axis, const PageStory &story) {
+    if (session.failures.empty())
+        return "";
+    std::string markup =
+        "<section id=\"failures\" aria-labelledby=\"failures-title\">\n"
+        "<h2 id=\"failures-title\">Failures</h2>\n<ol>\n";
+    const std::size_t shown = std::min(session.failures.size(), kMostFailures);
+    for (std::size_t i = 0; i < shown; ++i)
+        markup += Failure(session, axis, story, session.failures[i]);
+    markup += "</ol>\n";
+    if (shown < session.failures.size())
+        markup += "<p>" + Grouped(session.failures.size() - shown) +
+                  " more are in the lanes and in the story.</p>\n";
+    return markup + "</section>";
+}
+
+std::string Missing(const Session &session) {
+    if (session.missing.empty())
+        return "";
+    std::string markup =
+        "<section id=\"missing\" aria-labelledby=\"missing-title\">\n"
+        "<h2 id=\"missing-title\">What the log has lost</h2>\n<ul>\n";
+    for (const std::string &missing : session.missing)
+        markup += "<li>" + Escaped(missing) + "</li>\n";
+    return markup + "</ul>\n</section>";
+}
+
+std::string LegendItem(const std::string &style, const std::string &shape,
+                       const std::string &text) {
+    return "<li><svg class=\"marker " + style +
+           "\" width=\"18\" height=\"18\" viewBox=\"-9 -9 18 18\" aria-hidden=\"true\">"
+           "<use href=\"#shape-" +
+           shape + "\"/></svg>" + text + "</li>";
+}
+
+std::string Legend(const Session &session) {
+    std::string markup;
+    if (!session.failures.empty())
+        markup += LegendItem("failure", "failure", "failure");
+    for (const StepKind kind :
+         {StepKind::Request, StepKind::Operation, StepKind::Callback, StepKind::Event})
+        if (CountOf(session, kind) > 0)
+            markup += LegendItem(TextOf(kind).shape, TextOf(kind).shape, TextOf(kind).name);
+    const bool hasRepeats = std::any_of(session.steps.begin(), session.steps.end(),
+                                        [](const Step &step) { return step.count > 1; });
+    if (hasRepeats)
+        markup +=
+            LegendItem("request repeated", "request", "repeated at once, as far as the line goes");
+    return markup;
+}
+
+/// @return the choice to see what only the library's developers read
+std::string Traces(const Session &session) {
+    const std::size_t traces = CountOf(session, StepKind::Trace);
+    if (traces == 0)
+        return "";
+    return "<p class=\"choice\"><label><input type=\"checkbox\" id=\"traces\"/> Show " +
+           Counted(traces, "trace") + " for the library's developers</label></p>";
+}
+
+std::string LeftOut(const PageStory &story, std::size_t mostLines) {
+    if (story.LeftOut() == 0)
+        return "These are all steps of the log.";
+    return "The log is too long for a page: " + Counted(story.LeftOut(), "step") +
+           " without a failure, past the first " + Counted(mostLines, "line") +
+           ", are not here. Nor are their lines.";
+}
+
+}  // namespace
+
+std::string PageOf(const Session &session, std::size_t mostLines) {
+    const PageAxis axis(session);
+    const PageStory story(session, axis, mostLines);
+    const Picture picture = LanesOf(session, axis, story);
+    const std::string style = Embedded(kPageStyle);
+    const std::string script = Embedded(kPageScript);
+    const std::size_t failures = session.failures.size();
+    const std::string name = Escaped(session.name);
+    return Filled(
+        kPageTemplate,
+        {{"hashes", "style-src " + PolicyHash(style) + "; script-src " + PolicyHash(script)},
+         {"title", name + ": " + (failures > 0 ? Counted(failures, "failure") : "no failure")},
+         {"style", style},
+         {"size", session.lines.size() > kLargeLog ? "large" : "small"},
+         {"name", name},
+         {"figures", Figures(session, axis)},
+         {"failures", Failures(session, axis, story)},
+         {"missing", Missing(session)},
+         {"names", picture.names},
+         {"rows", picture.rows},
+         {"legend", Legend(session)},
+         {"absent", picture.absent.empty()
+                        ? ""
+                        : "<p class=\"absent\">Not in the log: " + picture.absent + ".</p>"},
+         {"traces", Traces(session)},
+         {"story", story.Text()},
+         {"left-out", LeftOut(story, mostLines)},
+         {"script", script}});
+}
+
+}  // namespace tool::log
