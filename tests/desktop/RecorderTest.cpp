@@ -36,31 +36,13 @@ using namespace tvdesktop;
 using std::chrono::milliseconds;
 namespace fs = std::filesystem;
 
-Bytes ReadFile(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
-}
-
 Bytes Only(const Bytes &data, const std::set<int> &pids) {
     Bytes kept;
     for (std::size_t i = 0; i < data.size(); i += 188) {
         if (pids.count(ts::Pid(&data[i])) != 0)
-            kept.insert(kept.end(), &data[i], &data[i] + 188);
+            kept += Part(data, i, 188);
     }
     return kept;
-}
-
-Bytes operator+(Bytes first, const Bytes &second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
-/// @return the packets [begin, end)
-Bytes Packets(const Bytes &data, std::size_t begin, std::size_t end) {
-    const auto at = [&](std::size_t i) {
-        return data.begin() + static_cast<std::ptrdiff_t>(i * 188);
-    };
-    return Bytes(at(begin), at(end));
 }
 
 /// The usual stream on PID 0x100: PCRs `stepMs` apart, each before `media` packets without one.

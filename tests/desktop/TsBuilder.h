@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
+#include <fstream>
 #include <map>
 #include <string>
 #include <utility>
@@ -17,6 +17,29 @@
 using Bytes = std::vector<std::uint8_t>;
 
 inline constexpr std::int64_t kMs = tvdesktop::ts::kPcrHz / 1000;  ///< in ticks of a PCR
+
+inline Bytes ReadFile(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+inline Bytes Part(const Bytes &data, std::size_t offset, std::size_t size) {
+    const auto begin = data.begin() + static_cast<std::ptrdiff_t>(offset);
+    return Bytes(begin, begin + static_cast<std::ptrdiff_t>(size));
+}
+
+/// @return the packets [begin, end)
+inline Bytes Packets(const Bytes &data, std::size_t begin, std::size_t end) {
+    return Part(data, begin * 188, (end - begin) * 188);
+}
+
+inline Bytes &operator+=(Bytes &first, const Bytes &second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+inline Bytes operator+(Bytes first, const Bytes &second) {
+    return first += second;
+}
 
 /// Every call appends whole packets to `data`; continuity counters run per PID.
 class TsBuilder {
@@ -54,7 +77,7 @@ class TsBuilder {
         for (const Stream &stream : streams) {
             Append(body, {stream.type, 0xE0 | stream.pid >> 8, stream.pid, 0xF0,
                           static_cast<int>(stream.descriptors.size())});
-            body.insert(body.end(), stream.descriptors.begin(), stream.descriptors.end());
+            body += stream.descriptors;
         }
         return Section(pmtPid, 0x02, body);
     }
@@ -65,7 +88,7 @@ class TsBuilder {
         Bytes body;
         Append(body, {0, 1, 0xC1, 0, 0, 0, 1, 0xFF, service >> 8, service, 0xFC, 0x80, size + 3,
                       0x48, size + 1, 1});
-        body.insert(body.end(), names.begin(), names.end());
+        body += names;
         return Section(0x11, 0x42, body);
     }
 
@@ -94,11 +117,9 @@ class TsBuilder {
     }
 
     void WriteTo(const std::string &path) const {
-        if (std::FILE *file = std::fopen(path.c_str(), "wb")) {
-            if (!data.empty())
-                std::fwrite(data.data(), 1, data.size(), file);
-            std::fclose(file);
-        }
+        std::ofstream(path, std::ios::binary)
+            .write(reinterpret_cast<const char *>(data.data()),
+                   static_cast<std::streamsize>(data.size()));
     }
 
   private:
@@ -118,16 +139,15 @@ class TsBuilder {
         const auto length = static_cast<int>(body.size()) + 4;
         Bytes section;
         Append(section, {tableId, 0xB0 | length >> 8, length});
-        section.insert(section.end(), body.begin(), body.end());
+        section += body;
         AppendCrc32(section);
         section.insert(section.begin(), 0);  // pointer_field
         for (std::size_t at = 0; at < section.size(); at += 184) {
             Bytes packet = Header(pid, at == 0, 0x10);
             const std::size_t end = std::min(section.size(), at + 184);
-            packet.insert(packet.end(), section.begin() + static_cast<std::ptrdiff_t>(at),
-                          section.begin() + static_cast<std::ptrdiff_t>(end));
+            packet += Part(section, at, end - at);
             packet.resize(188, 0xFF);
-            data.insert(data.end(), packet.begin(), packet.end());
+            data += packet;
         }
         return *this;
     }
@@ -139,7 +159,7 @@ class TsBuilder {
         const int serial = m_serial++;
         Append(packet, {serial >> 16, serial >> 8, serial});
         packet.resize(188, 0xAA);
-        data.insert(data.end(), packet.begin(), packet.end());
+        data += packet;
         return *this;
     }
 

@@ -33,15 +33,6 @@ std::string TempPath(const std::string &name) {
     return path;
 }
 
-Bytes Part(const Bytes &data, std::size_t offset, std::size_t size = ts::kPacketSize) {
-    const auto begin = data.begin() + static_cast<std::ptrdiff_t>(offset);
-    return Bytes(begin, begin + static_cast<std::ptrdiff_t>(size));
-}
-
-void Append(Bytes &to, const Bytes &data) {
-    to.insert(to.end(), data.begin(), data.end());
-}
-
 TEST(StreamClock, CountsWrapsLeavesJumpsOutAndGoesOnWithAnotherPid) {
     struct Case {
         const char *what;
@@ -102,17 +93,17 @@ constexpr Layout kLayouts[] = {{0, 0}, {4, 0}, {0, 16}};
 Bytes Damaged(const Bytes &packets, const Damage &damage, const Layout &layout) {
     Bytes stream;
     for (std::size_t i = 0; i < packets.size() / 188; ++i) {
-        Bytes packet = Part(packets, i * 188);
+        Bytes packet = Packets(packets, i, i + 1);
         if (i == damage.packet) {
             const std::size_t rest = damage.offset + damage.removed;
             packet = Part(packet, 0, damage.offset);
-            Append(packet, damage.inserted);
-            Append(packet, Part(packets, i * 188 + rest, 188 - rest));
+            packet += damage.inserted;
+            packet += Part(packets, i * 188 + rest, 188 - rest);
         }
         const auto filler = static_cast<std::uint8_t>(0x40 + i);  // 0x47 once
-        Append(stream, Bytes(layout.before, filler));
-        Append(stream, packet);
-        Append(stream, Bytes(layout.after, filler));
+        stream += Bytes(layout.before, filler);
+        stream += packet;
+        stream += Bytes(layout.after, filler);
     }
     return stream;
 }
@@ -131,7 +122,7 @@ FilterResult Filtered(const Bytes &data, const ts::PidTable &keep, std::size_t c
     ts::PacketFilter filter;
     for (std::size_t offset = 0; offset <= data.size(); offset += chunk) {
         const std::size_t count = std::min(chunk, data.size() - offset);
-        Append(block, Part(data, offset, count));
+        block += Part(data, offset, count);
         ts::PacketFilter::Result done;
         bool goesOn = true;
         for (std::size_t stops = 0; stops == 0 || !goesOn; ++stops) {
@@ -142,7 +133,7 @@ FilterResult Filtered(const Bytes &data, const ts::PidTable &keep, std::size_t c
                                   return goesOn;
                               });
         }
-        Append(result.kept, Part(block, 0, done.kept));
+        result.kept += Part(block, 0, done.kept);
         block = Part(block, done.consumed, block.size() - done.consumed);
     }
     result.lost = filter.LostPackets(block.size());
@@ -166,10 +157,10 @@ void ExpectPackets(const Bytes &data, const Bytes &expected, const Damage &damag
     ASSERT_TRUE(reader.Open(path));
     Bytes read;
     while (const std::uint8_t *packet = reader.Next()) {
-        EXPECT_EQ(Part(data, static_cast<std::size_t>(reader.Offset())),
+        EXPECT_EQ(Part(data, static_cast<std::size_t>(reader.Offset()), 188),
                   Bytes(packet, packet + 188));
         if (!ts::TransportError(packet))
-            read.insert(read.end(), packet, packet + 188);
+            read += Bytes(packet, packet + 188);
     }
     EXPECT_EQ(read, expected);
 }
@@ -179,7 +170,7 @@ TEST(Packets, SurviveDamageAroundThem) {
     for (const Damage &damage : kDamages) {
         Bytes expected;
         for (const std::size_t index : damage.whole)
-            Append(expected, Part(packets, index * 188));
+            expected += Packets(packets, index, index + 1);
         for (const Layout &layout : kLayouts) {
             SCOPED_TRACE(damage.what + (", " + std::to_string(188 + layout.before + layout.after)) +
                          " bytes per packet");
@@ -193,12 +184,8 @@ TEST(Packets, TakeAnotherLayoutOnlyAfterFiveSyncBytes) {
     Bytes alike(1 + 3 * 192);  // with the packet after it, four packets of 192 bytes in a row
     for (const std::size_t at : {1U, 193U, 385U})
         std::copy_n(packets.begin(), 3, alike.begin() + static_cast<std::ptrdiff_t>(at));
-    Bytes data = packets;
-    Append(data, alike);
-    Append(data, packets);
-    Bytes expected = packets;
-    Append(expected, packets);
-    EXPECT_EQ(Filtered(data, ts::PidTable().set(0x100), 10'000).kept, expected);
+    const Bytes data = packets + alike + packets;
+    EXPECT_EQ(Filtered(data, ts::PidTable().set(0x100), 10'000).kept, packets + packets);
 }
 
 TEST(Packets, HaveAPcrOnlyInAnAdaptationFieldThatHoldsOne) {

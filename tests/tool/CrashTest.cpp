@@ -13,6 +13,7 @@
 #include <random>
 #include <thread>
 
+#include "desktop/TsBuilder.h"
 #include "service/Input.h"
 #include "service/RecordingControl.h"
 #include "TemporaryFolder.h"
@@ -26,15 +27,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace tvdesktop::ts;
 using Log = std::vector<ChannelStretch>;
-using Bytes = std::vector<std::uint8_t>;
 using Outcome = tvdesktop::RepairResult::Outcome;
 
 constexpr std::size_t kRounds = 10;  ///< of the sample, one after the other
-
-Bytes ReadFile(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
-}
 
 class CrashTest : public testing::Test {
   protected:
