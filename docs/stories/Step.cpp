@@ -174,6 +174,7 @@ constexpr NamedType kCallbackTypes[] = {
     TYPE(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION),
     TYPE(TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR),
     TYPE(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION),
+    TYPE(TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR),
 };
 
 #undef TYPE
@@ -204,21 +205,37 @@ Step PlayerCallback(const std::string &type, Words &words) {
     return step;
 }
 
+/// @param what  out: the message in words
+/// @return      as a recorder's pipeline posts it
+GstMessage *RecorderMessage(TVCallbackType type, Words &words, std::string &what) {
+    if (type == TV_PLAYER_CALLBACK_PVR_RECORDER_ERROR) {
+        const int code = std::stoi(words.Take("code").value());
+        what = Format("an error message with code %d", code);
+        GError *error = g_error_new_literal(GST_RESOURCE_ERROR, code, "cannot write");
+        GstMessage *message = gst_message_new_error(nullptr, error, "debug text");
+        g_error_free(error);
+        return message;
+    }
+    const int number = std::stoi(words.Take("app_type").value());
+    const int parameter = std::stoi(words.Take("app_param").value());
+    what = Format("a message with `app_type` %d and `app_param` %d", number, parameter);
+    return gst_message_new_application(
+        nullptr, gst_structure_new("application", "app_type", G_TYPE_INT, number, "app_param",
+                                   G_TYPE_INT, parameter, nullptr));
+}
+
 /// The platform recorder calls the library, on a thread of its own.
-Step RecorderCallback(const std::string &type, Words &words) {
-    const std::string code = words.Take("app_type").value();
-    const std::string param = words.Take("app_param").value();
-    words.End();
-    GstStructure *fields = gst_structure_new("application", "app_type", G_TYPE_INT, std::stoi(code),
-                                             "app_param", G_TYPE_INT, std::stoi(param), nullptr);
-    GstMessage *message = gst_message_new_application(nullptr, fields);
-    std::thread(Given(Fake().callback, "recorder"), TypeOf(type), Fake().callbackUser, message)
-        .join();
+Step RecorderCallback(const std::string &name, Words &words) {
+    const TVCallbackType type = TypeOf(name);
+    const tv_recorder_callback callback = Given(Fake().callback, "recorder");
+    std::string what;
+    GstMessage *message = RecorderMessage(type, words, what);
+    std::thread(callback, type, Fake().callbackUser, message).join();
     gst_message_unref(message);
+    words.End();
     Step step;
-    step.what = "The platform recorder calls back, on its own thread: `" + type +
-                Format("` (%d), a message with `app_type` ", TypeOf(type)) + code +
-                " and `app_param` " + param + ".";
+    step.what = "The platform recorder calls back, on its own thread: `" + name +
+                Format("` (%d), ", type) + what + '.';
     return step;
 }
 

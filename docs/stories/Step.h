@@ -20,6 +20,7 @@ struct Step {
 ///     recorder.SetHandle handle=3            a control request, through the entry point
 ///     player TYPE timeCode=60000             a callback of the player, handed on by the service
 ///     platform TYPE app_type=2 app_param=0   a callback of the platform recorder
+///     platform TYPE code=4                   one with an error
 ///     mox_pvr_set_recorder_handle(tvRecorder)      one of the calls in Step.cpp
 ///
 /// @throw std::exception  for a line that is none of them

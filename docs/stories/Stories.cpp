@@ -177,6 +177,7 @@ int main(int argc, char **argv) {
         if (!script)
             throw std::runtime_error("cannot be read");
         StartGStreamer();
+        g_set_printerr_handler([](const char * /*text*/) {});  // the pages have the log alone
         Fake().Reset();
         const std::string page = WritePage(script);
         std::ofstream out(argv[2]);

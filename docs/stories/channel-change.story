@@ -1,8 +1,8 @@
 # Channel change
 
-A recording continued while the viewer changed channels, so it holds three stretches. Playback has to set the
-decoders up anew wherever it enters another one. [How to read this page](README.md); the rules are in
-[protocol.md](../protocol.md#channel-changes-inside-a-recording).
+A recording continued while the viewer changed channels, so it holds three stretches. Playback has
+to set the decoders up anew wherever it enters another one. [How to read this page](README.md); the
+rules are in [protocol.md](../protocol.md#channel-changes-inside-a-recording).
 
 ! channel 0 videoPid=0x100 videoCodec=4 audioPid=0x101 audioCodec=3 multiSoundMode=1 pcrPid=0x100
 
@@ -25,8 +25,9 @@ As in [play](play.md):
 
 ## A crossing at normal speed
 
-At 60 s the player runs into the second stretch, and reports it. The library reads the channel information there,
-programs PIDs and codecs, and moves the player to the crossing. No event is sent for it.
+At 60 s the player runs into the second stretch, and reports it. The library reads the channel
+information there, programs PIDs and codecs, and moves the player to the crossing. No event is sent
+for it.
 
 > player TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION SubEventType=3 timeCode=60000
 
@@ -44,20 +45,20 @@ The first picture at the new rate, as in [play](play.md#fast-forward):
 
 - player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
-At 120 s comes the third stretch. The library sets the decoders up at 1.0, and remembers where and at what rate
-to continue: a channel change is pending.
+At 120 s comes the third stretch. The library sets the decoders up at 1.0, and remembers where and
+at what rate to continue: a channel change is pending.
 
 > player TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION SubEventType=3 timeCode=120000
 
-Until the decoders are ready, requests that would change rate or place are dropped, with answer 0 and a line at
-priority 16:
+Until the decoders are ready, requests that would change rate or place are dropped, with answer 0
+and a line at priority 16:
 
 > playback.TrickPlay time=120000 rate=1.0
 
 > playback.Skip time=10000 rate=1.0
 
-The first picture ends the change: the player goes to the crossing at the rate that was remembered. The picture
-stays held until the next unmute, which comes for that move.
+The first picture ends the change: the player goes to the crossing at the rate that was remembered.
+The picture stays held until the next unmute, which comes for that move.
 
 > player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
@@ -70,8 +71,9 @@ The unmute of the move:
 - playback.TrickPlay time=150000 rate=-4.0
 - player TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE
 
-Backward the player reaches the border at 120 s from above. The decoders need a run-up inside the second
-stretch, which lies before the border: they are set up for 10 s earlier, and the callback's record reports that.
+Backward the player reaches the border at 120 s from above. The decoders need a run-up inside the
+second stretch, which lies before the border: they are set up for 10 s earlier, and the callback's
+record reports that.
 
 > player TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION SubEventType=3 timeCode=120000
 
@@ -93,8 +95,8 @@ As in [play](play.md#back-to-normal-speed-with-sound):
 
 ## A skip into another channel
 
-The first stretch is recorded at 10 s. The decoders are set up for it, and the player moves there. At 1.0 nothing
-is left pending, and the unmute is an ordinary one.
+The first stretch is recorded at 10 s. The decoders are set up for it, and the player moves there.
+At 1.0 nothing is left pending, and the unmute is an ordinary one.
 
 > playback.Skip time=10000 rate=1.0
 

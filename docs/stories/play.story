@@ -6,8 +6,9 @@ A service plays `/pvr/news.srf`, a recording of one channel. [How to read this p
 
 ## Register player and stream
 
-The player is remembered; the stream makes the instance, under the handle (1, 0). The service looks it up once:
-callbacks need it, and lookups do not belong on a callback thread ([threads](../threads.md)).
+The player is remembered; the stream makes the instance, under the handle (1, 0). The service looks
+it up once: callbacks need it, and lookups do not belong on a callback thread
+([threads](../threads.md)).
 
 > mox_pvr_set_tv_player(tvPlayer)
 
@@ -21,8 +22,8 @@ callbacks need it, and lookups do not belong on a callback thread ([threads](../
 
 ## Open the recording
 
-The platform has the channel information that was recorded. The library reads it at the start position, and
-programs the PIDs that it finds there: clock and video, then audio.
+The platform has the channel information that was recorded. The library reads it at the start
+position, and programs the PIDs that it finds there: clock and video, then audio.
 
 > playback.SetProperty path=/pvr/news.srf startPosition=0
 
@@ -91,8 +92,8 @@ The unmute that follows each move of the player:
 
 ## The end
 
-On the desktop stand-in application message 0 is the end of the recording. The library forwards it; what to do,
-the service decides. This one stops.
+On the desktop stand-in application message 0 is the end of the recording. The library forwards it;
+what to do, the service decides. This one stops.
 
 > player TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION SubEventType=0 timeCode=1800000
 
@@ -100,8 +101,8 @@ the service decides. This one stops.
 
 ## Done
 
-Each recording gets an instance of its own
-([why](../protocol.md#one-instance-per-recording)): the service delivers or discards the callbacks that are
-left, and destroys this one. No platform call is made; player and stream are the service's.
+Each recording gets an instance of its own ([why](../protocol.md#one-instance-per-recording)): the
+service delivers or discards the callbacks that are left, and destroys this one. No platform call is
+made; player and stream are the service's.
 
 > MoxPvrAPI::DestroyPlayback(MOXHandle{PROFILE_TYPE_MAIN, 0})

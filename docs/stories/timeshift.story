@@ -1,7 +1,7 @@
 # Timeshift
 
-A service buffers a channel, plays the buffer while it is written, and keeps it as a recording.
-[How to read this page](README.md).
+A service buffers a channel, plays the buffer while it is written, and keeps it as a recording. [How
+to read this page](README.md).
 
 ## Record into a buffer
 
@@ -16,8 +16,8 @@ The recorder is set up as for a [recording](record.md), with one difference: the
   audioPid=0x101 audioCodec=3 multiSoundMode=1 pcrPid=0x100
 - recorder.SetDemuxProperty videoPid=0x100 audioPid=0x101 pcrPid=0x100
 
-How much time fits the disk that the service gives to the buffer? The size is in the platform's unit, KiB on the
-desktop stand-in.
+How much time fits the disk that the service gives to the buffer? The size is in the platform's
+unit, KiB on the desktop stand-in.
 
 ! timeshift-duration 5400000
 
@@ -46,19 +46,19 @@ The viewer paused at 95 s. A playback opens the buffer there while the recorder 
 
 ## Keep it
 
-The swap makes a recording of the buffer, from its start, while it is written. Path and flags are sent as
-in `SetSinkProperty`; everything else continues.
+The swap makes a recording of the buffer, from its start, while it is written. Path and flags are
+sent as in `SetSinkProperty`; everything else continues.
 
 > recorder.SwapTS2Record path=/pvr/kept.srf
 
-The start event comes again, with the record type still 3; a recording that started as such has 1. A swap that
-fails sends no event ([errors](../errors.md#recorder)).
+The start event comes again, with the record type still 3; a recording that started as such has 1. A
+swap that fails sends no event ([errors](../errors.md#recorder)).
 
 ## Continue from the recording
 
-On the desktop stand-in the file has another name now, and a player that has it open learns of no further
-[channel change](channel-change.md). The service stops this playback and gives the recording an instance of its
-own, at the position where the viewer is.
+On the desktop stand-in the file has another name now, and a player that has it open learns of no
+further [channel change](channel-change.md). The service stops this playback and gives the recording
+an instance of its own, at the position where the viewer is.
 
 ! position 140000 151000
 
