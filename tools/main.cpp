@@ -182,11 +182,10 @@ CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
         ->check(kPlaySpeed)
         ->type_name("X");
     verb->add_flag("--timeshift", options.isTimeshift, "The file is a timeshift buffer");
-    verb->add_option("--video-pid", options.videoPid,
-                     "Program this video PID in place of the recording's own")
+    verb->add_option("--video-pid", options.videoPid, "Program this video PID")
         ->check(kPid)
         ->type_name("PID")
-        ->default_str("the recording's");
+        ->default_str("the recording's own");
     verb->add_option("--clock", options.clockFactor,
                      "Run the player's clock this many times faster than real time")
         ->check(kClockFactor)
@@ -243,14 +242,15 @@ CLI::App *AddEncode(CLI::App &app, tool::EncodeOptions &options) {
                    "List the record's fields with offset, width, default and how to write them");
     Explain(*verb,
             "Values:\n"
-            "  numbers     decimal, or 0x and hexadecimal\n"
-            "  flags       0, 1, yes or no\n"
-            "  PIDs        a number, none or keep; lists with commas between them\n"
-            "  times       in the unit of the platform (milliseconds on the desktop stand-in)\n"
-            "  rates       decimal, with a minus for rewind\n"
-            "  paths       text of at most 255 bytes\n"
-            "  @OFFSET=HEX bytes as they are, such as those of a platform's record\n"
-            "Example: mox-pvr encode recorder SetHandle handle=3 serviceId=2 ci=1");
+            "  numbers      decimal, or 0x and hexadecimal\n"
+            "  flags        0, 1, yes or no\n"
+            "  PIDs         a number, none or keep; lists with commas between them\n"
+            "  times        in the unit of the platform (the stand-in's: milliseconds)\n"
+            "  rates        decimal, with a minus for rewind\n"
+            "  paths        text of at most 255 bytes\n"
+            "  @OFFSET=HEX  bytes as they are, such as those of a platform's record\n"
+            "Example:\n"
+            "  mox-pvr encode recorder SetHandle handle=3 serviceId=2 ci=1");
     Explain(*verb, kRecordHelp);
     return verb;
 }
@@ -269,7 +269,8 @@ CLI::App *AddDecode(CLI::App &app, tool::DecodeOptions &options) {
         ->type_name("");
     Explain(*verb,
             "Without NAME a reply or an event is shown as every record that is as long as it.\n"
-            "Example: mox-pvr decode recorder 0a000000");
+            "Example:\n"
+            "  mox-pvr decode reply GetProgress dc050000dc050000");
     Explain(*verb, kRecordHelp);
     return verb;
 }

@@ -38,7 +38,7 @@ class Records : public testing::Test {
         for (std::size_t i = IsRequest(layout.kind) ? 4 : 0; i < bytes.size(); ++i)
             bytes[i] = static_cast<unsigned char>(m_random());
         if (hasList)
-            moxpvr::detail::Writer{bytes.data()}.Put(4, count, 4);
+            std::copy_n(Bytes{count, 0, 0, 0}.begin(), 4, bytes.begin() + 4);
         return bytes;
     }
 

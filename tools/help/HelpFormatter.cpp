@@ -11,7 +11,7 @@ std::string ValueName(const CLI::Option &option) {
 }  // namespace
 
 std::string OptionHelp(const CLI::Option &option) {
-    const std::string text = option.get_description();
+    const std::string &text = option.get_description();
     const std::string preset = option.get_default_str();
     const bool hasDefault = option.get_type_size() != 0 && !option.get_required() &&
                             !preset.empty() && preset != "[]";  // an empty list

@@ -61,17 +61,22 @@ std::string Paragraph(const std::string &text) {
     std::istringstream lines(text);
     std::string page = ".PP\n";
     std::string running;
-    bool isIndented = false;
+    bool isList = false;
     for (std::string line; std::getline(lines, line);) {
-        const bool isNext = line.rfind("  ", 0) == 0;
-        if (isNext != isIndented)
-            page += isNext ? Filled(running) + ".RS 4\n.nf\n" : ".fi\n.RE\n";
-        running = isNext ? "" : (isIndented ? line : running + " " + line);
-        if (isNext)
-            page += Escaped(line.substr(2)) + "\n";
-        isIndented = isNext;
+        const bool isItem = line.rfind("  ", 0) == 0;
+        if (isItem && !isList) {
+            page.append(Filled(running)).append(".RS 4\n.nf\n");
+            running.clear();
+        } else if (!isItem && isList) {
+            page += ".fi\n.RE\n";
+        }
+        if (isItem)
+            page.append(Escaped(line.substr(2))).append("\n");
+        else
+            running.append(" ").append(line);
+        isList = isItem;
     }
-    return page + (isIndented ? ".fi\n.RE\n" : Filled(running));
+    return page + (isList ? ".fi\n.RE\n" : Filled(running));
 }
 
 /// @return the help text after a verb's options, without what ends every verb's
@@ -142,9 +147,9 @@ std::vector<const CLI::App *> Verbs(const CLI::App &app) {
 }  // namespace
 
 std::string ManPage(const CLI::App &app, const std::string &version, const std::string &date) {
-    const std::string name = app.get_name();
+    const std::string &name = app.get_name();
     std::string page = ".TH " + Upper(Escaped(name)) + " 1 " + date + " \"" +
-                       Escaped(name + " " + version) + "\" \"User Commands\"\n.SH NAME\n" +
+                       Escaped(name + " " + version) + "\" \"User Commands\"\n.nh\n.SH NAME\n" +
                        Escaped(name) + " \\- " + Escaped(app.get_description()) +
                        "\n.SH SYNOPSIS\n";
     for (const CLI::App *verb : Verbs(app))

@@ -41,7 +41,7 @@ constexpr std::uint64_t Highest(std::size_t width) {
 }
 
 std::int64_t SignedValue(std::uint64_t bits, std::size_t width) {
-    const std::uint64_t sign = std::uint64_t{1} << (8 * width - 1);
+    const std::uint64_t sign = Highest(width) / 2 + 1;
     return static_cast<std::int64_t>((bits ^ sign) - sign);
 }
 

@@ -1,17 +1,20 @@
 #include "text/HexText.h"
 
+#include <MoxPvr.h>
+
 #include <algorithm>
+#include <cctype>
 
 namespace tool {
 
 namespace {
 
-int DigitValue(char c) {
-    return moxpvr::detail::DigitValue(static_cast<unsigned char>(c));
+unsigned int DigitValue(char c) {
+    return static_cast<unsigned int>(hex_char_to_int(c));
 }
 
-unsigned int DigitOrZero(char c) {
-    return static_cast<unsigned int>(std::max(DigitValue(c), 0));
+bool IsDigit(char c) {
+    return std::isxdigit(static_cast<unsigned char>(c)) != 0;
 }
 
 }  // namespace
@@ -33,21 +36,19 @@ std::string HexOf(const Bytes &bytes) {
 Bytes BytesOf(const std::string &text) {
     Bytes bytes(text.size() / 2);
     for (std::size_t i = 0; i < bytes.size(); ++i)
-        bytes[i] = static_cast<unsigned char>(DigitOrZero(text[2 * i]) << 4 |
-                                              DigitOrZero(text[2 * i + 1]));
+        bytes[i] =
+            static_cast<unsigned char>(DigitValue(text[2 * i]) << 4 | DigitValue(text[2 * i + 1]));
     return bytes;
 }
 
 std::uint32_t CommandIn(const Bytes &request) {
-    Bytes word(request.begin(),
-               request.begin() + std::min<std::ptrdiff_t>(4, std::ptrdiff_t(request.size())));
-    word.resize(4);
-    return moxpvr::CommandOf(word.data(), word.size());
+    Bytes padded = request;
+    padded.resize(std::max(request.size(), std::size_t{4}));
+    return moxpvr::CommandOf(padded.data(), padded.size());
 }
 
 std::optional<std::size_t> FirstStrangeCharacter(const std::string &text) {
-    const auto found =
-        std::find_if(text.begin(), text.end(), [](char c) { return DigitValue(c) < 0; });
+    const auto found = std::find_if_not(text.begin(), text.end(), IsDigit);
     if (found == text.end())
         return std::nullopt;
     return static_cast<std::size_t>(found - text.begin());

@@ -147,6 +147,7 @@ const FieldLayout &FieldNamed(const RecordLayout &layout, const std::string &nam
         RefuseUnknown(name, "field of " + layout.name, names);
     if (found.size() > 1) {
         std::vector<std::string> possible;
+        possible.reserve(found.size());
         for (const std::size_t index : found)
             possible.push_back(names[index]);
         throw UsageError("'" + name + "' is part of several fields of " + layout.name +

@@ -114,7 +114,7 @@ std::vector<const RecordLayout *> AllOf(RecordKind kind) {
 }
 
 /// @return those that are as long as the record, or all when none is
-std::vector<const RecordLayout *> FittingOf(std::vector<const RecordLayout *> layouts,
+std::vector<const RecordLayout *> FittingOf(const std::vector<const RecordLayout *> &layouts,
                                             const Bytes &record) {
     std::vector<const RecordLayout *> fitting;
     for (const RecordLayout *layout : layouts)

@@ -61,6 +61,7 @@ const RecordLayout &OneLayoutNamed(RecordKind kind, const std::string &name) {
     if (found.size() == 1)
         return *found.front();
     std::vector<std::string> names;
+    names.reserve(found.size());
     for (const RecordLayout *layout : found)
         names.push_back(layout->name);
     throw UsageError("'" + name + "' may be any of several; write one of " + ListText(names));
