@@ -16,6 +16,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tvdesktop {
@@ -30,6 +31,14 @@ bool SetLogFile(const std::string &path);
 
 /// Lines of a lower priority are dropped. Priorities are 2, 4 and 16; above 16 silences the log.
 void SetLogMinimumPriority(int priority);
+
+/// Takes a line as it is written, with its time and its end. Runs on the thread that logs, which it
+/// must not do itself.
+using LogListener = std::function<void(std::string_view line)>;
+
+/// Hands every line to a listener as well, whatever its priority; null ends that. A line that
+/// another thread is logging at that moment may still come. Thread-safe.
+void SetLogListener(LogListener listener);
 
 // --- Events --------------------------------------------------------------------------------------
 

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "system/FileDescriptor.h"
@@ -22,6 +23,7 @@ namespace {
 struct Target {
     std::mutex mutex;
     std::shared_ptr<FileDescriptor> file;  ///< null: standard error
+    std::shared_ptr<const LogListener> listener;
 };
 
 /// Never destroyed, so that late threads can still log.
@@ -31,11 +33,21 @@ Target &LogTarget() {
 }
 
 std::atomic<int> g_minimumPriority{0};
+std::atomic<bool> g_hasListener{false};
 
 std::shared_ptr<FileDescriptor> CurrentFile() {
     Target &target = LogTarget();
     const std::lock_guard<std::mutex> lock(target.mutex);
     return target.file;
+}
+
+void TellListener(std::string_view line) {
+    Target &target = LogTarget();
+    std::unique_lock<std::mutex> lock(target.mutex);
+    const auto listener = target.listener;
+    lock.unlock();
+    if (listener != nullptr && *listener)
+        (*listener)(line);
 }
 
 /// The current second as text. Most lines come in the same second as the one before, and a calendar
@@ -131,6 +143,15 @@ bool SetLogFile(const std::string &path) {
     return true;
 }
 
+void SetLogListener(LogListener listener) {
+    const bool hasListener = listener != nullptr;
+    const auto kept = std::make_shared<const LogListener>(std::move(listener));
+    Target &target = LogTarget();
+    const std::lock_guard<std::mutex> lock(target.mutex);
+    target.listener = kept;
+    g_hasListener = hasListener;
+}
+
 void SetLogMinimumPriority(int priority) {
     g_minimumPriority = priority;
 }
@@ -140,15 +161,21 @@ void SetLogMinimumPriority(int priority) {
 int __dlog_print(int /*log_id*/, int prio, const char *tag, const char *fmt, ...) {
     if (fmt == nullptr)
         return -1;
-    if (prio < tvdesktop::g_minimumPriority.load(std::memory_order_relaxed))
+    const bool isWritten = prio >= tvdesktop::g_minimumPriority.load(std::memory_order_relaxed);
+    const bool isHeard = tvdesktop::g_hasListener.load(std::memory_order_relaxed);
+    if (!isWritten && !isHeard)
         return 0;
     va_list arguments;
     va_start(arguments, fmt);
     int written = -1;
     try {
         const tvdesktop::Line line(prio, tag, fmt, arguments);
+        if (isHeard)
+            tvdesktop::TellListener({line.data(), line.size()});
         const auto file = tvdesktop::CurrentFile();
-        if (tvdesktop::WriteAll(file ? file->Get() : STDERR_FILENO, line.data(), line.size()))
+        if (!isWritten)
+            written = 0;
+        else if (tvdesktop::WriteAll(file ? file->Get() : STDERR_FILENO, line.data(), line.size()))
             written = static_cast<int>(line.size());
     } catch (...) {
         written = -1;
