@@ -6,8 +6,7 @@
 #include <sstream>
 
 #include "AllocationFailure.h"
-#include "BusMessages.h"
-#include "InstanceTest.h"
+#include "InstanceCalls.h"
 #include "MoxPvrAPI.h"
 #include "Scenarios.h"
 
@@ -17,31 +16,22 @@ constexpr MOXHandle kPlaybackKey{PROFILE_TYPE_MAIN, 0};
 constexpr MOXHandle kRecorderKey{PROFILE_TYPE_RECORD, 0};
 const std::string kFile = "/recordings/too-long-for-a-small-string.srf";
 
-/// What operations answer besides their result.
-struct Output {
-    char reply[64] = {};
-    long times[2] = {};
-    unsigned int pids[3] = {};
-    std::string name;
-    MOXHandle handle;
-    unsigned long long service = 0;
-    IMOXPVRRecorder::ePvrRecordState recorder{};
-    IMOXPVRPlayback::ePvrPlaybackState playback{};
-    IMOXPVRPlayback::eRecordedFileType type{};
-    std::string uri = kFile;  // handed over by value: no copy while memory runs out
-};
-Output g_out;
+Answer g_answer;
+char g_reply[64];
+std::string g_uri;  // handed over by value: no copy while memory runs out
 
-void ForgetOutput() {
-    g_out = Output();
-    g_out.name.shrink_to_fit();  // so that the next name needs memory
+void ForgetAnswers() {
+    g_answer = {0, {}, {}, 0};
+    g_answer.name.shrink_to_fit();  // so that the next name needs memory
+    std::memset(g_reply, 0, sizeof g_reply);
+    g_uri = kFile;
 }
 
-IMOXPVRRecorder *Recorder() {
-    return MoxPvrAPI::GetRecorderInstance(kRecorderKey);
+CMOXPVRRecorder *Recorder() {
+    return CMOXPVRRecorderMgr::GetInstance()->GetRecorderInstance(kRecorderKey);
 }
-IMOXPVRPlayback *Playback() {
-    return MoxPvrAPI::GetPlaybackInstance(kPlaybackKey);
+CMOXPVRPlayback *Playback() {
+    return CMOXPVRPlaybackMgr::GetInstance()->GetPlaybackInstance(kPlaybackKey);
 }
 
 long DestroyAll() {
@@ -52,29 +42,6 @@ long DestroyAll() {
     return 0;
 }
 
-long CallRecorder(TVCallbackType type) {
-    static TvStreamAsmSoundCommand command{2};
-    static const BusMessage message = ApplicationMessage(4);
-    const bool isCommand = type == TV_PLAYER_CALLBACK_ASM_COMMAND;
-    Fake().callback(type, Fake().callbackUser,
-                    isCommand ? static_cast<void *>(&command) : message.get());
-    return 0;
-}
-long CallPlayback(TVCallbackType type, int subEvent = 0, int timeCode = 0, int error = 0) {
-    IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property{subEvent, timeCode, error};
-    Playback()->DoTvpCallback(type, &property);
-    return 0;
-}
-
-TSAudio Audio(std::uint16_t pid) {
-    TSAudio audio{};
-    audio.pid = pid;
-    return audio;
-}
-
-constexpr IMOXPVRPlayback::MOXPVRPlaybackProperty kProperty{1, 2, 3, 4, 5};
-constexpr EAudioSelectionType kByUser = AUDIO_SELECTION_USER;
-constexpr TSVideo kVideo{{}, 0x100, VIDEO_ENCODE_MPEG2, 0x102, 0};
 const std::map<std::string, std::function<long()>> kCalls = {
     {"Gone", DestroyAll},
     {"NoChannels", [] { return Fake().channels.clear(), 0; }},
@@ -82,59 +49,52 @@ const std::map<std::string, std::function<long()>> kCalls = {
     {"Described", [] { return Fake().results["tv_stream_is_audio_description_enabled"] = 1; }},
     {"RegisterRecorder", [] { return mox_pvr_set_recorder_handle(kRecorder); }},
     {"RegisterPlayback", [] { return mox_pvr_set_tv_stream(kStream); }},
-    {"FindRecorder", [] { return Recorder() == nullptr; }},
-    {"FindPlayback", [] { return Playback() == nullptr; }},
+    {"FindRecorder", [] { return MoxPvrAPI::GetRecorderInstance(kRecorderKey) == nullptr; }},
+    {"FindPlayback", [] { return MoxPvrAPI::GetPlaybackInstance(kPlaybackKey) == nullptr; }},
     {"DestroyRecorder", [] { return MoxPvrAPI::DestroyRecorder(kRecorderKey); }},
     {"DestroyPlayback", [] { return MoxPvrAPI::DestroyPlayback(kPlaybackKey); }},
-    {"RecorderFileName", [] { return Recorder()->GetFileName(g_out.name); }},
-    {"RecordProgress", [] { return Recorder()->GetRecordProgress(g_out.times[0]); }},
-    {"RecorderHandle", [] { return Recorder()->GetMoxHandle(g_out.handle); }},
-    {"RecorderHook", [] { return Recorder()->DoTvpCallback({}, nullptr, nullptr), 0; }},
-    {"PlaybackHook", [] { return Playback()->DoTvpCallback({}, nullptr, nullptr), 0; }},
-    {"ServiceId", [] { return Recorder()->GetServiceId(g_out.service); }},
-    {"RecorderState", [] { return Recorder()->GetState(g_out.recorder); }},
-    {"SoundCommand", [] { return CallRecorder(TV_PLAYER_CALLBACK_ASM_COMMAND); }},
-    {"Message", [] { return CallRecorder(TV_PLAYER_CALLBACK_PVR_RECORDER_APPLICATION); }},
     {"Pids", [] { return mox_pvr_set_playback_pid_property(nullptr, 0x200, 0x201, 0x202); }},
-    {"Codecs", [] { return Playback()->SetPidProperty(0x200, 1, 0x201, 1, 0x202); }},
-    {"FirstCodecs", [] { return Playback()->SetPidProperty(0x100, 0, 0x101, 0, 0x102); }},
-    {"Streams", [] { return Playback()->SetPidProperty(kVideo, Audio(0x201)); }},
-    {"Chosen", [] { return Playback()->SetPidProperty(kVideo, Audio(0x201), kByUser); }},
-    {"PlaybackProperty", [] { return Playback()->SetPlaybackProperty(kProperty); }},
-    {"Description", [] { return Playback()->SetADProperty(Audio(0x110)); }},
-    {"NoDescription", [] { return Playback()->DisableADProperty(); }},
-    {"ChannelPids", [p = g_out.pids] { return Playback()->GetPidProperty(p[0], p[1], p[2]); }},
     {"FilePids",
-     [p = g_out.pids] {
-         return Playback()->GetPidPropertyByUri(std::move(g_out.uri), p[0], p[1], p[2]);
+     [] {
+         unsigned int pids[3];
+         return Playback()->GetPidPropertyByUri(std::move(g_uri), pids[0], pids[1], pids[2]);
      }},
-    {"FileType", [] { return Playback()->GetFileType(g_out.type); }},
-    {"PlaybackFileName", [] { return Playback()->GetFileName(g_out.name); }},
-    {"Progress", [] { return Playback()->GetPlaybackProgress(g_out.times[0], g_out.times[1]); }},
-    {"PlaybackHandle", [] { return Playback()->GetMoxHandle(g_out.handle); }},
-    {"PlaybackState", [] { return Playback()->GetState(g_out.playback); }},
-    {"Unmute", [] { return CallPlayback(TV_PLAYER_CALLBACK_VIDEODEC_UNMUTE); }},
-    {"Application", [] { return CallPlayback(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, 1); }},
-    {"Cross4000", [] { return CallPlayback(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, 3, 4000); }},
-    {"Cross9000", [] { return CallPlayback(TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION, 3, 9000); }},
-    {"Error", [] { return CallPlayback(TV_PLAYER_CALLBACK_PVR_PLAYER_ERROR, 0, 0, 1); }},
+    {"FileType",
+     [] {
+         IMOXPVRPlayback::eRecordedFileType type{};
+         return Playback()->GetFileType(type);
+     }},
 };
+
+/// @return an operation of an instance: one of its calls, or a request
+template <typename Instance>
+std::function<long()> StepOf(Instance *(*instance)(), const Calls<Instance> &calls, Side side,
+                             decltype(mox_pvr_control_recording) *control,
+                             const Operation &operation) {
+    const auto found = calls.find(operation.name);
+    if (found != calls.end())
+        return [instance, &call = found->second, operation]() -> long {
+            call(*instance(), operation, g_answer);
+            return g_answer.result;
+        };
+    return [control, text = RequestOf(side, operation.Request())]() mutable -> long {
+        unsigned int replySize = 0;
+        return control(static_cast<unsigned int>(text.size()),
+                       reinterpret_cast<unsigned char *>(text.data()), replySize,
+                       reinterpret_cast<unsigned char *>(g_reply));
+    };
+}
 
 /// @return a step that allocates nothing itself when it is run
 std::function<long()> Step(const std::string &step) {
     const auto call = kCalls.find(step);
     if (call != kCalls.end())
         return call->second;
-    const bool toRecorder = step[0] == 'R';
-    const auto control = toRecorder ? mox_pvr_control_recording : mox_pvr_control_playback;
-    std::string text = RequestOf(toRecorder ? Side::Recorder : Side::Playback,
-                                 std::regex_replace(step.substr(2), std::regex("FILE"), kFile));
-    return [control, text]() mutable {
-        unsigned int replySize = 0;
-        return control(static_cast<unsigned int>(text.size()),
-                       reinterpret_cast<unsigned char *>(text.data()), replySize,
-                       reinterpret_cast<unsigned char *>(g_out.reply));
-    };
+    const Operation operation(std::regex_replace(step, std::regex("FILE"), kFile));
+    return operation.kind == 'R' ? StepOf(Recorder, RecorderCalls(), Side::Recorder,
+                                          mox_pvr_control_recording, operation)
+                                 : StepOf(Playback, PlaybackCalls(), Side::Playback,
+                                          mox_pvr_control_playback, operation);
 }
 
 // --- What can be seen of the instances -----------------------------------------------------------
@@ -146,19 +106,20 @@ struct Question {
     const char *marker;
 };
 constexpr Question kRecorderQuestions[] = {
-    {"sink", "RecorderFileName", "fileName["},        {"service", "ServiceId", "ullServiceId["},
-    {"recorder", "RecorderState", "m_eRecordState["}, {"pids", "R UpdateSi 0", "pid ["},
-    {"si", "R UpdateSi 3 0x120 0x121 0x122", "49="},  {"type", "R Start", "c0["},
+    {"sink", "R GetFileName", "fileName["},          {"service", "R GetServiceId", "ullServiceId["},
+    {"recorder", "R GetState", "m_eRecordState["},   {"pids", "R UpdateSi 0", "pid ["},
+    {"si", "R UpdateSi 3 0x120 0x121 0x122", "49="}, {"type", "R Start", "c0["},
 };
 constexpr Question kPlaybackQuestions[] = {
-    {"recording", "PlaybackFileName", "fileName["},
-    {"playback", "PlaybackState", "m_ePlaybackState["},
+    {"recording", "P GetFileName", "fileName["},
+    {"playback", "P GetState", "m_ePlaybackState["},
     {"descrambled", "P AllPidDescrambled", "log 16 AllPidDescrambled(MoxPvrPlayback): "},
     {"", "Described", "nothing"},
-    {"ad", "Description", "134="},
-    {"unprogrammed", "FirstCodecs", "tv_stream_set_property(stream, "},
-    {"", "Cross9000", "nothing"},
-    {"recovery", "Unmute", "tv_player_set_position(player, "},
+    {"ad", "P SetADProperty 0x110", "134="},
+    {"unprogrammed", "P SetPidProperty/codecs 0x100 0 0x101 0 0x102",
+     "tv_stream_set_property(stream, "},
+    {"", "P DoTvpCallback 30 3 9000", "nothing"},
+    {"recovery", "P DoTvpCallback 16", "tv_player_set_position(player, "},
 };
 
 using State = std::map<std::string, std::string>;
@@ -182,9 +143,7 @@ void Ask(const Questions &questions, bool isThere, State &state) {
 }
 
 State Observe() {
-    State state{{"reply", g_out.reply}, {"name", g_out.name}};
-    const auto &[times, pids] = std::tie(g_out.times, g_out.pids);
-    state["out"] = Format("%ld %ld %u %u %u", times[0], times[1], pids[0], pids[1], pids[2]);
+    State state{{"reply", g_reply}, {"answer", g_answer.Text()}};
     Fake().failing = 0;
     Ask(kRecorderQuestions, Recorder() != nullptr, state);
     Ask(kPlaybackQuestions, Playback() != nullptr, state);
@@ -204,7 +163,7 @@ std::string Changes(const State &before, const State &after) {
 // --- The tests -----------------------------------------------------------------------------------
 
 /// One block of the table.
-struct Operation {
+struct Block {
     std::string name;
     std::vector<std::string> steps;
     std::vector<std::string> outcomes;
@@ -217,9 +176,9 @@ std::vector<std::string> Words(const std::string &text) {
     return {std::istream_iterator<std::string>(words), {}};
 }
 
-void ForEachOperation(const std::function<void(const Operation &)> &test) {
+void ForEachOperation(const std::function<void(const Block &)> &test) {
     for (const Scenario &scenario : LoadScenarios(OPERATIONS)) {
-        Operation operation{scenario.name, {}, {}, {}};
+        Block operation{scenario.name, {}, {}, {}};
         for (const std::string &line : scenario.lines) {
             const std::string kind = line.substr(0, line.find(' '));
             if (kind == ">")
@@ -238,7 +197,7 @@ void ForEachOperation(const std::function<void(const Operation &)> &test) {
 
 /// Both instances on a fresh platform, ready for an operation.
 struct Session {
-    explicit Session(const Operation &operation) {
+    explicit Session(const Block &operation) {
         Fake().Reset();
         Fake().channels = {{0, Channel(0x100, 0x101, 0x102)}, {4000, Channel(0x200, 0x201, 0x202)}};
         Fake().position = 5;
@@ -252,24 +211,24 @@ struct Session {
                 run();
             run = Step(step);
         }
-        ForgetOutput();
+        ForgetAnswers();
         Fake().All();
     }
     ~Session() {
         DestroyAll();
-        ForgetOutput();
+        ForgetAnswers();
     }
 
     std::function<long()> run;
 };
 
-State StateBefore(const Operation &operation) {
+State StateBefore(const Block &operation) {
     const Session session(operation);
     return Observe();
 }
 
 /// Runs an operation with each of its platform calls failing in turn; first with none.
-std::vector<std::string> Outcomes(const Operation &operation) {
+std::vector<std::string> Outcomes(const Block &operation) {
     const State before = StateBefore(operation);
     std::vector<std::string> outcomes;
     std::string usual;
@@ -294,7 +253,7 @@ std::vector<std::string> Outcomes(const Operation &operation) {
 
 TEST(FailureTest, PlatformFailuresGiveTheStatedResultAndState) {
     std::size_t failures = 0;
-    ForEachOperation([&](const Operation &operation) {
+    ForEachOperation([&](const Block &operation) {
         const std::vector<std::string> outcomes = Outcomes(operation);
         EXPECT_EQ(outcomes, operation.outcomes);
         failures += outcomes.size() - 1;
@@ -316,7 +275,7 @@ int FailureLines(const std::string &logs) {
 
 /// Runs an operation with some of its allocations failing.
 /// @return "result/failure lines"; nothing when there was none to fail
-std::string Starve(const Operation &operation, int first, int last) {
+std::string Starve(const Block &operation, int first, int last) {
     const State before = StateBefore(operation);
     Session session(operation);
     t_allocationFailure = {first, last};
@@ -331,7 +290,7 @@ std::string Starve(const Operation &operation, int first, int last) {
 
 TEST(FailureTest, LackOfMemoryLeavesEveryOperationWithItsResultAndAWholeState) {
     int failures = 0;
-    ForEachOperation([&](const Operation &operation) {
+    ForEachOperation([&](const Block &operation) {
         for (const int count : {1, 1000}) {
             std::vector<std::string> starved;
             std::string outcome;

@@ -15,12 +15,10 @@
 //
 //   MOXPVR_RECORD=1 build/debug/tests/library/library_tests --gtest_filter='Library/*'
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <fstream>
 
-#include "BusMessages.h"
-#include "InstanceTest.h"
+#include "InstanceCalls.h"
 #include "Scenarios.h"
 
 namespace {
@@ -75,64 +73,6 @@ Lines Contract(std::string operation, const std::string &file, const std::string
     return lines;
 }
 
-/// One line of a scenario, taken apart.
-struct Operation {
-    explicit Operation(const std::string &line) : kind(line[0]) {
-        std::istringstream words(line.substr(2));
-        words >> name;
-        for (std::string word; words >> word;) {
-            const auto equals = word.find('=');
-            if (word == "=")
-                words >> result;
-            else if (equals != std::string::npos)
-                answers[word.substr(0, equals)] = word.substr(equals + 1);
-            else
-                fields.push_back(word);
-        }
-    }
-
-    /// A field as a number of whatever type is asked for; 0 after the last one.
-    struct Number {
-        template <typename Type, typename = std::enable_if_t<!std::is_class_v<Type>>>
-        operator Type() const {
-            return static_cast<Type>(value);
-        }
-        long long value;
-    };
-    Number operator[](std::size_t field) const {
-        return {field < fields.size() ? std::stoll(fields[field], nullptr, 0) : 0};
-    }
-
-    std::string Request() const {
-        std::string words = name;
-        for (const std::string &field : fields)
-            words += ' ' + field;
-        return words;
-    }
-
-    /// @return the line as it is when the operation ends with this
-    std::string Line(unsigned int endResult, const std::string &reply, unsigned int state) const {
-        std::string line = kind + (' ' + Request());
-        if (endResult != 0)
-            line += Format(" = %u", endResult);
-        for (const auto &[call, answer] : answers) {
-            if (call != "reply" && call != "state")
-                line += Format(" %s=%s", call.c_str(), answer.c_str());
-        }
-        if (reply != "none")
-            line += " reply=" + reply;
-        if (answers.count("state") != 0)
-            line += Format(" state=%u", state);
-        return line;
-    }
-
-    char kind;
-    std::string name;
-    std::vector<std::string> fields;
-    unsigned int result = 0;
-    std::map<std::string, std::string> answers;
-};
-
 void SetPlatform(const Operation &setting) {
     if (setting.name == "channel")
         Fake().channels[setting[0]] =
@@ -154,101 +94,11 @@ void SetPlatform(const Operation &setting) {
         FAIL() << setting.name;
 }
 
-// --- What is done to an instance besides requests ------------------------------------------------
-
-template <typename Instance>
-using Calls =
-    std::map<std::string, std::function<void(Instance &, const Operation &, unsigned int &)>>;
-
-/// The message that fields name from one on: "error" and a code, or an application's type and
-/// parameter; none without a field.
-BusMessage MessageOf(const Operation &words, std::size_t at) {
-    if (words.fields.size() <= at)
-        return {nullptr, gst_message_unref};
-    if (words.fields[at] == "error")
-        return ErrorMessage(words[at + 1], words.fields.size() > at + 2 ? nullptr : "debug");
-    return ApplicationMessage(words[at], words[at + 1]);
-}
-
 const Calls<CMOXPVRRecorder> &CallsOf(const CMOXPVRRecorder & /*instance*/) {
-    static TvStreamAsmSoundCommand command;
-    const auto callBack = [](const Operation &w, void *user) {
-        const bool isMessage = static_cast<int>(w[0]) < TV_PLAYER_CALLBACK_ASM_COMMAND;
-        const BusMessage message = MessageOf(w, isMessage ? 1 : w.fields.size());
-        command.command = isMessage ? 0 : static_cast<int>(w[1]);
-        Fake().callback(w[0], user, isMessage ? static_cast<void *>(message.get()) : &command);
-    };
-    static const Calls<CMOXPVRRecorder> calls = {
-        {"RecordCB", [=](auto &, auto &w, auto &) { callBack(w, Fake().callbackUser); }},
-        {"RecordCB/for-nobody", [=](auto &, auto &w, auto &) { callBack(w, nullptr); }},
-        {"AppCB", [](auto &r, auto &w, auto &) { r.AppCB(MessageOf(w, 0).get()); }},
-        {"ErrorCB", [](auto &r, auto &w, auto &) { r.ErrorCB(MessageOf(w, 0).get()); }},
-        {"AsmCB",
-         [](auto &r, auto &w, auto &) {
-             command.command = w[0];
-             r.AsmCB(w.fields.empty() ? nullptr : &command);
-         }},
-    };
-    return calls;
+    return RecorderCalls();
 }
-
-void DoTvpCallback(CMOXPVRPlayback &playback, const Operation &w, unsigned int & /*result*/) {
-    IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property{w[1], w[2], w[3]};
-    playback.DoTvpCallback(w[0], &property);
-    EXPECT_EQ(property.timeCode, static_cast<int>(w[w.fields.size() > 4 ? 4 : 2]));
-}
-
-TSVideo Video(const Operation &w) {
-    return {{}, w[0], w[1], w[2], 0};
-}
-TSAudio Audio(const Operation &w, std::size_t at) {
-    TSAudio audio{};
-    audio.pid = w[at];
-    audio.codecType = w[at + 1];
-    audio.multiSoundMode = MULTI_SOUND_DUAL_MIX;
-    return audio;
-}
-
-void GetPidProperty(CMOXPVRPlayback &playback, const Operation &w, unsigned int &result) {
-    std::array<unsigned int, 3> pids = {9, 9, 9};
-    result = playback.GetPidProperty(pids[0], pids[1], pids[2]);
-    EXPECT_EQ(pids, (std::array<unsigned int, 3>{w[0], w[1], w[2]}));
-}
-
 const Calls<CMOXPVRPlayback> &CallsOf(const CMOXPVRPlayback & /*instance*/) {
-    using Property = IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty;
-    constexpr Property *kNoRecord = nullptr;
-    constexpr GstMessage *kNoMessage = nullptr;
-    static const Calls<CMOXPVRPlayback> calls = {
-        {"DoTvpCallback", DoTvpCallback},
-        {"DoTvpCallback/without-record",
-         [=](auto &p, auto &w, auto &) { p.DoTvpCallback(w[0], kNoRecord); }},
-        {"DoTvpCallback/of-the-platform",
-         [](auto &p, auto &, auto &) { p.DoTvpCallback({}, nullptr, nullptr); }},
-        {"UnmuteCB", [=](auto &p, auto &w, auto &) { p.UnmuteCB(w[0], kNoRecord); }},
-        {"UnmuteCB/message", [=](auto &p, auto &w, auto &) { p.UnmuteCB(w[0], kNoMessage); }},
-        {"AppCB", [](auto &p, auto &w, auto &) { p.AppCB(MessageOf(w, 0).get()); }},
-        {"ErrorCB", [](auto &p, auto &w, auto &) { p.ErrorCB(MessageOf(w, 0).get()); }},
-        {"SetPidProperty/pids",
-         [](auto &p, auto &w, auto &r) { r = p.SetPidProperty(w[0], w[1], w[2]); }},
-        {"SetPidProperty/codecs",
-         [](auto &p, auto &w, auto &r) { r = p.SetPidProperty(w[0], w[1], w[2], w[3], w[4]); }},
-        {"SetPidProperty/streams",
-         [](auto &p, auto &w, auto &r) { r = p.SetPidProperty(Video(w), Audio(w, 3)); }},
-        {"SetPidProperty/choice",
-         [](auto &p, auto &w, auto &r) { r = p.SetPidProperty(Video(w), Audio(w, 3), w[5]); }},
-        {"IsExceptionAudioChangeCase",
-         [](auto &p, auto &w, auto &r) { r = p.IsExceptionAudioChangeCase(w[0]); }},
-        {"SetPlaybackProperty",
-         [](auto &p, auto &w, auto &r) {
-             r = p.SetPlaybackProperty({w[0], w[1], w[2], w[3], w[4]});
-         }},
-        {"SetADProperty", [](auto &p, auto &w, auto &r) { r = p.SetADProperty(Audio(w, 0)); }},
-        {"DisableADProperty", [](auto &p, auto &, auto &r) { r = p.DisableADProperty(); }},
-        {"Reset/audio", [](auto &p, auto &, auto &r) { r = p.Reset(true); }},
-        {"GetPidProperty", GetPidProperty},
-    };
-    return calls;
+    return PlaybackCalls();
 }
 
 unsigned int StateOf(IMOXPVRRecorder &instance) {
@@ -302,11 +152,13 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
     void Perform(const Operation &operation) {
         const auto &calls = CallsOf(this->m_instance);
         const auto call = calls.find(operation.name);
-        m_result = 0;
-        if (call != calls.end())
-            call->second(this->m_instance, operation, m_result);
-        else
+        if (call != calls.end()) {
+            Answer answer;
+            call->second(this->m_instance, operation, answer);
+            std::tie(m_result, this->m_reply) = std::pair(answer.result, answer.Text());
+        } else {
             m_result = this->Send(operation.Request());
+        }
         EXPECT_EQ(m_result, operation.result);
         const auto reply = operation.answers.find("reply");
         EXPECT_EQ(this->m_reply, reply != operation.answers.end() ? reply->second : "none");
