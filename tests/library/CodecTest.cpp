@@ -138,11 +138,11 @@ class DispatchTest : public InstanceTest<Instance> {
         for (unsigned int number = 1; number <= rows.size(); ++number) {
             std::string operation, result, failure, need;
             std::istringstream(rows[number - 1]) >> operation >> result >> failure >> need;
-            const std::string place = ' ' + operation + FileOf(this->m_instance);
+            const std::string place = ' ' + operation + this->kFile;
             for (char *const reply : {this->m_buffer, static_cast<char *>(nullptr)}) {
                 SCOPED_TRACE(operation + (reply != nullptr ? "" : " without a buffer"));
                 const bool isReached = reply != nullptr || need != "reply";
-                std::string text = RequestOf(SideOf(this->m_instance), std::to_string(number));
+                std::string text = RequestOf(this->kSide, std::to_string(number));
                 EXPECT_EQ(std::to_string(this->Send(text.data(), 8, reply)), result);
                 const std::string journal = Fake().All();
                 EXPECT_EQ(journal.find(place) == std::string::npos,
@@ -169,8 +169,7 @@ class DispatchTest : public InstanceTest<Instance> {
         EXPECT_EQ(this->Send(text.data(), 2, this->m_buffer), 0U);
         for (const unsigned int command : {0U, unknown, ~0U}) {
             EXPECT_EQ(this->Send(std::to_string(command)), 2U);
-            EXPECT_NE(Fake().All().find(Format("%s%s", FileOf(this->m_instance), refusal)),
-                      std::string::npos);
+            EXPECT_NE(Fake().All().find(Format("%s%s", this->kFile, refusal)), std::string::npos);
         }
     }
 };
@@ -189,9 +188,9 @@ TEST_F(RecorderDispatch, ReachesOneOperationPerCommand) {
     CheckRefusals(20, "[FAT] CtrlRecorder | error command\n");
     std::string upper = "0A000000";
     EXPECT_EQ(Send(upper.data(), 8, m_buffer), 1U);
-    EXPECT_EQ(Fake().All(), Expand("CtrlRecorder", FileOf(m_instance), R"(
+    Expect("CtrlRecorder", R"(
 4 CtrlRecorder | inSize[8] inData[0A000000]; 4 CtrlRecorder | cmd [10]
-@GetProgress; 4 GetProgress | this func is started; 16 failed [m_handle]\n)"));
+@GetProgress; 4 GetProgress | this func is started; 16 failed [m_handle]\n)");
 }
 
 TEST_F(RecorderTest, OperationsWithoutARecordOrATextAnswerSoAndCallNothing) {
@@ -219,8 +218,8 @@ TEST_F(PlaybackDispatch, ReachesOneOperationPerCommand) {
     }
     CheckRefusals(14, "[FAT] CMOXPVRPlayback | error command \n");
     EXPECT_EQ(Send("14"), 2U);
-    EXPECT_EQ(Fake().All(), Expand("CtrlPlayback", FileOf(m_instance), R"(
-4 CMOXPVRPlayback | play command [14]; 16 [FAT] CMOXPVRPlayback | error command )"));
+    Expect("CtrlPlayback", R"(
+4 CMOXPVRPlayback | play command [14]; 16 [FAT] CMOXPVRPlayback | error command )");
 }
 
 }  // namespace

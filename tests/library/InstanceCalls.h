@@ -42,7 +42,8 @@ struct Operation {
     }
 
     /// @return the line as it is when the operation ends with this
-    std::string Line(unsigned int endResult, const std::string &reply, unsigned int state) const {
+    std::string Line(unsigned int endResult, const std::string &reply,
+                     const std::string &state) const {
         std::string line = kind + (' ' + Request());
         if (endResult != 0)
             line += Format(" = %u", endResult);
@@ -53,7 +54,7 @@ struct Operation {
         if (reply != "none")
             line += " reply=" + reply;
         if (answers.count("state") != 0)
-            line += Format(" state=%u", state);
+            line += " state=" + state;
         return line;
     }
 

@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <sstream>
+#include <type_traits>
 
 #include "FakePlatform.h"
 #include "MoxPvr.h"
@@ -26,29 +27,6 @@ inline TvChannelInfo Channel(int video, int audio, int pcr, int videoType = VIDE
     info.multiSoundMode = MULTI_SOUND_STEREO;
     info.reserved[1] = static_cast<std::uint8_t>(oneAudio);
     return info;
-}
-
-inline const char *FileOf(const IMOXPVRRecorder & /*instance*/) {
-    return "(MoxPvrRecord): ";
-}
-inline const char *FileOf(const IMOXPVRPlayback & /*instance*/) {
-    return "(MoxPvrPlayback): ";
-}
-
-inline Side SideOf(const IMOXPVRRecorder & /*instance*/) {
-    return Side::Recorder;
-}
-inline Side SideOf(const IMOXPVRPlayback & /*instance*/) {
-    return Side::Playback;
-}
-
-inline unsigned int Control(IMOXPVRRecorder &instance, unsigned int size, unsigned char *text,
-                            unsigned int &replySize, unsigned char *reply) {
-    return instance.CtrlRecorder(size, text, replySize, reply);
-}
-inline unsigned int Control(IMOXPVRPlayback &instance, unsigned int size, unsigned char *text,
-                            unsigned int &replySize, unsigned char *reply) {
-    return instance.CtrlPlayback(size, text, replySize, reply);
 }
 
 /// Writes an expected journal out. Its entries stand on lines of their own or behind "; ":
@@ -77,32 +55,42 @@ inline std::string Expand(std::string operation, const std::string &file, std::s
     return expanded;
 }
 
-template <typename Instance>
-Instance Make() {
-    return Instance();
-}
-template <>
-inline CMOXPVRPlayback Make() {
-    return CMOXPVRPlayback(FakePlatform::Now);
-}
-
+/// On an instance that has no objects of the platform yet.
 template <typename Instance>
 class InstanceTest : public testing::Test {
   protected:
+    static constexpr bool kRecords = std::is_base_of_v<IMOXPVRRecorder, Instance>;
+    static constexpr Side kSide = kRecords ? Side::Recorder : Side::Playback;
+    static constexpr const char *kFile = kRecords ? "(MoxPvrRecord): " : "(MoxPvrPlayback): ";
+
     void SetUp() override { Fake().Reset(); }
+
+    /// Makes it the recorder (301, 7) with tuner index 2, or the playback (1, 0).
+    void Initilize(bool hasObjects) {
+        if constexpr (kRecords)
+            m_instance.Initilize({PROFILE_TYPE_RECORD, 7}, hasObjects ? kRecorder : nullptr, 2);
+        else
+            m_instance.Initilize({}, hasObjects ? kPlayer : nullptr,
+                                 hasObjects ? kStream : nullptr);
+        Fake().All();
+    }
 
     /// Sends a request, in words, through the interface; the reply is kept, "none" when its length
     /// was not set.
     unsigned int Send(const std::string &request) {
-        std::string text = RequestOf(SideOf(m_instance), request);
+        std::string text = RequestOf(kSide, request);
         return Send(text.data(), static_cast<unsigned int>(text.size()), m_buffer);
     }
 
     unsigned int Send(char *text, unsigned int size, char *reply) {
+        auto *const bytes = reinterpret_cast<unsigned char *>(text);
+        auto *const replyBytes = reinterpret_cast<unsigned char *>(reply);
         unsigned int replySize = 777;
-        const unsigned int result =
-            Control(m_instance, size, reinterpret_cast<unsigned char *>(text), replySize,
-                    reinterpret_cast<unsigned char *>(reply));
+        unsigned int result = 0;
+        if constexpr (kRecords)
+            result = m_instance.CtrlRecorder(size, bytes, replySize, replyBytes);
+        else
+            result = m_instance.CtrlPlayback(size, bytes, replySize, replyBytes);
         m_reply = replySize == 777 ? "none" : std::string(m_buffer, std::strlen(m_buffer));
         EXPECT_TRUE(replySize == 777 || reply == nullptr || replySize == m_reply.size());
         return result;
@@ -110,55 +98,31 @@ class InstanceTest : public testing::Test {
 
     /// Compares everything that happened since the last look.
     void Expect(const std::string &operation, const std::string &journal) {
-        EXPECT_EQ(Fake().All(), Expand(operation, FileOf(m_instance), journal));
+        EXPECT_EQ(Fake().All(), Expand(operation, kFile, journal));
     }
 
-    /// Where the lines of the dispatcher end.
-    static std::size_t AfterDispatch(const std::string &journal) {
-        std::size_t at = 0;
-        while (journal.compare(at, 10, "log 4 Ctrl") == 0)
-            at = journal.find('\n', at) + 1;
-        return at;
+    static Instance Make() {
+        if constexpr (kRecords)
+            return Instance();
+        else
+            return Instance(FakePlatform::Now);
     }
 
-    Instance m_instance = Make<Instance>();
+    Instance m_instance = Make();
     char m_buffer[64] = {};
     std::string m_reply;
 };
 
-/// A recorder (301, 7) with tuner index 2.
-class RecorderTest : public InstanceTest<CMOXPVRRecorder> {
+/// On an instance with objects.
+template <typename Instance>
+class ReadyInstanceTest : public InstanceTest<Instance> {
   protected:
     void SetUp() override {
-        InstanceTest::SetUp();
-        Initilize(true);
-        Fake().All();
-    }
-
-    void Initilize(bool hasObjects) {
-        m_instance.Initilize({PROFILE_TYPE_RECORD, 7}, hasObjects ? kRecorder : nullptr, 2);
+        InstanceTest<Instance>::SetUp();
+        this->Initilize(true);
     }
 };
-
-/// A playback (1, 0).
-class PlaybackTest : public InstanceTest<CMOXPVRPlayback> {
-  protected:
-    void SetUp() override {
-        InstanceTest::SetUp();
-        Initilize(true);
-        Fake().All();
-    }
-
-    void Initilize(bool hasObjects) {
-        m_instance.Initilize({}, hasObjects ? kPlayer : nullptr, hasObjects ? kStream : nullptr);
-    }
-
-    /// Opens a recording, or a timeshift buffer, of this channel throughout.
-    void Open(const TvChannelInfo &info, bool timeshift = false) {
-        Fake().channels = {{0, info}};
-        EXPECT_EQ(Send(Format("SetProperty /pvr/a.srf 0 %d", timeshift)), 0U);
-        Fake().All();
-    }
-};
+using RecorderTest = ReadyInstanceTest<CMOXPVRRecorder>;
+using PlaybackTest = ReadyInstanceTest<CMOXPVRPlayback>;
 
 #endif

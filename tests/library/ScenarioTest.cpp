@@ -94,20 +94,12 @@ void SetPlatform(const Operation &setting) {
         FAIL() << setting.name;
 }
 
-const Calls<CMOXPVRRecorder> &CallsOf(const CMOXPVRRecorder & /*instance*/) {
-    return RecorderCalls();
-}
-const Calls<CMOXPVRPlayback> &CallsOf(const CMOXPVRPlayback & /*instance*/) {
-    return PlaybackCalls();
-}
-
-unsigned int StateOf(IMOXPVRRecorder &instance) {
-    IMOXPVRRecorder::ePvrRecordState state{};
-    return static_cast<unsigned int>(instance.GetState(state)) + state;
-}
-unsigned int StateOf(IMOXPVRPlayback &instance) {
-    IMOXPVRPlayback::ePvrPlaybackState state{};
-    return instance.GetState(state) + state;
+/// Where the lines of the dispatcher end.
+std::size_t AfterDispatch(const std::string &journal) {
+    std::size_t at = 0;
+    while (journal.compare(at, 10, "log 4 Ctrl") == 0)
+        at = journal.find('\n', at) + 1;
+    return at;
 }
 
 template <typename Base>
@@ -146,13 +138,18 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
             this->Initilize(hasObjects);
         else
             SetPlatform(setting);
-        Fake().All();
+    }
+
+    static const auto &AllCalls() {
+        if constexpr (Base::kRecords)
+            return RecorderCalls();
+        else
+            return PlaybackCalls();
     }
 
     void Perform(const Operation &operation) {
-        const auto &calls = CallsOf(this->m_instance);
-        const auto call = calls.find(operation.name);
-        if (call != calls.end()) {
+        const auto call = AllCalls().find(operation.name);
+        if (call != AllCalls().end()) {
             Answer answer;
             call->second(this->m_instance, operation, answer);
             std::tie(m_result, this->m_reply) = std::pair(answer.result, answer.Text());
@@ -181,17 +178,17 @@ class ScenarioTest : public Base, public testing::WithParamInterface<Scenario> {
         Perform(operation);
         EXPECT_TRUE(Fake().during.empty()) << "calls that were not made";
         std::string left = operation.kind == '>' ? Fake().All() : Fake().Effects();
-        left.erase(0, operation.kind == '-' ? left.size() : this->AfterDispatch(left));
-        const std::string file = FileOf(this->m_instance);
+        left.erase(0, operation.kind == '-' ? left.size() : AfterDispatch(left));
         const std::string function = operation.name.substr(0, operation.name.find('/'));
-        EXPECT_EQ(left, Expand(function, file, journal));
-        const unsigned int state = StateOf(this->m_instance);
+        EXPECT_EQ(left, Expand(function, this->kFile, journal));
+        Answer state;
+        AllCalls().at("GetState")(this->m_instance, operation, state);
         if (answers.count("state") != 0) {
-            EXPECT_EQ(std::to_string(state), answers["state"]);
+            EXPECT_EQ(state.Text(), answers["state"]);
         }
         Fake().All();
-        recorded.back() = operation.Line(m_result, this->m_reply, state);
-        for (const std::string &line : Contract(function, file, left))
+        recorded.back() = operation.Line(m_result, this->m_reply, state.Text());
+        for (const std::string &line : Contract(function, this->kFile, left))
             recorded.push_back(line);
     }
 

@@ -16,8 +16,9 @@ std::size_t CountLines(const std::string &text, const std::string &line) {
 }
 
 TEST_F(PlaybackTest, TakesCallbacksWhileCommandsRun) {
-    Open(Channel(0x100, 0x101, 0x102));
-    Fake().channels[20000] = Channel(0x200, 0x201, 0x202, VIDEO_ENCODE_H264);
+    Fake().channels = {{0, Channel(0x100, 0x101, 0x102)},
+                       {20000, Channel(0x200, 0x201, 0x202, VIDEO_ENCODE_H264)}};
+    Send("SetProperty /pvr/a.srf");
     const auto call = [this](TVCallbackType type, int subEvent, int time) {
         IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property{subEvent, time, 0};
         m_instance.DoTvpCallback(type, &property);
