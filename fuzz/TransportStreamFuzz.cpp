@@ -10,59 +10,44 @@
 
 #include "player/Recording.h"
 #include "ScratchFiles.h"
-#include "SectionCrc.h"
 #include "ts/ServiceWatch.h"
 #include "ts/TsPacket.h"
+#include "TsBuilder.h"
 
 namespace {
 
 using tvdesktop::Recording;
 using tvdesktop::ts::ChannelStretch;
 using tvdesktop::ts::kPacketSize;
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr int kMostParts = 64;
 
 /// A packet with a clock reference or any other header, its payload from the input.
-void AppendPacket(FuzzedDataProvider &input, Bytes &stream) {
+void AppendPacket(FuzzedDataProvider &input, TsBuilder &stream) {
     Bytes packet = input.ConsumeBytes<std::uint8_t>(
         input.ConsumeIntegralInRange<std::size_t>(0, kPacketSize - 1));
     packet.insert(packet.begin(), tvdesktop::ts::kSyncByte);
     packet.resize(kPacketSize, 0xFF);
-    stream.insert(stream.end(), packet.begin(), packet.end());
+    stream.data += packet;
 }
 
-/// A section whose length and checksum are right, whatever else it says, in as many packets as it
-/// needs: the decoders behind the checksum see hostile tables too.
-void AppendSection(FuzzedDataProvider &input, Bytes &stream) {
-    constexpr std::uint16_t kPids[] = {0x0000, 0x0011, 0x0100, 0x1000};
-    const std::uint16_t pid = input.PickValueInArray(kPids);
+/// A section whose length and checksum are right, whatever else it says: the decoders after the
+/// checksum see hostile tables too.
+void AppendSection(FuzzedDataProvider &input, TsBuilder &stream) {
+    const int pid = input.PickValueInArray({0x0000, 0x0011, 0x0100, 0x1000});
     Bytes section =
         input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(8, 1020));
     section.resize(std::max<std::size_t>(section.size(), 8));
     const std::size_t length = section.size() + 4 - 3;
     section[1] = static_cast<std::uint8_t>((section[1] & 0xF0) | length >> 8);
     section[2] = static_cast<std::uint8_t>(length);
-    AppendCrc32(section);
-    section.insert(section.begin(), 0);  // pointer_field
-    for (std::size_t begin = 0; begin < section.size(); begin += kPacketSize - 4) {
-        const auto unitStart = static_cast<std::uint8_t>(begin == 0 ? 0x40 : 0);
-        const auto counter = static_cast<std::uint8_t>(stream.size() / kPacketSize & 0x0F);
-        Bytes packet = {0x47, static_cast<std::uint8_t>(unitStart | pid >> 8),
-                        static_cast<std::uint8_t>(pid), static_cast<std::uint8_t>(0x10 | counter)};
-        const std::size_t end = std::min(section.size(), begin + kPacketSize - 4);
-        packet.insert(packet.end(), section.begin() + static_cast<std::ptrdiff_t>(begin),
-                      section.begin() + static_cast<std::ptrdiff_t>(end));
-        packet.resize(kPacketSize, 0xFF);
-        stream.insert(stream.end(), packet.begin(), packet.end());
-    }
+    stream.Section(pid, section);
 }
 
 /// Bytes that are no packet.
-void AppendDamage(FuzzedDataProvider &input, Bytes &stream) {
-    const Bytes bytes =
+void AppendDamage(FuzzedDataProvider &input, TsBuilder &stream) {
+    stream.data +=
         input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(0, 400));
-    stream.insert(stream.end(), bytes.begin(), bytes.end());
 }
 
 void CheckPackets(const std::string &path, const Bytes &stream) {
@@ -157,15 +142,16 @@ void CheckRecording(const std::string &path, FuzzedDataProvider &input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    constexpr void (*kParts[])(FuzzedDataProvider &, Bytes &) = {AppendPacket, AppendSection,
-                                                                 AppendDamage};
+    constexpr void (*kParts[])(FuzzedDataProvider &, TsBuilder &) = {AppendPacket, AppendSection,
+                                                                     AppendDamage};
     static const ScratchFiles scratch;
     FuzzedDataProvider input(data, size);
     const std::string log = input.ConsumeRandomLengthString(4000);
     const std::string times = input.ConsumeRandomLengthString(20);
-    Bytes stream;
+    TsBuilder parts;
+    const Bytes &stream = parts.data;
     for (int part = 0; part < kMostParts && input.remaining_bytes() > 0; ++part)
-        input.PickValueInArray(kParts)(input, stream);
+        input.PickValueInArray(kParts)(input, parts);
     scratch.Write("r.ts", stream.data(), stream.size());
     scratch.Write("r.ts.chan", log.data(), log.size());
 

@@ -11,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "SectionCrc.h"
 #include "ts/TsPacket.h"
 
 using Bytes = std::vector<std::uint8_t>;
@@ -39,6 +38,18 @@ inline Bytes &operator+=(Bytes &first, const Bytes &second) {
 }
 inline Bytes operator+(Bytes first, const Bytes &second) {
     return first += second;
+}
+
+/// Appends the CRC_32 of a section that ends before it: ISO/IEC 13818-1, annex A.
+inline void AppendCrc32(Bytes &section) {
+    std::uint32_t crc = ~0U;
+    for (const std::uint8_t byte : section) {
+        crc ^= static_cast<std::uint32_t>(byte) << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc << 1 ^ ((crc & 0x80000000U) != 0 ? 0x04C11DB7U : 0U);
+    }
+    for (int shift = 24; shift >= 0; shift -= 8)
+        section.push_back(static_cast<std::uint8_t>(crc >> shift));
 }
 
 /// Every call appends whole packets to `data`; continuity counters run per PID.
@@ -92,6 +103,19 @@ class TsBuilder {
         return Section(0x11, 0x42, body);
     }
 
+    /// A section, without its checksum, in as many packets as it needs.
+    TsBuilder &Section(int pid, Bytes section) {
+        AppendCrc32(section);
+        section.insert(section.begin(), 0);  // pointer_field
+        for (std::size_t at = 0; at < section.size(); at += 184) {
+            Bytes packet = Header(pid, at == 0, 0x10);
+            packet += Part(section, at, std::min<std::size_t>(section.size() - at, 184));
+            packet.resize(188, 0xFF);
+            data += packet;
+        }
+        return *this;
+    }
+
     /// A packet with an adaptation field that holds a PCR in 27 MHz ticks, and a payload.
     TsBuilder &Pcr(int pid, std::int64_t ticks, bool unitStart = false) {
         Bytes packet = Header(pid, unitStart, 0x30);
@@ -137,19 +161,9 @@ class TsBuilder {
 
     TsBuilder &Section(int pid, int tableId, const Bytes &body) {
         const auto length = static_cast<int>(body.size()) + 4;
-        Bytes section;
-        Append(section, {tableId, 0xB0 | length >> 8, length});
-        section += body;
-        AppendCrc32(section);
-        section.insert(section.begin(), 0);  // pointer_field
-        for (std::size_t at = 0; at < section.size(); at += 184) {
-            Bytes packet = Header(pid, at == 0, 0x10);
-            const std::size_t end = std::min(section.size(), at + 184);
-            packet += Part(section, at, end - at);
-            packet.resize(188, 0xFF);
-            data += packet;
-        }
-        return *this;
+        Bytes head;
+        Append(head, {tableId, 0xB0 | length >> 8, length});
+        return Section(pid, head + body);
     }
 
     /// Fills a packet up; a serial number makes every packet different from all others.
