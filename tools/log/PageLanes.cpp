@@ -21,7 +21,8 @@ constexpr int kMarkerRow = 30;
 constexpr int kLaneRow = 32;
 constexpr int kRateRow = 56;
 constexpr int kAxisRow = 30;
-constexpr int kBarGap = 4;  // above and below a bar
+constexpr int kAxisText = 18;  // of its base line, in its row
+constexpr int kBarGap = 4;     // above and below a bar
 
 constexpr double kLeastWidth = 0.0012;   // of a bar, so that it can be seen
 constexpr double kMarkerPlaces = 3'000;  // markers of one kind that are nearer are one
@@ -304,19 +305,20 @@ void LanePainter::PaintRate(const Stretch &stretch, double highest) {
     AppendLabel(stretch, rate < 0 ? middle - most : middle, most);
 }
 
+/// The lines are under the bars, so the axis comes first in the picture.
 void LanePainter::PaintAxis() {
-    m_rows += "<g class=\"axis\">\n";
+    std::string ticks;
     const double step = m_axis.Step();
     const double end = m_axis.Start() + m_axis.Length();
     for (double tick = std::ceil(m_axis.Start() / step) * step; tick <= end; tick += step) {
         const std::string x = Percent((tick - m_axis.Start()) / m_axis.Length());
-        m_rows += "<line x1=\"" + x + "\" x2=\"" + x + "\" y1=\"0\" y2=\"" + Number(m_height) +
-                  "\"/><text x=\"" + x + "\" y=\"" + Number(m_height + 18) + "\">" +
-                  m_axis.TickText(tick, step) + "</text>\n";
+        ticks += "<line x1=\"" + x + "\" x2=\"" + x + "\" y1=\"0\" y2=\"" + Number(m_height) +
+                 "\"/><text x=\"" + x + "\" y=\"" + Number(m_height + kAxisText) + "\">" +
+                 m_axis.TickText(tick, step) + "</text>\n";
     }
-    m_rows += "</g>\n";
-    m_names += std::string("<text class=\"unit\" x=\"0\" y=\"") + Number(m_height + 18) + "\">" +
-               (m_axis.HasTime() ? "Time" : "Line") + "</text>\n";
+    m_rows.insert(0, "<g class=\"axis\" aria-hidden=\"true\">\n" + ticks + "</g>\n");
+    m_names += std::string("<text class=\"unit\" x=\"0\" y=\"") + Number(m_height + kAxisText) +
+               "\">" + (m_axis.HasTime() ? "Time" : "Line") + "</text>\n";
     m_height += kAxisRow;
 }
 
@@ -330,9 +332,10 @@ std::string LanePainter::Rows() const {
     for (const double step : PageAxis::Steps())
         steps += (steps.empty() ? "" : " ") + Number(static_cast<std::size_t>(step * 1000));
     return "<svg id=\"plot\" role=\"group\" aria-label=\"The log over time\" height=\"" +
-           Number(m_height) + "\" data-start=\"" + std::to_string(m_axis.Start()) +
-           "\" data-length=\"" + std::to_string(m_axis.Length()) + "\" data-steps=\"" +
-           (m_axis.HasTime() ? steps : "") + "\">\n" + m_rows + "</svg>";
+           Number(m_height) + "\" data-bottom=\"" + Number(m_height - kAxisRow) +
+           "\" data-text=\"" + Number(m_height - kAxisRow + kAxisText) + "\" data-start=\"" +
+           std::to_string(m_axis.Start()) + "\" data-length=\"" + std::to_string(m_axis.Length()) +
+           "\" data-steps=\"" + (m_axis.HasTime() ? steps : "") + "\">\n" + m_rows + "</svg>";
 }
 
 }  // namespace

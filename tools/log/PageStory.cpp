@@ -9,11 +9,11 @@ namespace tool::log {
 
 namespace {
 
-constexpr std::size_t kMostLines = 150'000;  // of a page; more make browsers slow
-constexpr std::size_t kMostText = 1'000;     // bytes of a line's message
-constexpr std::size_t kChapterSteps = 300;   // a longer story is folded into chapters
-constexpr std::size_t kBriefValues = 6;      // shown without unfolding
-constexpr std::size_t kMostDepth = 8;        // deeper steps are shown at this depth
+constexpr std::size_t kMostLines = 150'000;   // of a page; more make browsers slow
+constexpr std::size_t kMostText = 1'000;      // bytes of a line's message
+constexpr std::size_t kChapterSteps = 1'000;  // a longer story is folded into chapters
+constexpr std::size_t kBriefValues = 6;       // shown without unfolding
+constexpr std::size_t kMostDepth = 8;         // deeper steps are shown at this depth
 
 void AppendElement(std::string &markup, const char *name, const char *kind,
                    const std::string &text) {

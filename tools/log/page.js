@@ -29,6 +29,20 @@
     return paragraph;
   }
 
+  // The step that caused this one, or that which caused that, to the first.
+  function outermost(step) {
+    const above = step.parentElement.closest('.step');
+    return above ? outermost(above) : step;
+  }
+
+  function copyOf(step) {
+    const copy = step.cloneNode(true);
+    copy.removeAttribute('id');
+    for (const element of copy.querySelectorAll('[id]')) element.removeAttribute('id');
+    for (const element of copy.querySelectorAll('details:not(.repeats)')) element.open = true;
+    return copy;
+  }
+
   function show(mark) {
     if (mark === shown) return;
     if (shown) shown.classList.remove('chosen');
@@ -40,20 +54,20 @@
       return;
     }
     mark.classList.add('chosen');
-    const copy = stepOf(mark).cloneNode(true);
-    copy.removeAttribute('id');
-    for (const element of copy.querySelectorAll('[id]')) element.removeAttribute('id');
-    for (const element of copy.querySelectorAll('details:not(.repeats)')) element.open = true;
+    const step = stepOf(mark);
+    const cause = outermost(step);
+    const isStretch = mark.classList.contains('stretch');
+    const top = document.createElement('div');
+    top.className = 'top';
+    if (isStretch) top.append(hint(mark.querySelector('title').textContent));
+    else if (cause !== step) top.append(hint('Caused by ' + cause.querySelector('.title').textContent));
     const go = document.createElement('a');
     go.className = 'go';
     go.href = mark.getAttribute('href');
     go.textContent = 'In the story';
-    const top = document.createElement('div');
-    top.className = 'top';
-    if (mark.classList.contains('stretch')) top.append(hint(mark.querySelector('title').textContent));
     top.append(go);
     const list = document.createElement('ol');
-    list.append(copy);
+    list.append(copyOf(isStretch ? cause : step));
     detail.replaceChildren(top, list);
   }
 
@@ -194,13 +208,12 @@
 
   function drawAxis() {
     const axis = plot.querySelector('.axis');
-    const bottom = plot.getAttribute('height') - 30;
     const step = stepFor(Math.max(2, plot.getBoundingClientRect().width / 80));
     axis.replaceChildren();
     for (let i = Math.ceil(start / step); i * step <= start + length; ++i) {
       const x = 100 * (i * step - start) / length + '%';
-      add(axis, 'line', { x1: x, x2: x, y1: 0, y2: bottom });
-      add(axis, 'text', { x: x, y: bottom + 18 }).textContent = tickText(i * step, step);
+      add(axis, 'line', { x1: x, x2: x, y1: 0, y2: plot.dataset.bottom });
+      add(axis, 'text', { x: x, y: plot.dataset.text }).textContent = tickText(i * step, step);
     }
   }
 
