@@ -1,5 +1,5 @@
 /// @file
-/// A disk that cannot be read from some place on.
+/// A disk that counts what is read, and that cannot be read from some place on.
 #ifndef TESTS_DESKTOP_BROKENDISK_H
 #define TESTS_DESKTOP_BROKENDISK_H
 
@@ -13,5 +13,12 @@ class BrokenDisk {
     BrokenDisk(const BrokenDisk &) = delete;
     BrokenDisk &operator=(const BrokenDisk &) = delete;
 };
+
+/// What all preads of the program took together, the stand-in's too.
+struct DiskUse {
+    std::uint64_t reads = 0;
+    std::uint64_t bytes = 0;
+};
+DiskUse UsedDisk();
 
 #endif

@@ -62,6 +62,9 @@ class PlaybackControl {
     /// @return whether a recorder still writes what is played
     bool IsBeingWritten() const { return tvdesktop::IsSourceBeingWritten(m_pvr.Player()); }
 
+    /// @return where the times of what is played come from
+    tvdesktop::TimeSource TimesFrom() const { return tvdesktop::GetTimeSource(m_pvr.Player()); }
+
   private:
     void LiftSoundMute();
 

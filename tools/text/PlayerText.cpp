@@ -46,4 +46,14 @@ std::string PlayerText(const tvdesktop::PlayerState &state) {
     return text;
 }
 
+std::string TimeSourceText(tvdesktop::TimeSource source, const std::string &recording) {
+    const std::string missing = recording + " has no index of its times that agrees with it: ";
+    if (source == tvdesktop::TimeSource::Scan)
+        return missing + "scanned it";
+    if (source == tvdesktop::TimeSource::Samples)
+        return missing + "scanned samples of it, so positions may be inexact (mox-pvr repair " +
+               recording + " makes an index)";
+    return "";
+}
+
 }  // namespace tool

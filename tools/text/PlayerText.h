@@ -18,6 +18,9 @@ std::string SeenAndHeard(const tvdesktop::PlayerState &state);
 /// @return transport state, rate, what comes of it, service and PIDs, on one line
 std::string PlayerText(const tvdesktop::PlayerState &state);
 
+/// @return how the times of a recording were found, empty when its index has them
+std::string TimeSourceText(tvdesktop::TimeSource source, const std::string &recording);
+
 }  // namespace tool
 
 #endif

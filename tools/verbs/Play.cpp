@@ -68,6 +68,7 @@ class PlayRun {
   private:
     void Begin() {
         OpenSource();
+        ShowTimeSource();
         if (m_options.videoPid)
             m_playing.ForceVideoPid(*m_options.videoPid);
         m_playing.Start();
@@ -94,10 +95,16 @@ class PlayRun {
         }
     }
 
-    /// Reads the whole recording, and nothing is at stake yet.
+    /// May scan a recording, and nothing is at stake yet.
     void Open(const Source &source) {
         const StopAtOnce nothingToEnd;
         m_playing.Open(source);
+    }
+
+    void ShowTimeSource() {
+        const std::string text = TimeSourceText(m_playing.TimesFrom(), m_options.file);
+        if (!text.empty())
+            m_terminal.Line(text);
     }
 
     /// A buffer is empty until its recorder has read the first packets.

@@ -104,7 +104,7 @@ void Recording::TakeIndex(std::uint64_t size) {
 std::size_t Recording::CountAgreeing(std::uint64_t size) {
     const auto begin = m_log.index.begin();
     const auto end = std::find_if_not(begin, m_log.index.end(), [&](const TimePoint &point) {
-        return point.offset + ts::kPacketSize <= size &&
+        return point.offset < size && size - point.offset >= ts::kPacketSize &&
                m_stretches[StretchOf(point.offset)].info.pcrPid == point.pid;
     });
     if (begin == end)

@@ -17,6 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::uint64_t kSentAtOnce = 4 << 20;
+
 /// The system's own link to an open file, which leads there whatever its names are.
 std::string LinkOf(const FileDescriptor &file) {
     return "/proc/self/fd/" + std::to_string(file.Get());
@@ -120,6 +122,7 @@ bool RecordingSink::Write(const std::uint8_t *packets, std::size_t size,
             packets += written;
             size -= static_cast<std::size_t>(written);
             m_size += static_cast<std::uint64_t>(written);
+            SendToDisk();
             continue;
         }
         if (errno == EINTR || (errno == EAGAIN && waitForRoom(m_file.Get())))
@@ -129,6 +132,16 @@ bool RecordingSink::Write(const std::uint8_t *packets, std::size_t size,
                                   : Fail("cannot write " + m_path);
     }
     return true;
+}
+
+/// Lets the disk begin with what is written, so that the end has little left to wait for. That it
+/// does not begin is no failure.
+void RecordingSink::SendToDisk() {
+    if (!m_isRegular || m_size - m_sent < kSentAtOnce)
+        return;
+    ::sync_file_range(m_file.Get(), static_cast<off_t>(m_sent), static_cast<off_t>(m_size - m_sent),
+                      SYNC_FILE_RANGE_WRITE);
+    m_sent = m_size;
 }
 
 void RecordingSink::CutToWholePackets() {

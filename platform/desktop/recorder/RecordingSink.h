@@ -77,6 +77,7 @@ class RecordingSink {
     bool OpenSideFile() { return m_sideFile.IsOpen() || m_sideFile.Open(m_path); }
     void DropOldNames();
     bool KeepNameless();
+    void SendToDisk();
     void CutToWholePackets();
 
     std::string m_path;
@@ -85,7 +86,8 @@ class RecordingSink {
     bool m_isRegular = false;
     bool m_isNew = false;  ///< made here, and not closed
     std::uint64_t m_size = 0;
-    ts::ChannelLog m_log;  ///< what the side file holds
+    std::uint64_t m_sent = 0;  ///< bytes that the disk has been given
+    ts::ChannelLog m_log;      ///< what the side file holds
     ts::ChannelLogWriter m_sideFile;
     bool m_hasWholeIndex = true;
     std::string m_problem;

@@ -14,9 +14,8 @@ constexpr std::int64_t kSpacing = kPcrHz;
 }  // namespace
 
 void TimeIndex::Count(const TimePoint &point) {
-    const bool follows =
-        m_kept && m_kept->pid == point.pid &&
-        StreamClock::Step(m_kept->pcr, point.pcr) == point.ticks - m_kept->ticks;
+    const bool follows = m_kept && m_kept->pid == point.pid &&
+                         StreamClock::Step(m_kept->pcr, point.pcr) == point.ticks - m_kept->ticks;
     if (!follows)
         Break();
     if (!follows || point.ticks - m_kept->ticks >= kSpacing)
@@ -50,10 +49,9 @@ std::size_t TimeIndex::FirstAt(std::uint64_t offset) const {
 }
 
 std::size_t TimeIndex::FirstAtTime(double milliseconds) const {
-    const auto found = std::lower_bound(m_points.begin(), m_points.end(), milliseconds,
-                                        [](const TimePoint &point, double value) {
-                                            return ToMilliseconds(point.ticks) < value;
-                                        });
+    const auto found = std::lower_bound(
+        m_points.begin(), m_points.end(), milliseconds,
+        [](const TimePoint &point, double value) { return ToMilliseconds(point.ticks) < value; });
     return static_cast<std::size_t>(found - m_points.begin());
 }
 
