@@ -25,7 +25,7 @@ struct Operation {
     /// A field as a number of whatever type is asked for; 0 after the last one.
     struct Number {
         template <typename Type, typename = std::enable_if_t<!std::is_class_v<Type>>>
-        operator Type() const {
+        operator Type() const {  // NOLINT(google-explicit-constructor): w[0] is an argument
             return static_cast<Type>(value);
         }
         long long value;
