@@ -37,7 +37,7 @@ void PutBits(std::uint64_t bits, std::size_t offset, std::size_t width, Bytes &r
 
 /// @return the highest value of a width
 constexpr std::uint64_t Highest(std::size_t width) {
-    return ~std::uint64_t{0} >> (64 - 8 * width);
+    return width < 8 ? (std::uint64_t{1} << (8 * width)) - 1 : ~std::uint64_t{0};
 }
 
 std::int64_t SignedValue(std::uint64_t bits, std::size_t width) {
