@@ -28,6 +28,8 @@
 #include "verbs/Play.h"
 #include "verbs/Record.h"
 #include "verbs/Repair.h"
+#include "verbs/Replay.h"
+#include "verbs/RunPage.h"
 #include "verbs/Services.h"
 
 namespace {
@@ -135,13 +137,20 @@ void Explain(CLI::App &verb, const std::string &paragraph) {
 constexpr char kTimeHelp[] =
     "TIME is seconds, mm:ss or h:mm:ss, with a fraction or without: 90, 1:30, 1:30.5";
 
+void AddRunPage(CLI::App &verb, tool::RunPageOptions &page) {
+    verb.add_option("--explain", page.page, "Write a page that tells what the library did")
+        ->type_name("FILE.html");
+    if (verb.get_option_no_throw("--force") == nullptr)
+        verb.add_flag("--force", page.force, "Replace an existing page");
+}
+
 CLI::App *AddServices(CLI::App &app, std::string &input) {
     CLI::App *verb = app.add_subcommand("services", "List the services of a transport stream");
     verb->add_option("INPUT", input, "Transport stream")->required()->type_name("");
     return verb;
 }
 
-CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
+CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options, tool::RunPageOptions &page) {
     CLI::App *verb = app.add_subcommand("record", "Record one service of a transport stream");
     verb->add_option("INPUT", options.input, "Transport stream")->required()->type_name("");
     verb->add_option("--service", options.serviceId, "Service id")
@@ -168,11 +177,12 @@ CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options) {
         ->type_name("FILE")
         ->default_str("none");
     verb->add_flag("--force", options.force, "Replace existing files");
+    AddRunPage(*verb, page);
     Explain(*verb, kTimeHelp);
     return verb;
 }
 
-CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
+CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options, tool::RunPageOptions &page) {
     CLI::App *verb = app.add_subcommand("play", "Play a recording or a timeshift buffer");
     verb->add_option("FILE", options.file, "Recording")->required()->type_name("");
     verb->add_option("--from", options.fromMs, "Position to start at")
@@ -190,6 +200,7 @@ CLI::App *AddPlay(CLI::App &app, tool::PlayOptions &options) {
                      "Run the player's clock this many times faster than real time")
         ->check(kClockFactor)
         ->type_name("X");
+    AddRunPage(*verb, page);
     Explain(*verb,
             "Keys on a terminal:\n"
             "  space       pause, resume\n"
@@ -210,7 +221,7 @@ CLI::App *AddRepair(CLI::App &app, std::string &recording) {
     return verb;
 }
 
-CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options) {
+CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options, tool::RunPageOptions &page) {
     CLI::App *verb = app.add_subcommand("demo",
                                         "Record, change service, play, rewind: the whole "
                                         "story with every request named");
@@ -218,6 +229,7 @@ CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options) {
         ->type_name("FILE")
         ->default_str("the sample");
     verb->add_option("--out", options.directory, "Keep the recordings in this directory")
+<<<<<<< HEAD
         ->type_name("DIR")
         ->default_str("a temporary one");
     return verb;
@@ -281,6 +293,10 @@ CLI::App *AddDoctor(CLI::App &app, std::string &library) {
     verb->add_option("LIBRARY", library, "Shared library")->required()->type_name("");
     Explain(*verb,
             "The same as the program mox-pvr-doctor, which needs no libmoxpvr.so of its own");
+=======
+        ->type_name("DIR");
+    AddRunPage(*verb, page);
+>>>>>>> 2a6a574 (tool: pages of a verb's own run; replay the requests of a log)
     return verb;
 }
 
@@ -291,11 +307,25 @@ CLI::App *AddExplain(CLI::App &app, tool::ExplainOptions &options) {
                      "Log, with a TV's other lines or without; -: standard input")
         ->capture_default_str()
         ->type_name("");
+    verb->add_option("--html", options.html, "Write a page for a browser")->type_name("FILE");
     verb->add_option("--json", options.json, "Write all of it as JSON; -: standard output")
         ->type_name("FILE");
     verb->add_option("--trace", options.trace, "Write a trace for Perfetto or chrome://tracing")
         ->type_name("FILE");
     verb->add_flag("--force", options.force, "Replace existing files");
+    return verb;
+}
+
+CLI::App *AddReplay(CLI::App &app, tool::ReplayOptions &options) {
+    CLI::App *verb =
+        app.add_subcommand("replay", "Send the recorder's requests of a log again, to the desk");
+    verb->add_option("LOG", options.log, "Log; -: standard input")->required()->type_name("");
+    verb->add_option("--input", options.input, "Transport stream to record instead of the sample")
+        ->type_name("FILE");
+    verb->add_option("--out", options.directory, "Keep the recordings in this directory")
+        ->type_name("DIR");
+    verb->add_flag("--pace", options.keepsPace,
+                   "Leave the log's time between requests, and record in real time");
     return verb;
 }
 
@@ -383,17 +413,35 @@ int Run(int argc, char **argv) {
     app.formatter(std::make_shared<tool::HelpFormatter>());
     app.option_defaults()->always_capture_default();
     tool::ExplainOptions explain;
+    tool::ReplayOptions replay{"", MOXPVR_SAMPLE, "", false};
+    tool::RunPageOptions page;
     AddGlobalOptions(app, global);
     const Verb verbs[] = {
         {AddServices(app, input), [&](const Console &console) { RunServices(input, console); }},
-        {AddRecord(app, record), [&](const Console &console) { RunRecord(record, console); }},
-        {AddPlay(app, play), [&](const Console &console) { RunPlay(play, console); }},
+        {AddRecord(app, record, page),
+         [&](const Console &console) {
+             page.force = record.force;
+             ExplainRun(page, "record " + record.out, {record.input, record.out, record.swapTo},
+                        [&] { RunRecord(record, console); });
+         }},
+        {AddPlay(app, play, page),
+         [&](const Console &console) {
+             ExplainRun(page, "play " + play.file, {play.file}, [&] { RunPlay(play, console); });
+         }},
         {AddRepair(app, damaged), [&](const Console &console) { RunRepair(damaged, console); }},
+<<<<<<< HEAD
         {AddDemo(app, demo), [&](const Console &console) { RunDemo(demo, console); }},
         {AddDoctor(app, library), [&](const Console & /*console*/) { tool::RunDoctor(library); }},
         {AddEncode(app, encode), [&](const Console &console) { RunEncode(encode, console); }},
         {AddDecode(app, decode), [&](const Console &console) { RunDecode(decode, console); }},
+=======
+        {AddDemo(app, demo, page),
+         [&](const Console &console) {
+             ExplainRun(page, "mox-pvr demo", {demo.input}, [&] { RunDemo(demo, console); });
+         }},
+>>>>>>> 2a6a574 (tool: pages of a verb's own run; replay the requests of a log)
         {AddExplain(app, explain), [&](const Console &console) { RunExplain(explain, console); }},
+        {AddReplay(app, replay), [&](const Console &console) { RunReplay(replay, console); }},
     };
     if (AnswerUnlisted(app, {argv + 1, argv + argc}))
         return tool::kExitDone;
@@ -404,8 +452,13 @@ int Run(int argc, char **argv) {
     }
 
     tool::CheckLog(global.logFile, {input, record.input, record.out, record.swapTo, play.file,
+<<<<<<< HEAD
                                     damaged, demo.input, library, explain.log, explain.json,
                                     explain.trace});
+=======
+                                    damaged, demo.input, explain.log, explain.html, explain.json,
+                                    explain.trace, page.page, replay.log, replay.input});
+>>>>>>> 2a6a574 (tool: pages of a verb's own run; replay the requests of a log)
     SetUpLog(global, app.count("--log-level") > 0);
     tool::Terminal terminal;
     for (const Verb &verb : verbs)

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tool {
@@ -33,6 +34,10 @@ struct Request {
           command(static_cast<std::uint32_t>(Record::Number())),
           name(Record::Name()),
           text(moxpvr::RequestText(record).text()) {}
+    /// One that came as text, of a command that may be unknown.
+    /// @param requestName  outlives the request
+    Request(Side requestSide, std::uint32_t number, const char *requestName, std::string hex)
+        : side(requestSide), command(number), name(requestName), text(std::move(hex)) {}
 
     Side side;
     std::uint32_t command;

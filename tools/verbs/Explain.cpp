@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "Failure.h"
+#include "log/Page.h"
 #include "log/SessionBuilder.h"
 #include "log/SessionFile.h"
 #include "log/SessionText.h"
@@ -47,17 +48,24 @@ log::Session SessionOfLog(const std::string &path) {
 
 void RunExplain(const ExplainOptions &options, const Console &console) {
     const std::string out = options.json == "-" ? "" : options.json;
-    for (const std::string &path : {out, options.trace})
-        if (!path.empty())
-            CheckTextFile(path, options.log, options.force);
+    std::vector<std::string> others = {options.log};
+    for (const std::string &path : {out, options.trace, options.html}) {
+        if (path.empty())
+            continue;
+        CheckApart(path, others);
+        CheckTextFile(path, options.log, options.force);
+        others.push_back(path);
+    }
     const log::Session session = SessionOfLog(options.log);
     if (!out.empty())
         WriteTextFile(out, log::JsonOf(session), options.force);
     if (!options.trace.empty())
         WriteTextFile(options.trace, log::TraceOf(session), options.force);
+    if (!options.html.empty())
+        WriteTextFile(options.html, log::PageOf(session), options.force);
     if (options.json == "-")
         console.terminal.Text(log::JsonOf(session));
-    else if (options.json.empty() && options.trace.empty())
+    else if (options.json.empty() && options.trace.empty() && options.html.empty())
         log::WriteText(session, [&](const std::string &text, Style style) {
             console.terminal.Line(text, style);
         });

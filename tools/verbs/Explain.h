@@ -12,6 +12,7 @@ namespace tool {
 
 struct ExplainOptions {
     std::string log = "-";  ///< "-": standard input
+    std::string html;       ///< file for a page; empty: none
     std::string json;       ///< file for JSON, "-" for standard output; empty: none
     std::string trace;      ///< file for a trace viewer; empty: none
     bool force = false;     ///< replace existing files

@@ -84,14 +84,20 @@ bool IsSamePlace(const std::string &left, const std::string &right) {
 }
 
 void CheckLog(const std::string &log, const std::vector<std::string> &used) {
-    if (log.empty() || IsDevice(log))
+    if (!log.empty())
+        CheckApart(log, used, "the log to " + log);
+}
+
+void CheckApart(const std::string &path, const std::vector<std::string> &used,
+                const std::string &what) {
+    if (IsDevice(path))
         return;
-    for (const std::string &path : used) {
-        const std::string information = fs::path(path).replace_extension("inf").string();
-        for (const std::string &file : {path, SideFilePath(path), information})
-            if (!path.empty() && IsSamePlace(log, file))
-                throw UsageError("cannot write the log to " + log + ": it is " +
-                                 (file == path ? "a file" : "beside a file") +
+    for (const std::string &other : used) {
+        const std::string information = fs::path(other).replace_extension("inf").string();
+        for (const std::string &file : {other, SideFilePath(other), information})
+            if (!other.empty() && IsSamePlace(path, file))
+                throw UsageError("cannot write " + (what.empty() ? path : what) + ": it is " +
+                                 (file == other ? "a file" : "beside a file") +
                                  " that the verb reads or writes; choose another name");
     }
 }

@@ -29,6 +29,13 @@ void CheckOutput(const std::string &path, const std::string &input, bool force);
 /// The same for a file that has none beside it: a page, a trace.
 void CheckTextFile(const std::string &path, const std::string &input, bool force);
 
+/// Makes sure that a file is none of others, and beside none that is a recording.
+/// @param used  empty names are left out
+/// @param what  how a message names the file, where its path is not enough
+/// @throws UsageError
+void CheckApart(const std::string &path, const std::vector<std::string> &used,
+                const std::string &what = "");
+
 /// Writes a file, whole or not at all; a device or a pipe gets the text as it comes.
 /// @throws Failure when it cannot be written, or exists by now without `force`
 void WriteTextFile(const std::string &path, const std::string &text, bool force);
