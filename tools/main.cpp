@@ -229,9 +229,9 @@ CLI::App *AddDemo(CLI::App &app, tool::DemoOptions &options, tool::RunPageOption
         ->type_name("FILE")
         ->default_str("the sample");
     verb->add_option("--out", options.directory, "Keep the recordings in this directory")
-<<<<<<< HEAD
         ->type_name("DIR")
         ->default_str("a temporary one");
+    AddRunPage(*verb, page);
     return verb;
 }
 
@@ -293,10 +293,6 @@ CLI::App *AddDoctor(CLI::App &app, std::string &library) {
     verb->add_option("LIBRARY", library, "Shared library")->required()->type_name("");
     Explain(*verb,
             "The same as the program mox-pvr-doctor, which needs no libmoxpvr.so of its own");
-=======
-        ->type_name("DIR");
-    AddRunPage(*verb, page);
->>>>>>> 2a6a574 (tool: pages of a verb's own run; replay the requests of a log)
     return verb;
 }
 
@@ -413,7 +409,7 @@ int Run(int argc, char **argv) {
     app.formatter(std::make_shared<tool::HelpFormatter>());
     app.option_defaults()->always_capture_default();
     tool::ExplainOptions explain;
-    tool::ReplayOptions replay{"", MOXPVR_SAMPLE, "", false};
+    tool::ReplayOptions replay{"", tool::SampleStream(), "", false};
     tool::RunPageOptions page;
     AddGlobalOptions(app, global);
     const Verb verbs[] = {
@@ -429,17 +425,13 @@ int Run(int argc, char **argv) {
              ExplainRun(page, "play " + play.file, {play.file}, [&] { RunPlay(play, console); });
          }},
         {AddRepair(app, damaged), [&](const Console &console) { RunRepair(damaged, console); }},
-<<<<<<< HEAD
-        {AddDemo(app, demo), [&](const Console &console) { RunDemo(demo, console); }},
-        {AddDoctor(app, library), [&](const Console & /*console*/) { tool::RunDoctor(library); }},
-        {AddEncode(app, encode), [&](const Console &console) { RunEncode(encode, console); }},
-        {AddDecode(app, decode), [&](const Console &console) { RunDecode(decode, console); }},
-=======
         {AddDemo(app, demo, page),
          [&](const Console &console) {
              ExplainRun(page, "mox-pvr demo", {demo.input}, [&] { RunDemo(demo, console); });
          }},
->>>>>>> 2a6a574 (tool: pages of a verb's own run; replay the requests of a log)
+        {AddDoctor(app, library), [&](const Console & /*console*/) { tool::RunDoctor(library); }},
+        {AddEncode(app, encode), [&](const Console &console) { RunEncode(encode, console); }},
+        {AddDecode(app, decode), [&](const Console &console) { RunDecode(decode, console); }},
         {AddExplain(app, explain), [&](const Console &console) { RunExplain(explain, console); }},
         {AddReplay(app, replay), [&](const Console &console) { RunReplay(replay, console); }},
     };
@@ -451,14 +443,10 @@ int Run(int argc, char **argv) {
         return Answer(app, error);
     }
 
-    tool::CheckLog(global.logFile, {input, record.input, record.out, record.swapTo, play.file,
-<<<<<<< HEAD
-                                    damaged, demo.input, library, explain.log, explain.json,
-                                    explain.trace});
-=======
-                                    damaged, demo.input, explain.log, explain.html, explain.json,
-                                    explain.trace, page.page, replay.log, replay.input});
->>>>>>> 2a6a574 (tool: pages of a verb's own run; replay the requests of a log)
+    tool::CheckLog(global.logFile,
+                   {input, record.input, record.out, record.swapTo, play.file, damaged, demo.input,
+                    library, explain.log, explain.html, explain.json, explain.trace, page.page,
+                    replay.log, replay.input});
     SetUpLog(global, app.count("--log-level") > 0);
     tool::Terminal terminal;
     for (const Verb &verb : verbs)
