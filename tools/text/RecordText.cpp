@@ -14,18 +14,18 @@ using moxpvr::Meaning;
 /// Collects the fields of a record and the bytes that they do not account for.
 class FieldWalk {
   public:
-    explicit FieldWalk(const RecordLayout &layout, const Bytes &record)
+    FieldWalk(const RecordLayout &layout, const Bytes &record)
         : m_record(record), m_position(IsRequest(layout.kind) ? 4 : 0) {
         for (const FieldLayout &field : layout.fields)
             Visit(field);
-        AddGap(m_record.size(), true);
+        AddBytes(m_position, m_record.size(), "left over after the last field");
     }
 
     std::vector<FieldText> Take() { return std::move(m_texts); }
 
   private:
     void Visit(const FieldLayout &field) {
-        AddGap(field.offset, false);
+        AddDifference(Bytes(field.offset), m_position, "of no field");
         Bytes rebuilt;
         const std::string value = ValueText(field, m_record);
         SetValue(field, value, rebuilt);
@@ -38,15 +38,6 @@ class FieldWalk {
 
     std::size_t SentOf(std::size_t offset, std::size_t width) const {
         return m_record.size() > offset ? std::min(width, m_record.size() - offset) : 0;
-    }
-
-    /// Bytes of no field, up to `end`; those that are 0 are worth a word only at the record's end.
-    void AddGap(std::size_t end, bool isTail) {
-        if (isTail)
-            AddBytes(m_position, end, "left over after the last field");
-        else
-            AddDifference(Bytes(end), m_position, "of no field");
-        m_position = std::max(m_position, end);
     }
 
     /// What was sent from `begin` on, as far as it differs from what the fields say.
