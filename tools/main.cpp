@@ -116,8 +116,7 @@ const CLI::Validator kPid =
 void AddGlobalOptions(CLI::App &app, GlobalOptions &options) {
     app.set_version_flag("--version", std::string("mox-pvr " MOXPVR_VERSION));
     app.add_option("--log", options.logFile, "Append the library's log to a file")
-        ->type_name("FILE")
-        ->default_str("none");
+        ->type_name("FILE");
     app.add_option("--log-level", options.logLevel,
                    "Lowest priority that is logged: trace (2), progress (4) or failures (16); "
                    "without --log the log goes to standard error")
@@ -173,9 +172,7 @@ CLI::App *AddRecord(CLI::App &app, tool::RecordOptions &options, tool::RunPageOp
         ->transform(kTime)
         ->type_name("TIME")
         ->default_str("never");
-    verb->add_option("--swap-to", options.swapTo, "File of that recording")
-        ->type_name("FILE")
-        ->default_str("none");
+    verb->add_option("--swap-to", options.swapTo, "File of that recording")->type_name("FILE");
     verb->add_flag("--force", options.force, "Replace existing files");
     AddRunPage(*verb, page);
     Explain(*verb, kTimeHelp);

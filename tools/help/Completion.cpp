@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "help/HelpFormatter.h"
+
 namespace tool {
 
 namespace {
@@ -18,13 +20,13 @@ struct Line {
     bool awaitsValue = false;  ///< the last word is an option that takes one
 };
 
-bool TakesValue(const CLI::App &app, const CLI::App *verb, const std::string &option) {
+bool AwaitsValue(const CLI::App &app, const CLI::App *verb, const std::string &option) {
     if (option.find('=') != std::string::npos)
         return false;
     for (const CLI::App *owner : {verb, &app})
         if (owner != nullptr)
             if (const CLI::Option *known = owner->get_option_no_throw(option))
-                return known->get_type_size() != 0;
+                return TakesValue(*known);
     return false;
 }
 
@@ -42,7 +44,7 @@ Line Read(const CLI::App &app, const std::vector<std::string> &words) {
         if (line.awaitsValue) {
             line.awaitsValue = false;
         } else if (IsOption(word)) {
-            line.awaitsValue = TakesValue(app, line.verb, word);
+            line.awaitsValue = AwaitsValue(app, line.verb, word);
         } else if (line.verb != nullptr) {
             line.arguments.push_back(word);
         } else {

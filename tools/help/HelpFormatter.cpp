@@ -5,17 +5,22 @@ namespace tool {
 namespace {
 
 std::string ValueName(const CLI::Option &option) {
-    return option.get_type_size() == 0 ? "" : option.get_type_name();
+    return TakesValue(option) ? option.get_type_name() : "";
 }
 
 }  // namespace
 
+bool TakesValue(const CLI::Option &option) {
+    return option.get_items_expected_max() > 0;
+}
+
 std::string OptionHelp(const CLI::Option &option) {
-    const std::string &text = option.get_description();
-    const std::string preset = option.get_default_str();
-    const bool hasDefault = option.get_type_size() != 0 && !option.get_required() &&
-                            !preset.empty() && preset != "[]";  // an empty list
-    return hasDefault ? text + " (default: " + preset + ")" : text;
+    const bool canBeLeftOut = TakesValue(option) && !option.get_required();
+    std::string preset = option.get_default_str();
+    if (preset.empty() && !option.get_positional())
+        preset = "none";
+    const bool hasDefault = canBeLeftOut && !preset.empty() && preset != "[]";  // an empty list
+    return option.get_description() + (hasDefault ? " (default: " + preset + ")" : "");
 }
 
 std::string OptionTitle(const CLI::Option &option) {

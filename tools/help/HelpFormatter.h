@@ -8,6 +8,9 @@
 
 namespace tool {
 
+/// @return whether an option comes with a value, which a flag does not
+bool TakesValue(const CLI::Option &option);
+
 /// @return what an option does, with its default
 std::string OptionHelp(const CLI::Option &option);
 
