@@ -19,8 +19,8 @@
 #include <sstream>
 
 #include "FakePlatform.h"
+#include "library/BusMessages.h"
 #include "RecordText.h"
-#include "StartGStreamer.h"
 #include "Step.h"
 
 namespace {
@@ -176,7 +176,7 @@ int main(int argc, char **argv) {
         std::ifstream script(argv[1]);
         if (!script)
             throw std::runtime_error("cannot be read");
-        StartGStreamer();
+        MessageSource();                                       // starts GStreamer
         g_set_printerr_handler([](const char * /*text*/) {});  // the pages have the log alone
         Fake().Reset();
         const std::string page = WritePage(script);
