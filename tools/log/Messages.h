@@ -37,8 +37,16 @@ struct Message {
     bool isFailure = false;  ///< what it says is a failure in itself
 };
 
-/// All messages, for those who check them against the library's.
-const std::vector<Message> &Messages();
+struct MessageRange {
+    const Message *first;
+    const Message *last;
+
+    const Message *begin() const { return first; }
+    const Message *end() const { return last; }
+};
+
+/// @return all messages; they live as long as the program
+MessageRange Messages();
 
 /// A message that was found in a line.
 struct Match {
