@@ -18,6 +18,7 @@ namespace tool::log {
 namespace {
 
 constexpr std::size_t kMostFailures = 500;  // in the list; the lanes and the story have all
+constexpr std::size_t kUnfolded = 8;        // items of a list
 constexpr std::size_t kLargeLog = 8'000;    // lines; more are not all unfolded on paper
 
 using Parts = std::map<std::string, std::string>;
@@ -94,45 +95,62 @@ std::string Figures(const Session &session, const PageAxis &axis) {
     return markup;
 }
 
+/// @return a list whose later items are folded, and a sentence about what it does not have
+std::string FoldedList(const std::vector<std::string> &items, const std::string &rest) {
+    std::string markup = "<ul>\n";
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i == kUnfolded)
+            markup += "</ul>\n<details class=\"more\"><summary>" + Grouped(items.size() - i) +
+                      " more</summary><ul>\n";
+        markup += "<li>" + items[i] + "</li>\n";
+    }
+    markup += items.size() > kUnfolded ? "</ul></details>\n" : "</ul>\n";
+    return rest.empty() ? markup : markup + "<p>" + rest + "</p>\n";
+}
+
+std::string Section(const std::string &name, const std::string &title, const std::string &content) {
+    return "<section id=\"" + name + "\" aria-labelledby=\"" + name + "-title\">\n<h2 id=\"" +
+           name + "-title\">" + title + "</h2>\n" + content + "</section>";
+}
+
 std::string Failure(const Session &session, const PageAxis &axis, const PageStory &story,
                     std::size_t index) {
     const Step &step = session.steps[index];
-    std::string markup = "<li><a href=\"" + story.LinkTo(index) + "\"><span class=\"at\">" +
+    std::string markup = "<a href=\"" + story.LinkTo(index) + "\"><span class=\"at\">" +
                          axis.TextOf(step.firstLine) + "</span> <b>" + Escaped(step.title) + "</b>";
     if (!step.outcome.empty())
         markup += " <span class=\"outcome\">" + Escaped(step.outcome) + "</span>";
+    const std::size_t cause = story.CauseOf(index);
+    if (cause != index)
+        markup += " <span class=\"cause\">in " + Escaped(session.steps[cause].title) + "</span>";
     markup += "</a>";
-    const std::vector<std::size_t> lines = story.LinesOf(index);
+    const std::vector<std::size_t> &lines = story.LinesOf(index);
     if (!lines.empty())
-        markup += "<code>" + Escaped(session.lines[lines.back()].message) + "</code>";
-    return markup + "</li>\n";
+        markup += "<code>" + Escaped(PageStory::Shortened(session.lines[lines.back()].message)) +
+                  "</code>";
+    return markup;
 }
 
 std::string Failures(const Session &session, const PageAxis &axis, const PageStory &story) {
     if (session.failures.empty())
         return "";
-    std::string markup =
-        "<section id=\"failures\" aria-labelledby=\"failures-title\">\n"
-        "<h2 id=\"failures-title\">Failures</h2>\n<ol>\n";
-    const std::size_t shown = std::min(session.failures.size(), kMostFailures);
-    for (std::size_t i = 0; i < shown; ++i)
-        markup += Failure(session, axis, story, session.failures[i]);
-    markup += "</ol>\n";
-    if (shown < session.failures.size())
-        markup += "<p>" + Grouped(session.failures.size() - shown) +
-                  " more are in the lanes and in the story.</p>\n";
-    return markup + "</section>";
+    std::vector<std::string> items;
+    for (std::size_t i = 0; i < std::min(session.failures.size(), kMostFailures); ++i)
+        items.push_back(Failure(session, axis, story, session.failures[i]));
+    const std::size_t rest = session.failures.size() - items.size();
+    return Section(
+        "failures", "Failures",
+        FoldedList(items,
+                   rest == 0 ? "" : Grouped(rest) + " more are in the lanes and in the story."));
 }
 
 std::string Missing(const Session &session) {
     if (session.missing.empty())
         return "";
-    std::string markup =
-        "<section id=\"missing\" aria-labelledby=\"missing-title\">\n"
-        "<h2 id=\"missing-title\">What the log has lost</h2>\n<ul>\n";
+    std::vector<std::string> items;
     for (const std::string &missing : session.missing)
-        markup += "<li>" + Escaped(missing) + "</li>\n";
-    return markup + "</ul>\n</section>";
+        items.push_back(Escaped(missing));
+    return Section("missing", "What the log has lost", FoldedList(items, ""));
 }
 
 std::string LegendItem(const std::string &style, const std::string &shape,

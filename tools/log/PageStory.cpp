@@ -39,17 +39,6 @@ void AppendValues(std::string &markup, const std::vector<Value> &values) {
     markup += "</dl>\n";
 }
 
-/// @return the message, without the middle of a character at its end
-std::string Shortened(const std::string &message) {
-    if (message.size() <= kMostText)
-        return message;
-    std::size_t size = kMostText;
-    while (size > 0 && (static_cast<unsigned char>(message[size]) & 0xc0U) == 0x80U)
-        --size;
-    return message.substr(0, size) + " \u2026 and " + Grouped(message.size() - size) +
-           " bytes more in the log";
-}
-
 }  // namespace
 
 KindText TextOf(StepKind kind) {
@@ -110,6 +99,23 @@ std::string PageStory::LinkTo(std::size_t step) const {
 
 std::string PageStory::LinkToLine(std::size_t line) const {
     return LinkTo(m_session.stepOf.at(line));
+}
+
+/// A character is kept whole or left out.
+std::string PageStory::Shortened(const std::string &message) {
+    if (message.size() <= kMostText)
+        return message;
+    std::size_t size = kMostText;
+    while (size > 0 && (static_cast<unsigned char>(message[size]) & 0xc0U) == 0x80U)
+        --size;
+    return message.substr(0, size) + " \u2026 and " + Grouped(message.size() - size) +
+           " bytes more in the log";
+}
+
+std::size_t PageStory::CauseOf(std::size_t step) const {
+    while (step > 0 && m_session.steps[step].depth > 0)
+        --step;
+    return step;
 }
 
 std::string PageStory::LineText(std::size_t index) const {

@@ -33,12 +33,14 @@ class PageStory {
     std::string LinkTo(std::size_t step) const;
     /// @return where a link to what a line says leads
     std::string LinkToLine(std::size_t line) const;
+    /// @return the step that the service or the platform asked for, which led to this one
+    std::size_t CauseOf(std::size_t step) const;
     /// @return the lines that belong to a step and to none that it caused
     const std::vector<std::size_t> &LinesOf(std::size_t step) const { return m_lines[step]; }
     /// @return steps that the page does not have, as it would be too large
     std::size_t LeftOut() const { return m_leftOut; }
-    /// @return a line as the page has it, not yet escaped
-    std::string LineText(std::size_t line) const;
+    /// @return a message of any length as the page has it
+    static std::string Shortened(const std::string &message);
 
   private:
     struct Chapter {
@@ -49,6 +51,7 @@ class PageStory {
     void Select(std::size_t mostLines);
     std::vector<Chapter> Chapters() const;
     std::size_t EndOf(std::size_t step) const;
+    std::string LineText(std::size_t line) const;
     std::size_t Append(std::string &markup, std::size_t step) const;
     void AppendSteps(std::string &markup, std::size_t first, std::size_t end) const;
     void AppendSummary(std::string &markup, const Step &step) const;
