@@ -203,7 +203,8 @@ std::string PageOf(const Session &session, std::size_t mostLines) {
     const std::string style = Embedded(kPageStyle);
     const std::string script = Embedded(kPageScript);
     const std::size_t failures = session.failures.size();
-    const std::string name = Escaped(session.name);
+    // Where the log was is of no use to those whom the page is sent to.
+    const std::string name = Escaped(session.name.substr(session.name.rfind('/') + 1));
     return Filled(
         kPageTemplate,
         {{"hashes", "style-src " + PolicyHash(style) + "; script-src " + PolicyHash(script)},
