@@ -101,7 +101,11 @@ bool InOrder(const ChannelStretch &left, const ChannelStretch &right) {
 }
 
 void CheckChannelLog(const std::string &path) {
-    const auto stretches = tvdesktop::ts::ReadChannelLog(path);
+    tvdesktop::ts::ChannelLog log;
+    Require(tvdesktop::ts::ReadChannelLog(path, log), "a regular file is read");
+    for (std::size_t i = 1; i < log.index.size(); ++i)
+        Require(log.index[i - 1].offset < log.index[i].offset, "the index is in order");
+    const std::vector<ChannelStretch> &stretches = log.stretches;
     for (std::size_t i = 1; i < stretches.size(); ++i)
         Require(InOrder(stretches[i - 1], stretches[i]), "stretches are in order");
     if (stretches.empty())
@@ -114,9 +118,11 @@ void CheckChannelLog(const std::string &path) {
     const auto longer = tvdesktop::ts::ReadChannelLog(path);
     Require(longer.size() >= stretches.size() && longer.back().offset == next.offset,
             "a stretch that was added is read, also behind a damaged line");
-    Require(tvdesktop::ts::WriteChannelLog(path, {stretches, {}}) &&
-                tvdesktop::ts::ReadChannelLog(path).size() == stretches.size(),
-            "a log that was written is read");
+    tvdesktop::ts::ChannelLog again;
+    Require(
+        tvdesktop::ts::WriteChannelLog(path, log) && tvdesktop::ts::ReadChannelLog(path, again) &&
+            again.stretches.size() == stretches.size() && again.index.size() == log.index.size(),
+        "a log that was written is read");
 }
 
 void CheckRecording(const std::string &path, FuzzedDataProvider &input) {

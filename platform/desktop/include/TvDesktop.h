@@ -260,6 +260,9 @@ struct RepairResult {
 /// the services found before it make up, and when its PIDs belong to the service whose packets
 /// follow.
 ///
+/// The index of stream time is made anew with it when it contradicts the packets, or leaves more
+/// than 64 MiB out at the end.
+///
 /// A change to another service and back within half a second looks like two services that are
 /// mixed, so the packets do not show it. A recording that grows meanwhile is refused. Reentrant.
 RepairResult RepairChannelLog(const std::string &recording);

@@ -54,7 +54,8 @@ void Recording::LearnStretches(std::uint64_t size) {
     const auto isReached = [size](const ts::ChannelStretch &one) { return one.offset < size; };
     const auto reached = std::find_if_not(log.begin(), log.end(), isReached);
     for (auto stretch = log.begin(); stretch != reached; ++stretch) {
-        if (!std::exchange(m_hasAdopted, false))
+        const bool isKnown = std::exchange(m_hasAdopted, false);
+        if (!isKnown && (m_stretches.empty() || ts::Follows(*stretch, m_stretches.back())))
             m_stretches.push_back(*stretch);
     }
     log.erase(log.begin(), reached);
@@ -89,8 +90,9 @@ void Recording::TakeIndex(std::uint64_t size) {
     index.erase(index.begin(), std::find_if_not(index.begin(), index.end(), isKnown));
     if (m_hasWrongIndex)
         index.clear();
-    const std::size_t count = index.empty() ? 0 : CountAgreeing(size);
-    if (count < (m_end == 0 ? 1 : 2))
+    const std::size_t fewest = m_end == 0 ? 1 : 2;
+    const std::size_t count = index.size() < fewest ? 0 : CountAgreeing(size);
+    if (count < fewest)
         return;
     if (m_timesFrom == TimeSource::None)
         m_timesFrom = TimeSource::Index;

@@ -23,6 +23,11 @@ struct ChannelStretch {
     TvChannelInfo info{};
 };
 
+/// Whether a stretch can come after another one that has packets.
+inline bool Follows(const ChannelStretch &stretch, const ChannelStretch &last) {
+    return stretch.timeMs >= last.timeMs && stretch.offset > last.offset;
+}
+
 /// What a side file holds.
 struct ChannelLog {
     std::vector<ChannelStretch> stretches;  ///< in order
