@@ -193,7 +193,6 @@ int main(int argc, char **argv) {
         return 2;
     }
     tvdesktop::SetLogMinimumPriority(17);  // no log
-    // The clock of the stand-in's player runs ten times as fast as a TV's.
     if (!Play(tvdesktop::CreatePlayer({/*clockFactor=*/10}), argv[1]))
         return 1;
     std::printf("played to the end\n");

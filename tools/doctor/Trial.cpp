@@ -48,12 +48,12 @@ class Patient {
             return false;
         NameOwnSymbolIfMissing();
         AskVersion();
-        Unload();
-        Use();
+        if (!Unload() || !Use())
+            return false;
         const std::size_t threads = CountIn("/proc/self/task");
         const std::size_t files = CountIn("/proc/self/fd");
         for (int round = 1; round < kRounds; ++round)
-            if (!Load() || !Unload() || !Use())
+            if (!Use())
                 return false;
         CompareCount("thread", threads, CountIn("/proc/self/task"));
         CompareCount("open file", files, CountIn("/proc/self/fd"));
