@@ -157,6 +157,9 @@ class Parser {
                 case DT_RUNPATH:
                     library.searchPaths.push_back({"RUNPATH", Name(value)});
                     break;
+                case DT_FLAGS_1:
+                    library.isKept = (value & DF_1_NODELETE) != 0;
+                    break;
                 case DT_INIT:
                     ++library.constructors;
                     break;

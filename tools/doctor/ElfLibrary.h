@@ -43,6 +43,7 @@ struct ElfLibrary {
     std::vector<std::string> exported;  ///< names of defined symbols that others can reach
     std::vector<std::string> required;  ///< names of symbols that others must define; no weak ones
     std::size_t constructors = 0;       ///< functions that run when it is loaded
+    bool isKept = false;                ///< stays loaded after dlclose
 };
 
 /// A file that cannot be taken for a shared library; its text continues "the file ...".

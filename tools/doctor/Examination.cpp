@@ -31,6 +31,14 @@ void ExamineName(const ElfLibrary &library, Report &report) {
                                     " is expected");
 }
 
+void ExamineStay(const ElfLibrary &library, Report &report) {
+    report.facts.push_back({"after dlclose", library.isKept ? "stays" : "goes"});
+    if (!library.isKept)
+        report.complaints.emplace_back(
+            "it goes with dlclose, though callbacks of the platform point into it: link it with -z "
+            "nodelete");
+}
+
 /// @return what is wrong with a folder of a search path; empty when nothing is
 std::string FolderProblem(const std::string &folder) {
     if (folder.empty())
@@ -88,6 +96,7 @@ void ExamineNeeds(const ElfLibrary &library, Report &report) {
 void Examine(const ElfLibrary &library, Report &report) {
     report.facts.push_back({"machine", MachineText(library.machine)});
     ExamineName(library, report);
+    ExamineStay(library, report);
     for (const SearchPath &path : library.searchPaths)
         ExamineSearchPath(path, report);
     ExamineExports(library, report);

@@ -45,7 +45,7 @@ doctor::Report ReportOn(const std::string &path) {
 int Print(const std::string &path, const doctor::Report &report) {
     std::cout << path << '\n';
     for (const doctor::Report::Fact &fact : report.facts)
-        std::cout << "  " << fact.name << std::string(14 - fact.name.size(), ' ') << fact.text
+        std::cout << "  " << fact.name << std::string(15 - fact.name.size(), ' ') << fact.text
                   << '\n';
     for (const std::string &complaint : report.complaints)
         std::cout << "complaint: " << complaint << '\n';
