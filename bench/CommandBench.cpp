@@ -6,6 +6,7 @@
 #include <MoxPvrAPI.h>
 #include <MoxPvrProtocol.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -35,7 +36,7 @@ void CommandFloor(benchmark::State &state) {
     while (state.KeepRunning()) {
         std::memset(record, 0, moxpvr::kRecordSize);
         benchmark::DoNotOptimize(record);
-        std::memcpy(record, text.data(), length);
+        std::copy_n(text.data(), length, record);
         for (int call = 0; call < kLogCalls; ++call)
             __dlog_print(DLOG_ID_MAIN, 4, "PVR_SVC_MOX", "%s: %s(%d) > %d\n", __FILE__, __func__,
                          __LINE__, call);
