@@ -153,6 +153,7 @@ Round Run(int count, const Options &options, const std::string &folder) {
     const Clock::time_point begin = Clock::now();
     Round round;
     std::vector<std::unique_ptr<Recording>> recordings;
+    recordings.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
         recordings.push_back(std::make_unique<Recording>(
             static_cast<unsigned short>(i), source, folder + "/sink" + std::to_string(i) + ".ts"));
@@ -212,7 +213,7 @@ void Measure(const Options &options, const std::string &folder) {
 
 }  // namespace
 
-int main(int argc, char **argv) {
+int main(int argc, char **argv) try {
     CLI::App app("Rounds of 1, 4, 16, 64, 128, ... recorders, each paced at 20 Mbit/s");
     Options options;
     app.add_option("--folder", options.folder, "Where the recordings are written");
@@ -227,14 +228,19 @@ int main(int argc, char **argv) {
     }
     tvdesktop::SetLogMinimumPriority(17);
     RaiseFileLimit();
-    int result = 0;
+    const auto remove = [&] {
+        ::unlink((folder + "/source.ts").c_str());
+        ::rmdir(folder.c_str());
+    };
     try {
         Measure(options, folder);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "many_recorders: %s\n", error.what());
-        result = 1;
+    } catch (...) {
+        remove();
+        throw;
     }
-    ::unlink((folder + "/source.ts").c_str());
-    ::rmdir(folder.c_str());
-    return result;
+    remove();
+    return 0;
+} catch (const std::exception &error) {
+    std::fprintf(stderr, "many_recorders: %s\n", error.what());
+    return 1;
 }
