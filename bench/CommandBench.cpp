@@ -31,7 +31,7 @@ void RequestLengths(benchmark::internal::Benchmark *command) {
 void CommandFloor(benchmark::State &state) {
     constexpr int kLogCalls = 5;
     const std::string text = Request(state.range(0));
-    alignas(8) unsigned char record[2 * moxpvr::kRecordSize];
+    alignas(8) char record[2 * moxpvr::kRecordSize];
     const volatile std::size_t length = text.size();  // so that no copy is made for it alone
     while (state.KeepRunning()) {
         std::memset(record, 0, moxpvr::kRecordSize);
