@@ -103,6 +103,7 @@ class LanePainter {
     void PaintBar(const LaneText &lane, const Stretch &stretch);
     void PaintRate(const Stretch &stretch, double highest);
     void PaintAxis();
+    std::string Tick(const std::string &x, const std::string &text) const;
     void BeginRow(const std::string &name, int height);
     void EndRow(int height);
     std::vector<Track> TracksOf(const LaneText &lane) const;
@@ -305,16 +306,22 @@ void LanePainter::PaintRate(const Stretch &stretch, double highest) {
     AppendLabel(stretch, rate < 0 ? middle - most : middle, most);
 }
 
+std::string LanePainter::Tick(const std::string &x, const std::string &text) const {
+    return "<line x1=\"" + x + "\" x2=\"" + x + "\" y1=\"0\" y2=\"" + Number(m_height) +
+           "\"/><text x=\"" + x + "\" y=\"" + Number(m_height + kAxisText) + "\">" + text +
+           "</text>\n";
+}
+
 /// The lines are under the bars, so the axis comes first in the picture.
 void LanePainter::PaintAxis() {
     std::string ticks;
     const double step = m_axis.Step();
-    const double end = m_axis.Start() + m_axis.Length();
-    for (double tick = std::ceil(m_axis.Start() / step) * step; tick <= end; tick += step) {
-        const std::string x = Percent((tick - m_axis.Start()) / m_axis.Length());
-        ticks += "<line x1=\"" + x + "\" x2=\"" + x + "\" y1=\"0\" y2=\"" + Number(m_height) +
-                 "\"/><text x=\"" + x + "\" y=\"" + Number(m_height + kAxisText) + "\">" +
-                 m_axis.TickText(tick, step) + "</text>\n";
+    const long long first = std::llround(std::ceil(m_axis.Start() / step));
+    const long long last = std::llround(std::floor((m_axis.Start() + m_axis.Length()) / step));
+    for (long long i = first; i <= last; ++i) {
+        const double position = static_cast<double>(i) * step;
+        ticks += Tick(Percent((position - m_axis.Start()) / m_axis.Length()),
+                      m_axis.TickText(position, step));
     }
     m_rows.insert(0, "<g class=\"axis\" aria-hidden=\"true\">\n" + ticks + "</g>\n");
     m_names += std::string("<text class=\"unit\" x=\"0\" y=\"") + Number(m_height + kAxisText) +
