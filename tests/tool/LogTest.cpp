@@ -80,7 +80,8 @@ TEST(Messages, AreThoseOfTheLibraryNoMoreNoFewer) {
     EXPECT_GT(texts.size(), 300U) << "every call of the log is looked at";
     for (const std::string &text : texts) {
         const Match match = FindMessage(Printed(text));
-        EXPECT_TRUE(match.message != nullptr && !match.isCut) << text << ": add it to MessageTable.cpp";
+        EXPECT_TRUE(match.message != nullptr && !match.isCut)
+            << text << ": add it to MessageTable.cpp";
         found.insert(match.message);
     }
     for (const Message &message : Messages())
