@@ -251,6 +251,9 @@ TEST(Explain, NamesFailuresLossesAndStrangers) {
     } rows[] = {
         {Recorder("Stop", started) + Recorder("Stop", "Stop | this func is ended, result [5]"),
          "line 2, in Stop:  "},
+        {"2026-11-23T23:30:10+0030 " + Recorder("Stop", started) + "2026-11-23T23:00:11Z " +
+             Recorder("Stop", "Stop | this func is ended, result [0]"),
+         "1.000 s, from"},
         {Recorder("Stop", started) + Recorder("Stop", "failed [m_handle]") + "\n",
          "something is missing  missing m_handle"},
         {Recorder("Stop", started) + Recorder("CtrlRecorder", "CtrlRecorder | cmd [10]"),

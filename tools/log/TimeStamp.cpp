@@ -98,19 +98,18 @@ bool TakeTime(Parts &parts, double &seconds) {
     return true;
 }
 
-/// Takes "Z" or "+hh:mm". @return seconds to the east
-double TakeZone(Parts &parts) {
-    Parts ahead = parts;
-    const bool isEast = ahead.AnyOf("+");
+/// Reads "+hh:mm", "+hhmm" or "+hh". @return seconds to the east; 0 for anything else, "Z" among it
+double ReadZone(Parts parts) {
+    const bool isEast = parts.AnyOf("+");
+    if (!isEast && !parts.AnyOf("-"))
+        return 0;
     int hours = 0;
     int minutes = 0;
-    if ((!isEast && !ahead.AnyOf("-")) || !ahead.Number(2, 4, hours))
-        return 0;
-    if (ahead.AnyOf(":"))
-        ahead.Number(2, 2, minutes);
-    if (hours > 99) {
+    if (parts.Number(4, 4, hours)) {
         minutes = hours % 100;
         hours /= 100;
+    } else if (parts.Number(2, 2, hours) && parts.AnyOf(":")) {
+        parts.Number(2, 2, minutes);
     }
     return (isEast ? 1 : -1) * (3600.0 * hours + 60.0 * minutes);
 }
@@ -124,7 +123,7 @@ bool ReadDate(Parts parts, double &seconds) {
         !parts.AnyOf("-/.") || !parts.Number(2, 2, day) || !IsDate(month, day) ||
         !parts.AnyOf("T _") || !TakeTime(parts, seconds))
         return false;
-    seconds += kDay * static_cast<double>(DaysOf(year, month, day)) - TakeZone(parts);
+    seconds += kDay * static_cast<double>(DaysOf(year, month, day)) - ReadZone(parts);
     return true;
 }
 

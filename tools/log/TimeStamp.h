@@ -15,9 +15,8 @@ namespace tool::log {
 class TimeReader {
   public:
     /// @param prefix  of a line
-    /// @return seconds after the first time stamp; for a line without one, those of the line
-    /// before;
-    ///         nothing before the first
+    /// @return seconds after the first time stamp; of a line without one those of the line before,
+    ///         and nothing before the first
     std::optional<double> Read(std::string_view prefix);
 
   private:
