@@ -16,6 +16,7 @@
 #include "log/SessionBuilder.h"
 #include "log/SessionFile.h"
 #include "log/SessionText.h"
+#include "TemporaryFolder.h"
 
 namespace tool::log {
 namespace {
@@ -115,14 +116,14 @@ TEST(Messages, ThatAreCutAreKnownByTheirBeginningOrNotAtAll) {
 /// The log of `mox-pvr demo`, made once.
 const std::vector<std::string> &DemoLog() {
     static const std::vector<std::string> lines = [] {
-        char folder[] = "/tmp/mox-pvr-log-XXXXXX";
-        EXPECT_NE(mkdtemp(folder), nullptr);
-        const std::string log = std::string(folder) + "/log";
-        const std::string command = std::string(MOXPVR_TOOL_FILE) + " --log " + log +
-                                    " demo --out " + folder + "/out > /dev/null";
+        const std::string folder = TemporaryFolder() + "log";
+        fs::create_directory(folder);
+        fs::create_symlink(MOXPVR_TOOL_FILE, folder + "/mox-pvr");
+        const std::string command =
+            "cd '" + folder + "' && " MOXPVR_TOOL " --log log demo --out out >/dev/null";
         EXPECT_EQ(std::system(command.c_str()), 0);
         std::vector<std::string> read;
-        std::ifstream file(log);
+        std::ifstream file(folder + "/log");
         for (std::string line; std::getline(file, line);)
             read.push_back(line);
         fs::remove_all(folder);
