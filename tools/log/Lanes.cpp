@@ -5,15 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "log/StepValues.h"
+
 namespace tool::log {
 
 namespace {
 
 std::string ValueOf(const Step &step, std::string_view name) {
-    for (const auto &[known, value] : step.values)
-        if (known == name)
-            return value;
-    return "";
+    const std::string *value = log::ValueOf(step.values, name);
+    return value != nullptr ? *value : "";
 }
 
 bool StartsWith(const std::string &text, std::string_view start) {

@@ -118,8 +118,8 @@ bool MeansTheSame(const Message &left, const Message &right) {
            std::string_view(left.title) == right.title && left.isFailure == right.isFailure;
 }
 
-}  // namespace
-
+/// @return a message without markers and name of an operation: "[FAT] Stop | this func" is
+///         "this func"
 std::string_view WithoutMarkers(std::string_view text) {
     for (bool hasMarker = true; hasMarker;) {
         hasMarker = false;
@@ -143,6 +143,8 @@ std::string_view WithoutMarkers(std::string_view text) {
     }
     return text;
 }
+
+}  // namespace
 
 Match FindMessage(std::string_view text) {
     text = WithoutMarkers(text);

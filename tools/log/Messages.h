@@ -61,10 +61,6 @@ struct Match {
 ///              the text can be the beginning of
 Match FindMessage(std::string_view text);
 
-/// @return a message without markers and name of an operation: "[FAT] Stop | this func" is
-///         "this func"
-std::string_view WithoutMarkers(std::string_view text);
-
 }  // namespace tool::log
 
 #endif

@@ -15,6 +15,7 @@
 #include "log/Messages.h"
 #include "log/Session.h"
 #include "log/SessionText.h"
+#include "log/StepValues.h"
 #include "service/RecordingControl.h"
 #include "text/EventText.h"
 #include "text/HexText.h"
@@ -40,10 +41,8 @@ struct Item {
 };
 
 std::string ValueOf(const log::Match &match, const std::string &name) {
-    for (const auto &[known, value] : match.values)
-        if (known == name)
-            return value;
-    return "";
+    const std::string *value = log::ValueOf(match.values, name);
+    return value != nullptr ? *value : "";
 }
 
 Item RequestOf(const log::Session &session, std::size_t at, const log::Match &match) {
