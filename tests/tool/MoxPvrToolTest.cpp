@@ -200,6 +200,7 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
     Write("old.srf", "precious");
     Write("own.srf.chan", "precious");
     Write("no.ts", std::string(100'000, 'x'));
+    Write("no.log", "MoxPvrRecord.cpp: CtrlRecorder(1) > [PVR][MOX]inSize[8] inData[09000000]\n");
     fs::create_directory("d.srf.chan");
     fs::copy_file(MOXPVR_SAMPLE, "in.srf");
     fs::create_hard_link("in.srf", "x.srf.chan");

@@ -254,8 +254,11 @@ void SetList(const FieldLayout &field, const std::string &text, Bytes &record) {
         const std::string pid = text.substr(begin, comma - begin);
         const auto value = ParsePid(pid, kPidWidth, false);
         const bool isListEnd = comma + 1 == text.size();
-        if (!value || isListEnd || !list.Add(static_cast<std::uint32_t>(*value)))
-            Refuse(field, list.size() == moxpvr::PidList::Capacity() ? "more PIDs" : text);
+        if (!value || isListEnd)
+            Refuse(field, text);
+        if (!list.Add(static_cast<std::uint32_t>(*value)))
+            throw UsageError("cannot set " + std::string(field.name) + " to so many PIDs: write " +
+                             ValueHelp(field));
         begin = comma + 1;
     }
     PutBits(list.size(), field.offset, field.width, record);

@@ -19,9 +19,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
+log::Session Read(std::istream &log, const std::string &name) try {
+    return log::ReadSession(log, name);
+} catch (const std::ios_base::failure &error) {
+    throw Failure("cannot read " + name + ": " + error.code().message());
+}
+
 log::Session ReadStandardInput() {
     std::ios::sync_with_stdio(false);
-    return log::ReadSession(std::cin, "standard input");
+    return Read(std::cin, "standard input");
 }
 
 log::Session ReadFile(const std::string &path) {
@@ -32,7 +38,7 @@ log::Session ReadFile(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     if (!file)
         throw Failure("cannot open " + path + ": " + std::strerror(errno));
-    return log::ReadSession(file, path);
+    return Read(file, path);
 }
 
 }  // namespace

@@ -252,6 +252,9 @@ void RunReplay(const ReplayOptions &options, const Console &console) {
         throw Failure("cannot replay " + session.name +
                       ": it has no whole request of the recorder; a log of priority 4 and above, "
                       "not cut, has them");
+    if (options.keepsPace && !session.hasTime)
+        throw Failure("cannot keep the pace of " + session.name +
+                      ": its lines have no time stamps; leave out --pace");
     const OutputDirectory directory(options.directory, "the replay");
     Replayer(options, directory.Path(), console).Run(items);
     if (!options.directory.empty())

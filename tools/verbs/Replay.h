@@ -18,7 +18,8 @@ struct ReplayOptions {
 
 /// Sends the recorder's requests of a log to the desk and shows each result beside the log's. What
 /// the log's paths name is written to the directory under its last name.
-/// @throws Failure when the log has no request that can be sent
+/// @throws Failure when the log has no request that can be sent, or no time stamps to keep pace
+/// with
 void RunReplay(const ReplayOptions &options, const Console &console);
 
 }  // namespace tool
