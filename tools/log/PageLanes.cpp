@@ -26,7 +26,6 @@ constexpr int kBarGap = 4;     // above and below a bar
 
 constexpr double kLeastWidth = 0.0012;   // of a bar, so that it can be seen
 constexpr double kMarkerPlaces = 3'000;  // markers of one kind that are nearer are one
-constexpr std::size_t kMostTracks = 4;   // for stretches of one lane that overlap
 
 struct LaneText {
     const char *name;
@@ -87,8 +86,6 @@ class LanePainter {
     }
 
   private:
-    using Track = std::vector<const Stretch *>;
-
     /// A step, and how many more of its shape are in the same place.
     struct Marker {
         std::size_t step;
@@ -106,7 +103,7 @@ class LanePainter {
     std::string Tick(const std::string &x, const std::string &text) const;
     void BeginRow(const std::string &name, int height);
     void EndRow(int height);
-    std::vector<Track> TracksOf(const LaneText &lane) const;
+    std::vector<const Stretch *> StretchesOf(const LaneText &lane) const;
     std::string Title(const std::string &name, const Stretch &stretch) const;
     std::string Title(const Step &step, std::size_t more) const;
     void OpenLink(const std::string &style, const std::string &link, const std::string &title);
@@ -212,21 +209,12 @@ void LanePainter::PaintMarker(const Marker &marker, const char *rowShape) {
     m_rows += "<use href=\"#shape-" + shape + "\" x=\"" + x + "\" y=\"" + y + "\"/></a>\n";
 }
 
-/// Stretches of one lane overlap when the log has several instances: each then gets the first track
-/// that is free.
-std::vector<LanePainter::Track> LanePainter::TracksOf(const LaneText &lane) const {
-    std::vector<Track> tracks;
-    for (const Stretch &stretch : m_session.stretches) {
-        if (stretch.lane != lane.lane || stretch.side != lane.side.value_or(stretch.side))
-            continue;
-        auto track = std::find_if(tracks.begin(), tracks.end(), [&](const Track &other) {
-            return other.back()->lastLine <= stretch.firstLine;
-        });
-        if (track == tracks.end() && tracks.size() < kMostTracks)
-            track = tracks.insert(tracks.end(), Track());
-        (track == tracks.end() ? tracks.back() : *track).push_back(&stretch);
-    }
-    return tracks;
+std::vector<const Stretch *> LanePainter::StretchesOf(const LaneText &lane) const {
+    std::vector<const Stretch *> stretches;
+    for (const Stretch &stretch : m_session.stretches)
+        if (stretch.lane == lane.lane && stretch.side == lane.side.value_or(stretch.side))
+            stretches.push_back(&stretch);
+    return stretches;
 }
 
 /// @return the rate that a label names; 0 when it names none
@@ -236,27 +224,25 @@ double RateOf(const Stretch &stretch) {
 }
 
 void LanePainter::PaintLane(const LaneText &lane) {
-    const std::vector<Track> tracks = TracksOf(lane);
-    if (tracks.empty()) {
+    const std::vector<const Stretch *> stretches = StretchesOf(lane);
+    if (stretches.empty()) {
         std::string name = lane.name;
         name.front() = static_cast<char>(name.front() - 'A' + 'a');
         m_absent += (m_absent.empty() ? "" : ", ") + name;
         return;
     }
-    for (const Track &track : tracks) {
-        const int height = lane.lane == Lane::Rate ? kRateRow : kLaneRow;
-        BeginRow(&track == &tracks.front() ? lane.name : std::string(lane.name) + " too", height);
-        double highest = 4;
-        for (const Stretch *stretch : track)
-            highest = std::max(highest, std::abs(RateOf(*stretch)));
-        for (const Stretch *stretch : track) {
-            if (lane.lane == Lane::Rate)
-                PaintRate(*stretch, highest);
-            else
-                PaintBar(lane, *stretch);
-        }
-        EndRow(height);
+    const int height = lane.lane == Lane::Rate ? kRateRow : kLaneRow;
+    BeginRow(lane.name, height);
+    double highest = 4;
+    for (const Stretch *stretch : stretches)
+        highest = std::max(highest, std::abs(RateOf(*stretch)));
+    for (const Stretch *stretch : stretches) {
+        if (lane.lane == Lane::Rate)
+            PaintRate(*stretch, highest);
+        else
+            PaintBar(lane, *stretch);
     }
+    EndRow(height);
 }
 
 std::string LanePainter::Title(const std::string &name, const Stretch &stretch) const {

@@ -16,7 +16,7 @@
 
   for (const element of document.querySelectorAll('.zoom, .keys, #detail')) element.hidden = false;
 
-  // --- What is behind a mark ---
+  // --- What a mark shows ---
 
   function stepOf(mark) {
     return byId(mark.getAttribute('href').slice(1));
