@@ -11,7 +11,9 @@
 #include <iostream>
 #include <memory>
 #include <sstream>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "Failure.h"
 #include "help/Completion.h"
@@ -388,12 +390,8 @@ bool AnswerUnlisted(const CLI::App &app, std::vector<std::string> arguments) {
     return true;
 }
 
-int Run(int argc, char **argv) {
-    using tool::Console;
-    CLI::App app("The PVR service for one person at a desk", "mox-pvr");
-    app.require_subcommand(1);
-    app.fallthrough();
-    app.footer("Exit code: 0 done, 1 failed, 2 usage error");
+/// What a command line sets.
+struct Options {
     GlobalOptions global;
     std::string input;
     tool::RecordOptions record;
@@ -403,35 +401,66 @@ int Run(int argc, char **argv) {
     std::string library;
     tool::EncodeOptions encode;
     tool::DecodeOptions decode;
-    app.formatter(std::make_shared<tool::HelpFormatter>());
-    app.option_defaults()->always_capture_default();
     tool::ExplainOptions explain;
     tool::ReplayOptions replay{"", tool::SampleStream(), "", false};
     tool::RunPageOptions page;
-    AddGlobalOptions(app, global);
-    const Verb verbs[] = {
-        {AddServices(app, input), [&](const Console &console) { RunServices(input, console); }},
-        {AddRecord(app, record, page),
+
+    /// @return the files that verbs read or write; empty where an option is not given
+    std::vector<std::string> Files() const {
+        return {input,        record.input,  record.out, record.swapTo, play.file,
+                damaged,      demo.input,    library,    explain.log,   explain.html,
+                explain.json, explain.trace, page.page,  replay.log,    replay.input};
+    }
+};
+
+/// @param options  outlives the verbs
+std::vector<Verb> AddVerbs(CLI::App &app, Options &options) {
+    using tool::Console;
+    return {
+        {AddServices(app, options.input),
+         [&](const Console &console) { RunServices(options.input, console); }},
+        {AddRecord(app, options.record, options.page),
          [&](const Console &console) {
-             page.force = record.force;
-             ExplainRun(page, "record " + record.out, {record.input, record.out, record.swapTo},
-                        [&] { RunRecord(record, console); });
+             options.page.force = options.record.force;
+             ExplainRun(options.page, "record " + options.record.out,
+                        {options.record.input, options.record.out, options.record.swapTo},
+                        [&] { RunRecord(options.record, console); });
          }},
-        {AddPlay(app, play, page),
+        {AddPlay(app, options.play, options.page),
          [&](const Console &console) {
-             ExplainRun(page, "play " + play.file, {play.file}, [&] { RunPlay(play, console); });
+             ExplainRun(options.page, "play " + options.play.file, {options.play.file},
+                        [&] { RunPlay(options.play, console); });
          }},
-        {AddRepair(app, damaged), [&](const Console &console) { RunRepair(damaged, console); }},
-        {AddDemo(app, demo, page),
+        {AddRepair(app, options.damaged),
+         [&](const Console &console) { RunRepair(options.damaged, console); }},
+        {AddDemo(app, options.demo, options.page),
          [&](const Console &console) {
-             ExplainRun(page, "mox-pvr demo", {demo.input}, [&] { RunDemo(demo, console); });
+             ExplainRun(options.page, "mox-pvr demo", {options.demo.input},
+                        [&] { RunDemo(options.demo, console); });
          }},
-        {AddDoctor(app, library), [&](const Console & /*console*/) { tool::RunDoctor(library); }},
-        {AddEncode(app, encode), [&](const Console &console) { RunEncode(encode, console); }},
-        {AddDecode(app, decode), [&](const Console &console) { RunDecode(decode, console); }},
-        {AddExplain(app, explain), [&](const Console &console) { RunExplain(explain, console); }},
-        {AddReplay(app, replay), [&](const Console &console) { RunReplay(replay, console); }},
+        {AddDoctor(app, options.library),
+         [&](const Console & /*console*/) { tool::RunDoctor(options.library); }},
+        {AddEncode(app, options.encode),
+         [&](const Console &console) { RunEncode(options.encode, console); }},
+        {AddDecode(app, options.decode),
+         [&](const Console &console) { RunDecode(options.decode, console); }},
+        {AddExplain(app, options.explain),
+         [&](const Console &console) { RunExplain(options.explain, console); }},
+        {AddReplay(app, options.replay),
+         [&](const Console &console) { RunReplay(options.replay, console); }},
     };
+}
+
+int Run(int argc, char **argv) {
+    CLI::App app("The PVR service for one person at a desk", "mox-pvr");
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.footer("Exit code: 0 done, 1 failed, 2 usage error");
+    app.formatter(std::make_shared<tool::HelpFormatter>());
+    app.option_defaults()->always_capture_default();
+    Options options;
+    AddGlobalOptions(app, options.global);
+    const std::vector<Verb> verbs = AddVerbs(app, options);
     if (AnswerUnlisted(app, {argv + 1, argv + argc}))
         return tool::kExitDone;
     try {
@@ -440,15 +469,12 @@ int Run(int argc, char **argv) {
         return Answer(app, error);
     }
 
-    tool::CheckLog(global.logFile,
-                   {input, record.input, record.out, record.swapTo, play.file, damaged, demo.input,
-                    library, explain.log, explain.html, explain.json, explain.trace, page.page,
-                    replay.log, replay.input});
-    SetUpLog(global, app.count("--log-level") > 0);
+    tool::CheckLog(options.global.logFile, options.Files());
+    SetUpLog(options.global, app.count("--log-level") > 0);
     tool::Terminal terminal;
     for (const Verb &verb : verbs)
         if (*verb.commandLine)
-            verb.run({terminal, global.showRequests});
+            verb.run({terminal, options.global.showRequests});
     return tool::kExitDone;
 }
 
