@@ -320,12 +320,12 @@ struct PlayerOptions {
     double clockFactor = 1.0;
 };
 
-/// A player for tv_player_*. A source (801) ends what played before; its times are taken from the
-/// index in its side file, or from what GetTimeSource names. tv_stream_start plays at 1.0 from the
-/// start position (806), or on from where tv_player_ready holds. Seeks and changes of speed play; a
-/// change of speed never moves the position, whatever its position argument says. A seek to a
-/// border belongs to the later stretch when it plays forward, to the earlier one when it plays
-/// back. A step pauses.
+/// A player for tv_player_*. A source (801) ends what played before; its times come from the index
+/// in its side file, or from what GetTimeSource names. tv_stream_start plays at 1.0 from the start
+/// position (806), or on from where tv_player_ready holds. Seeks and changes of speed play; a
+/// change of speed never moves the position, whatever its argument says. A seek to a border belongs
+/// to the later stretch when it plays forward, to the earlier one when it plays back. A step
+/// pauses.
 /// @return null when there is no memory or no thread for it
 void *CreatePlayer(const PlayerOptions &options);
 /// @return the stream of a player for tv_stream_*; lives as long as the player

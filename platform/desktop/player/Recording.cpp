@@ -16,7 +16,7 @@ namespace {
 using ts::TimePoint;
 
 constexpr std::uint64_t kMiB = 1 << 20;
-constexpr std::uint64_t kReadAtOnce = 64 * kMiB;
+constexpr std::uint64_t kLongestSearch = 64 * kMiB;
 constexpr std::uint64_t kTail = kMiB;  ///< after the last sample
 constexpr std::uint64_t kNarrow = 2 * kMiB;
 
@@ -77,7 +77,7 @@ void Recording::AdoptServiceFromPmt(std::uint64_t size) {
 
 void Recording::CatchUp(std::uint64_t size) {
     TakeIndex(size);
-    if (size - m_end > kReadAtOnce)
+    if (size - m_end > ts::kMostUnindexed)
         TakeSamples(size);
     ReadTo(size);
 }
@@ -287,7 +287,7 @@ Recording::UnitResult Recording::Search(const UnitQuery &query) {
     for (;;) {
         const std::uint8_t *packet = m_search.Next(m_end);
         const std::uint64_t offset = packet != nullptr ? m_search.Offset() : m_end;
-        if (offset - startOffset > kReadAtOnce)
+        if (offset - startOffset > kLongestSearch)
             return {true, std::nullopt};
         for (; stretch + 1 < m_reached && m_stretches[stretch + 1].offset <= offset; ++stretch) {
         }

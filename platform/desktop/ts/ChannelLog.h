@@ -51,8 +51,8 @@ class ChannelLogReader {
     /// Takes in the lines that were added since the last call.
     /// @param log  added to, and what its end was before may be replaced: a stretch takes the place
     ///             of one that begins where it does. The caller may take from it at any time.
-    /// @return false when there is a file that cannot be read; errno holds the reason, as of
-    /// OpenRegularFile
+    /// @return false when there is a file that cannot be read; errno holds the reason, as
+    ///         of OpenRegularFile
     bool Follow(const std::string &recording, ChannelLog &log);
 
   private:
@@ -97,8 +97,8 @@ class ChannelLogWriter {
 };
 
 /// Writes a side file where there is none.
-/// @return false on failure, with no side file left; errno holds the reason, EEXIST when there is
-/// one
+/// @return false on failure, with no side file left; errno holds the reason, EEXIST when one
+///         exists
 bool CreateChannelLog(const std::string &recording, const ChannelLog &log);
 
 /// Replaces the side file as a whole: a temporary file, flushed, then renamed over it.

@@ -172,14 +172,13 @@ std::vector<ts::TimePoint> MakeIndex(ts::PacketReader &reader,
 /// Whether an index is right, and a player reads what it leaves out at the end without samples. Of
 /// a recorder that was killed the last lines are missing.
 bool IsUsable(const std::vector<ts::TimePoint> &index, const std::vector<ts::TimePoint> &made) {
-    constexpr std::uint64_t kMissing = 64 << 20;
     const auto isSame = [](const ts::TimePoint &one, const ts::TimePoint &other) {
         return one.offset == other.offset && one.pid == other.pid && one.pcr == other.pcr;
     };
     const std::uint64_t covered = index.empty() ? 0 : index.back().offset;
     return index.size() <= made.size() &&
            std::equal(index.begin(), index.end(), made.begin(), isSame) &&
-           (made.empty() || made.back().offset - covered <= kMissing);
+           (made.empty() || made.back().offset - covered <= ts::kMostUnindexed);
 }
 
 bool IsSame(const std::vector<ChannelStretch> &left, const std::vector<ChannelStretch> &right) {

@@ -11,6 +11,9 @@
 
 namespace tvdesktop::ts {
 
+/// Bytes that a player reads where the index has no more; it takes samples of what is longer.
+inline constexpr std::uint64_t kMostUnindexed = 64 << 20;
+
 /// A PCR of a recording and the stream time there.
 struct TimePoint {
     std::uint64_t offset = 0;  ///< of its packet
