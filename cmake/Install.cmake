@@ -33,7 +33,7 @@ install(TARGETS tvplatform_headers EXPORT moxpvrTargets COMPONENT development)
 
 install(DIRECTORY include/ DESTINATION ${moxpvr_header_folder} COMPONENT development)
 # The public headers name types of the TV platform, so the platform's declarations come along; a TV's
-# own headers are there already.
+# own headers exist there.
 if(MOXPVR_OWN_PLATFORM_HEADERS)
   install(DIRECTORY platform/include/ DESTINATION ${platform_header_folder} COMPONENT development)
 endif()

@@ -20,7 +20,7 @@ std::string ValueText(const FieldLayout &field, const Bytes &record);
 /// @return "00:04.0", "yes", "H.264": the value in words; empty where it speaks for itself
 std::string MeaningText(const FieldLayout &field, const Bytes &record);
 
-/// @return how to write a value of the field ("0 to 255, decimal or 0x")
+/// @return how to write a value of the field ("0 to 255", "a PID, none or keep")
 std::string ValueHelp(const FieldLayout &field);
 
 /// Writes a value into a record, which grows as far as the field needs.
