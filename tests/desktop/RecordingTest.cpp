@@ -254,6 +254,22 @@ TEST_F(RecordingTest, ReadsOfAGrowingFileWhatGrew) {
                 kStep);
 }
 
+TEST_F(RecordingTest, LeavesOutAWrongIndexOfWhatGrew) {
+    NextStretch(0x100);
+    MakeMinute();
+    Lines lines = MakeIndex();
+    WriteSideFile(Lines(lines.begin(), lines.begin() + 3));
+    std::filesystem::resize_file(m_path, 100 * ts::kPacketSize);
+    Recording recording;
+    ASSERT_TRUE(recording.Open(m_path) && recording.Follow());
+    EXPECT_EQ(recording.TimesFrom(), TimeSource::Scan);
+    lines[30] = With(lines[30], 3, "1");
+    WriteSideFile(lines);
+    m_stream.WriteTo(m_path);
+    ASSERT_TRUE(recording.Follow());
+    ExpectSame(recording, Reference(m_stream.data, m_stretches));
+}
+
 TEST_F(RecordingTest, OpensALargeOneWithFewReadsAndSaysWhenItOnlySamples) {
     // 1,000 steps of 40 ms and 94 kB, on the way to another PID; the PCR jumps back once.
     NextStretch(0x100);

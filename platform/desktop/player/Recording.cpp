@@ -96,6 +96,7 @@ void Recording::TakeIndex(std::uint64_t size) {
         return;
     if (m_timesFrom == TimeSource::None)
         m_timesFrom = TimeSource::Index;
+    m_hasIndexed = true;
     for (std::size_t i = 0; i < count; ++i)
         TakePoint(index[i], ts::StreamClock::kLongestStep);
     ContinueAt(index[count - 1].offset + ts::kPacketSize);
@@ -196,6 +197,7 @@ void Recording::ReachStretch() {
 void Recording::ReadAnew() {
     const std::size_t reached = m_reached;
     m_hasWrongIndex = true;
+    m_hasIndexed = false;
     m_timesFrom = TimeSource::None;
     m_clock = {};
     m_index.Clear();
@@ -293,7 +295,8 @@ Recording::UnitResult Recording::Search(const UnitQuery &query) {
         }
         clock.FollowPid(m_stretches[stretch].info.pcrPid);
         if (packet == nullptr || clock.Count(packet, offset)) {
-            if (!clock.HasMetPoints() && m_timesFrom == TimeSource::Index)
+            // Between samples the count may well differ.
+            if (!clock.HasMetPoints() && m_hasIndexed && m_timesFrom != TimeSource::Samples)
                 return {false, std::nullopt};
             if (const auto time = units.Reach(clock.Milliseconds(), offset))
                 return {true, *time <= query.to ? time : std::nullopt};

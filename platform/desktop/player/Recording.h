@@ -114,6 +114,7 @@ class Recording {
     ts::ChannelLogReader m_sideFile;
     ts::ChannelLog m_log;  ///< what the side file has and the recording not yet
     bool m_hasWrongIndex = false;
+    bool m_hasIndexed = false;                   ///< some points are the side file's
     std::deque<ts::ChannelStretch> m_stretches;  ///< a deque never moves what it holds
     std::vector<double> m_begins;                ///< of the stretches whose first byte is known
     std::size_t m_reached = 0;
