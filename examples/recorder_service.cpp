@@ -14,6 +14,8 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <string>
+#include <vector>
 
 namespace {
 
