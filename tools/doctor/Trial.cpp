@@ -5,11 +5,14 @@
 #include <fcntl.h>
 #include <MOXHandle.h>
 #include <MoxPvrProtocol.h>
+#include <poll.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstdio>
@@ -27,7 +30,7 @@ namespace doctor {
 namespace {
 
 constexpr int kRounds = 100;
-constexpr unsigned kPatience = 120;  ///< seconds for all of them
+constexpr std::chrono::seconds kPatience(120);  ///< for all of them
 constexpr char kOwnSymbol[] = "tv_recorder_set_callback";
 constexpr MOXHandle kPlayback{PROFILE_TYPE_MAIN, 0};
 constexpr MOXHandle kRecorder{PROFILE_TYPE_RECORD, 0};
@@ -206,13 +209,15 @@ class Patient {
                              const ElfLibrary &library) {
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
-    alarm(kPatience);
-    // What the library logs and prints is none of the report.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // nobody would end it then
+    // What the library logs and prints is none of the report, which may have the number of a
+    // standard stream that is closed.
+    const int report = fcntl(reportDescriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         if (nowhere >= 0)
             dup2(nowhere, standard);
-    Patient patient(reportDescriptor, path, library);
+    Patient patient(report, path, library);
     const bool isComplete = patient.Run();
     patient.Tell(kStep, "ending the process");
     if (isComplete)
@@ -225,6 +230,8 @@ class Patient {
 struct Course {
     std::string step = "starting a process for it";
     bool isDone = false;
+    bool tookTooLong = false;
+    std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::now() + kPatience;
 };
 
 void TakeLine(const std::string &line, Course &course, Report &report) {
@@ -247,13 +254,40 @@ void TakeLine(const std::string &line, Course &course, Report &report) {
     }
 }
 
+bool HasEnded(pid_t child) {
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           info.si_pid == child;
+}
+
+/// Waits until there is something to read, or the other process has ended; when that takes too
+/// long, ends it. The pipe alone does not tell: what the library has forked keeps it open.
+/// @return whether there is something to read, or the end of it
+bool WaitForReport(int descriptor, pid_t child, Course &course) {
+    constexpr int kLookAgain = 50;  // milliseconds
+    pollfd report{descriptor, POLLIN, 0};
+    for (;;) {
+        const bool hasEnded = HasEnded(child);  // first, so that all it has told is there
+        const bool isLate = std::chrono::steady_clock::now() > course.deadline;
+        if (isLate && !hasEnded) {
+            course.tookTooLong = true;
+            kill(child, SIGKILL);
+        }
+        if (poll(&report, 1, hasEnded ? 0 : kLookAgain) > 0)
+            return !(isLate && hasEnded);  // others may tell without end
+        if (hasEnded)
+            return false;
+    }
+}
+
 /// Reads until the other process has ended.
-Course Follow(int descriptor, Report &report) {
+Course Follow(int descriptor, pid_t child, Report &report) {
     Course course;
     std::string pending;
     char buffer[4096];
     ssize_t got = 0;
-    while ((got = read(descriptor, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR)) {
+    while (WaitForReport(descriptor, child, course) &&
+           ((got = read(descriptor, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR))) {
         pending.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
         for (std::size_t end; (end = pending.find('\n')) != std::string::npos;
              pending.erase(0, end + 1))
@@ -264,9 +298,9 @@ Course Follow(int descriptor, Report &report) {
 }
 
 void ReportEnd(int status, const Course &course, std::size_t complaintsBefore, Report &report) {
-    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM)
+    if (course.tookTooLong)
         report.complaints.push_back(course.step + " did not end within " +
-                                    std::to_string(kPatience) + " seconds");
+                                    std::to_string(kPatience.count()) + " seconds");
     else if (WIFSIGNALED(status))
         report.complaints.push_back(course.step + " crashed the process (" +
                                     strsignal(WTERMSIG(status)) + ")");
@@ -301,7 +335,7 @@ void Try(const std::string &path, const ElfLibrary &library, Report &report) {
     }
     close(ends[1]);
     const std::size_t complaintsBefore = report.complaints.size();
-    const Course course = Follow(ends[0], report);
+    const Course course = Follow(ends[0], child, report);
     close(ends[0]);
     int status = 0;
     if (child < 0)

@@ -41,14 +41,28 @@ doctor::Report ReportOn(const std::string &path) {
     return report;
 }
 
+/// @return a text of the library without what would control the terminal
+std::string Printable(const std::string &text) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string printable;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7F)
+            printable.append("\\x").append({kDigits[byte >> 4], kDigits[byte & 15]});
+        else
+            printable += c;
+    }
+    return printable;
+}
+
 /// @return the exit code
 int Print(const std::string &path, const doctor::Report &report) {
     std::cout << path << '\n';
     for (const doctor::Report::Fact &fact : report.facts)
-        std::cout << "  " << fact.name << std::string(15 - fact.name.size(), ' ') << fact.text
-                  << '\n';
+        std::cout << "  " << fact.name << std::string(15 - fact.name.size(), ' ')
+                  << Printable(fact.text) << '\n';
     for (const std::string &complaint : report.complaints)
-        std::cout << "complaint: " << complaint << '\n';
+        std::cout << "complaint: " << Printable(complaint) << '\n';
     if (report.complaints.empty())
         std::cout << "no complaint\n";
     std::cout.flush();
