@@ -12,6 +12,7 @@
 #include <set>
 #include <sstream>
 
+#include "log/LogReader.h"
 #include "log/Messages.h"
 #include "log/SessionBuilder.h"
 #include "log/SessionFile.h"
@@ -286,6 +287,18 @@ TEST(Explain, NamesFailuresLossesAndStrangers) {
         {Recorder("Stop", "[FAT]failed [m_handle]"), "every line of progress"}};
     for (const auto &row : rows)
         EXPECT_THAT(TextOf(row.log), HasSubstr(row.says)) << row.log;
+}
+
+TEST(LogReader, KeepsOfALineNoMoreThanTheLineHas) {
+    std::string text;
+    while (text.size() < LogReader::kLongestLine - 100)
+        text += "MoxPvr.cpp: F(1) > [PVR][MOX]a message";
+    std::istringstream log(text);
+    bool isEnd = false;
+    std::size_t kept = 0;
+    for (const FoundLine &found : LogReader(log).Next(isEnd))
+        kept += found.line.message.capacity();
+    EXPECT_LT(kept, text.size());
 }
 
 }  // namespace

@@ -57,23 +57,28 @@ class Scanner {
     bool m_hasEnded = false;
 };
 
+/// The parts of a line, in the log's text.
+struct Parts {
+    std::string_view function;
+    std::string_view digits;  ///< of the line in the source
+    std::string_view message;
+    bool isCut = false;
+};
+
 /// Reads "FILE: FUNCTION(LINE) > [PVR][MOX]MESSAGE", whole or cut after FILE.
-bool ParseLine(std::string_view text, std::string_view file, Line &line, bool &isCut) {
+bool ParseLine(std::string_view text, std::string_view file, Parts &parts) {
     Scanner scanner(text.substr(file.size()));
     if (!scanner.Skip(": "))
         return false;
-    const std::string_view function = scanner.While(IsIdentifier, kLongestFunction);
-    const bool isNamed = !function.empty() || scanner.HasEnded();
+    parts.function = scanner.While(IsIdentifier, kLongestFunction);
+    const bool isNamed = !parts.function.empty() || scanner.HasEnded();
     if (!isNamed || !scanner.Skip("("))
         return false;
-    const std::string_view digits = scanner.While(IsDigit, kMostDigits);
-    if ((digits.empty() && !scanner.HasEnded()) || !scanner.Skip(kMarker))
+    parts.digits = scanner.While(IsDigit, kMostDigits);
+    if ((parts.digits.empty() && !scanner.HasEnded()) || !scanner.Skip(kMarker))
         return false;
-    line.file = file;
-    line.function = function;
-    line.sourceLine = digits.empty() ? 0 : std::stoi(std::string(digits));
-    line.message = scanner.Rest();
-    isCut = scanner.HasEnded() && line.message.empty();
+    parts.message = scanner.Rest();
+    parts.isCut = scanner.HasEnded() && parts.message.empty();
     return true;
 }
 
@@ -92,14 +97,25 @@ std::size_t FindFile(std::string_view text, std::size_t begin, std::string_view 
     return std::string_view::npos;
 }
 
-bool IsBlank(const std::string &text) {
+bool IsBlank(std::string_view text) {
     return std::all_of(text.begin(), text.end(),
                        [](unsigned char c) { return std::isspace(c) != 0; });
 }
 
-void TrimEnd(std::string &text) {
+std::string_view Trimmed(std::string_view text) {
     while (!text.empty() && (text.back() == '\r' || text.back() == '\n'))
-        text.pop_back();
+        text.remove_suffix(1);
+    return text;
+}
+
+FoundLine Found(std::string_view file, const Parts &parts) {
+    FoundLine found;
+    found.line.file = file;
+    found.line.function = parts.function;
+    found.line.sourceLine = parts.digits.empty() ? 0 : std::stoi(std::string(parts.digits));
+    found.line.message = Trimmed(parts.message);
+    found.isTruncated = parts.isCut;
+    return found;
 }
 
 }  // namespace
@@ -147,27 +163,23 @@ std::vector<FoundLine> LogReader::Next(bool &isEnd) {
     std::size_t at = FindFile(text, 0, file);
     while (at != std::string_view::npos) {
         std::string_view nextFile;
-        FoundLine candidate;
-        bool isCut = false;
+        Parts parts;
         std::size_t next = FindFile(text, at + 1, nextFile);
-        if (ParseLine(text.substr(at), file, candidate.line, isCut)) {
+        if (ParseLine(text.substr(at), file, parts)) {
             // A second line inside the first: that one has lost its end to it.
-            FoundLine inner;
-            bool isInnerCut = false;
+            Parts inner;
             while (next != std::string_view::npos &&
-                   (!ParseLine(text.substr(next), nextFile, inner.line, isInnerCut) ||
-                    inner.line.message.empty()))
+                   (!ParseLine(text.substr(next), nextFile, inner) || inner.message.empty()))
                 next = FindFile(text, next + 1, nextFile);
             if (next != std::string_view::npos) {
-                ParseLine(text.substr(at, next - at), file, candidate.line, isCut);
-                isCut = true;
+                ParseLine(text.substr(at, next - at), file, parts);
+                parts.isCut = true;
             }
-            TrimEnd(candidate.line.message);
-            candidate.line.number = m_number;
-            candidate.line.time = m_times.Read(text.substr(0, at));
-            candidate.length = text.size();
-            candidate.isTruncated = isCut || (m_isTruncated && next == std::string_view::npos);
-            found.push_back(std::move(candidate));
+            found.push_back(Found(file, parts));
+            found.back().line.number = m_number;
+            found.back().line.time = m_times.Read(text.substr(0, at));
+            found.back().length = text.size();
+            found.back().isTruncated |= m_isTruncated && next == std::string_view::npos;
         }
         at = next;
         file = nextFile;
