@@ -361,5 +361,16 @@ TEST_F(MoxPvr, DemoMeetsEveryExpectation) {
     EXPECT_EQ(run.exitCode, 0) << run.output;
 }
 
+TEST_F(MoxPvr, ReplaysALogWhosePathsHaveNoRoomHere) {
+    std::string request = "030000002f";
+    for (int i = 0; i < 240; ++i)
+        request += "78";
+    request += "2e737266";
+    std::ofstream("long.log")
+        << "MoxPvrRecord.cpp: CtrlRecorder(7) > [PVR][MOX]CtrlRecorder | inSize[" << request.size()
+        << "] inData[" << request << "]\n";
+    ExpectSaid(Run("replay --input " MOXPVR_SAMPLE " long.log"), 0, "1 sent, 0 not sent");
+}
+
 }  // namespace
 }  // namespace tool

@@ -89,7 +89,7 @@ class Paths {
         if (known != m_paths.end())
             return known->second;
         const std::string base = logged.substr(logged.find_last_of('/') + 1);
-        const fs::path name = HasExtension(base) ? base : "recording.srf";
+        const fs::path name = IsUsable(base) ? base : "recording.srf";
         std::string free = name.string();
         for (int number = 2; !m_names.insert(free).second; ++number)
             free = name.stem().string() + "-" + std::to_string(number) + name.extension().string();
@@ -97,11 +97,13 @@ class Paths {
     }
 
   private:
-    /// Recordings need one of three letters, for the information file beside them.
-    static bool HasExtension(const std::string &name) {
+    /// Recordings need an extension of three letters, for the information file beside them. A long
+    /// name may have room where it was logged, but not here.
+    static bool IsUsable(const std::string &name) {
+        constexpr std::size_t kLongest = 64;
         const fs::path path = name;
         return path.extension().string().size() == 4 && path.extension() != ".inf" &&
-               log::Printable(name) == name;
+               name.size() <= kLongest && log::Printable(name) == name;
     }
 
     std::string m_directory;
