@@ -459,7 +459,9 @@ TEST_F(RecorderTest, GivesASlowReaderOneDeadlineAtAStop) {
         Bytes received;
         std::thread slowly([&] {
             std::uint8_t page[4096];
-            for (ssize_t count = 1; count > 0 || !isStopped;) {
+            bool wasStopped = false;  // before the read, which then finds all there is
+            for (ssize_t count = 1; count > 0 || !wasStopped;) {
+                wasStopped = isStopped;
                 count = ::read(reader.Get(), page, sizeof page);
                 received.insert(received.end(), page, page + std::max<ssize_t>(count, 0));
                 pollfd wait = {reader.Get(), POLLIN, 0};
