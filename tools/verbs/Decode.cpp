@@ -135,7 +135,8 @@ Decoded DecodeAnswer(RecordKind kind, const std::string &name, const std::string
     const Bytes record = BytesOf(text);
     const std::vector<const RecordLayout *> fitting = FittingOf(named, record);
     if (fitting.size() > 1)
-        decoded.text = CountText(fitting.size(), "record") + " may be meant; name one before it\n";
+        decoded.text =
+            CountText(fitting.size(), "record") + " may be meant; name one before the text\n";
     for (const RecordLayout *layout : fitting)
         decoded.text += Heading(*layout, record) + FieldTable(*layout, record);
     return decoded;

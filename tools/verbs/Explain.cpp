@@ -44,7 +44,13 @@ log::Session ReadFile(const std::string &path) {
 }  // namespace
 
 log::Session SessionOfLog(const std::string &path) {
-    log::Session session = path == "-" ? ReadStandardInput() : ReadFile(path);
+    log::Session session;
+    try {
+        session = path == "-" ? ReadStandardInput() : ReadFile(path);
+    } catch (const std::ios_base::failure &) {  // its text is that of the C++ library
+        throw Failure("cannot read " + (path == "-" ? std::string("standard input") : path) + ": " +
+                      std::strerror(errno));
+    }
     if (session.lines.empty())
         throw Failure("cannot explain " + session.name + ": it has no line of the library (of " +
                       std::to_string(session.foreignLines) +
@@ -58,6 +64,8 @@ void RunExplain(const ExplainOptions &options, const Console &console) {
     for (const std::string &path : {out, options.trace, options.html}) {
         if (path.empty())
             continue;
+        if (path == "-")
+            throw UsageError("only --json writes to standard output; name a file (./- is one)");
         CheckApart(path, others);
         CheckTextFile(path, options.log, options.force);
         others.push_back(path);
