@@ -16,6 +16,7 @@
 #include "log/Session.h"
 #include "log/SessionText.h"
 #include "log/StepValues.h"
+#include "service/Input.h"
 #include "service/RecordingControl.h"
 #include "text/EventText.h"
 #include "text/HexText.h"
@@ -257,6 +258,7 @@ void RunReplay(const ReplayOptions &options, const Console &console) {
     if (options.keepsPace && !session.hasTime)
         throw Failure("cannot keep the pace of " + session.name +
                       ": its lines have no time stamps; leave out --pace");
+    ServicesOf(options.input);  // names what is wrong with it; requests answer a number only
     const OutputDirectory directory(options.directory, "the replay");
     Replayer(options, directory.Path(), console).Run(items);
     if (!options.directory.empty())
