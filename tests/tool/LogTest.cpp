@@ -7,6 +7,7 @@
 #include <fstream>
 #include <functional>
 #include <iomanip>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
@@ -214,16 +215,23 @@ TEST(Explain, SaysWhatALogHasLost) {
 
 TEST(Explain, TellsTheStoryOfADemo) {
     const Session session = SessionOf([](auto line, auto) { return line + "\n"; });
-    std::string stretches;
+    std::map<std::pair<Side, Lane>, std::string> lanes;
     for (const Stretch &stretch : session.stretches)
-        if (stretch.lane == Lane::RecorderState || stretch.side == Side::Recorder)
-            stretches += stretch.label + (stretch.isOpen ? "..., " : ", ");
-    EXPECT_EQ(stretches,
-              "service 1, recording, service 3, buffering, service 1, recording, recording, "
-              "service 2, ");
+        lanes[{stretch.side, stretch.lane}] += stretch.label + (stretch.isOpen ? "..., " : ", ");
+    const decltype(lanes) expected = {
+        {{Side::Recorder, Lane::RecorderState}, "recording, buffering, recording, recording, "},
+        {{Side::Recorder, Lane::Channel}, "service 1, service 3, service 1, service 2, "},
+        {{Side::Playback, Lane::PlaybackState}, "playing, paused, playing, playing, playing, "},
+        {{Side::Playback, Lane::Rate}, "1x, 4x, 1x, -4x, 1x, -4x, 1x, 4x, 1x, 1x, "},
+        {{Side::Playback, Lane::VideoMute}, "still, still, still, still, still, "},
+        {{Side::Playback, Lane::SoundMute}, "muted until the service lifts it, "},
+        {{Side::Playback, Lane::Channel},
+         "video 0x101, video 0x301, video 0x101, video 0x301, video 0x101, audio 0x201, "}};
+    EXPECT_EQ(lanes, expected);
     const auto json = nlohmann::json::parse(JsonOf(session));
     EXPECT_EQ(json["lines"].size(), DemoLog().size());
     EXPECT_EQ(json["steps"][json["lines"][5]["step"].get<std::size_t>()]["title"], "SetHandle");
+    EXPECT_GT(json["lines"][5]["sourceLine"], 100);
     std::set<std::string> phases;
     const auto trace = nlohmann::json::parse(TraceOf(session));
     for (const auto &event : trace["traceEvents"])
@@ -276,7 +284,7 @@ TEST(Explain, NamesFailuresLossesAndStrangers) {
              Recorder("SetDemuxProperty", "===============now the pid info===============") +
              Recorder("SetDemuxProperty", "demux property index [2], pid [0x11]"),
          "from the list of PIDs: index 0 to 1"},
-        {Recorder("Stop", "Stop | a message of tomorrow"),
+        {"MoxPvrService " + Recorder("Stop", "Stop | a message of tomorrow"),
          "a line that no message of this version matches"},
         {Recorder("Stop", "Stop | this func is st").substr(0, 60) + Recorder("Pause", started),
          "2 lines of the library"},  // two writers, one line

@@ -152,6 +152,7 @@ TEST(Encode, TakesFieldsByNameAndRefusesWhatDoesNotFit) {
         {RecordKind::Recorder, "Start", {"@8192=00"}, ""},
         {RecordKind::Event, "sys", {"@16=00"}, ""},
         {RecordKind::Playback, "TrickPlay", {"rate=fast"}, ""},
+        {RecordKind::Playback, "TrickPlay", {"rate=1x"}, ""},
     };
     for (const auto &row : rows) {
         const RecordLayout &layout = Layout(row.kind, row.name);
@@ -204,6 +205,7 @@ TEST(Decode, NamesWhatWasSentAndWhatWasNot) {
          {"0x1000  1 PID, announced 3; 2 not sent, each reads as 0; only 7",
           "4       1      -        03"},
          ""},
+        {RecordKind::Recorder, "", "0c0000000200000000100000", {"1 PID, announced 2; 1 not"}, ""},
         {RecordKind::Recorder,
          "",
          "0300000041000142",
