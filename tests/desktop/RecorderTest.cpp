@@ -774,6 +774,8 @@ TEST(Platform, LogsWholeLinesFromAnyThread) {
     EXPECT_FALSE(SetLogFile("/no/such/place"));
     ASSERT_TRUE(SetLogFile(path));
     SetLogMinimumPriority(4);
+    std::atomic<int> heard{0};
+    SetLogListener([&](std::string_view line) { heard += line.back() == '\n' ? 1 : 0; });
     const auto text = [](int line) {
         return std::string(static_cast<std::size_t>(450 + line), 'x') + ' ' + std::to_string(line);
     };
@@ -787,6 +789,9 @@ TEST(Platform, LogsWholeLinesFromAnyThread) {
         });
     for (std::thread &thread : threads)
         thread.join();
+    SetLogListener(nullptr);
+    EXPECT_EQ(__dlog_print(DLOG_ID_MAIN, 2, "TAG", "neither written nor heard"), 0);
+    EXPECT_EQ(heard, 2 * 200) << "those that are not written as well";
     SetLogMinimumPriority(0);
     ASSERT_TRUE(SetLogFile(""));
 
