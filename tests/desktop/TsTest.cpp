@@ -329,8 +329,8 @@ TEST(ChannelLog, KeepsStretchesAndLeavesOutWhatIsBroken) {
     EXPECT_EQ(stretches[1].timeMs, 500);
     EXPECT_EQ(stretches[1].offset, 188U);
 
-    std::ofstream(path, std::ios::app) << "nonsense 1 2\n-1 400 00\n600 376 0011";  // torn line
-    std::ofstream(path, std::ios::app) << "\n600 376 " << std::string(2 * 192, 'g') << '\n';
+    std::ofstream(path, std::ios::app) << "nonsense 1 2\n-1 400 00\n600 376 "
+                                       << std::string(2 * 192, 'g') << "\n600 376 0011";  // torn
     EXPECT_EQ(ProgramsIn(recording), (std::vector<int>{1, 2}));
     ASSERT_TRUE(AddToLog(recording, Stretch(700, 564, 3)));
     ASSERT_TRUE(AddToLog(recording, Stretch(600, 752, 4)));  // back in time

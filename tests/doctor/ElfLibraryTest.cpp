@@ -50,6 +50,9 @@ TEST(ElfLibrary, IsReadByItsDynamicSegmentAlone) {
     header.e_shnum = 0xFFFF;
     std::memcpy(bytes.data(), &header, sizeof header);
     EXPECT_EQ(ParseElf(bytes).exported, whole.exported);
+    header.e_phnum = 1;
+    std::memcpy(bytes.data(), &header, sizeof header);
+    EXPECT_FALSE(IsTaken(bytes)) << "the dynamic segment is not the first";
 }
 
 TEST(ElfLibrary, IsRefusedWhenCutShort) {

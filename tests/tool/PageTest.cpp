@@ -134,6 +134,8 @@ TEST(Page, HasEveryLineAndLeadsToEveryStep) {
     for (const Line &line : session.lines)
         EXPECT_NE(page.text.find(line.message), std::string::npos) << line.message;
     EXPECT_NE(page.text.find("all steps"), std::string::npos);
+    EXPECT_EQ(page.elements.at("dt"), 6 + 900) << "figures of the log, and a value of each step";
+    EXPECT_GT(page.elements.at("use"), 100) << "a marker each, where they do not cover each other";
 }
 
 TEST(Page, NamesWhatItLeavesOutAndKeepsFailures) {
