@@ -24,7 +24,6 @@ namespace tool::log {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 

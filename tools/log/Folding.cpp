@@ -47,8 +47,9 @@ void Join(ToldStep &first, ToldStep &next) {
     for (std::size_t i = 0; i < first.step.values.size(); ++i) {
         std::string &value = first.step.values[i].second;
         const std::string &last = next.step.values[i].second;
-        const std::string begin = value.substr(0, value.find(kTo));
-        value = begin == last ? begin : begin + kTo + last;
+        value.erase(std::min(value.find(kTo), value.size()));
+        if (value != last)
+            value.append(kTo).append(last);
     }
 }
 

@@ -44,13 +44,7 @@ log::Session ReadFile(const std::string &path) {
 }  // namespace
 
 log::Session SessionOfLog(const std::string &path) {
-    log::Session session;
-    try {
-        session = path == "-" ? ReadStandardInput() : ReadFile(path);
-    } catch (const std::ios_base::failure &) {  // its text is that of the C++ library
-        throw Failure("cannot read " + (path == "-" ? std::string("standard input") : path) + ": " +
-                      std::strerror(errno));
-    }
+    log::Session session = path == "-" ? ReadStandardInput() : ReadFile(path);
     if (session.lines.empty())
         throw Failure("cannot explain " + session.name + ": it has no line of the library (of " +
                       std::to_string(session.foreignLines) +
