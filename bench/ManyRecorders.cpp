@@ -39,10 +39,13 @@ constexpr double kBytesPerSecond = kPacketsPerClock * 188 * 1000.0 / kClockMs;
 /// file by then is late. The last hundredth is for the sampling.
 constexpr double kLongestUnwritten = 0.5 + kClockMs / 1000.0 + 0.01;
 
+constexpr int kStartSeconds = 20;  // by which the source is longer than a round
+constexpr std::chrono::milliseconds kBetweenSamples{50};
+
 struct Options {
     std::string folder = "/dev/shm";
     int seconds = 5;
-    int most = 4096;
+    int most = 512;
 };
 
 void MakeSource(const std::string &path, int seconds) {
@@ -99,15 +102,22 @@ class Recording {
     Recording &operator=(const Recording &) = delete;
 
     void Sample(double wholeSize) {
-        const double promised =
-            std::min(Seconds(Clock::now() - m_start).count() * kBytesPerSecond, wholeSize);
-        const double unwritten = (promised - Size()) / kBytesPerSecond;
+        if (m_isStopped)
+            return;
+        const double unwritten = (Promised(wholeSize) - Size()) / kBytesPerSecond;
         m_longestUnwritten = std::max(m_longestUnwritten, unwritten);
         ::fallocate(m_sink.Get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 0,
                     static_cast<off_t>(Size()));
     }
 
-    void Stop() { Send(recorder::Stop{}); }
+    /// @return bytes that were promised and are not in the file
+    double Stop(double wholeSize) {
+        // Those of the last clock reference may be due.
+        const double promised = Promised(wholeSize) - kPacketsPerClock * 188;
+        Send(recorder::Stop{});
+        m_isStopped = true;
+        return std::max(0.0, promised - Size());
+    }
     double Size() const {
         struct stat status {};
         return ::fstat(m_sink.Get(), &status) == 0 ? static_cast<double>(status.st_size) : 0;
@@ -115,6 +125,10 @@ class Recording {
     double LongestUnwritten() const { return m_longestUnwritten; }
 
   private:
+    double Promised(double wholeSize) const {
+        return std::min(Seconds(Clock::now() - m_start).count() * kBytesPerSecond, wholeSize);
+    }
+
     template <typename Request>
     void Send(const Request &request) {
         moxpvr::RequestText text(request);
@@ -131,6 +145,7 @@ class Recording {
     tvdesktop::FileDescriptor m_sink;
     Clock::time_point m_start;
     double m_longestUnwritten = 0;
+    bool m_isStopped = false;
 };
 
 struct Round {
@@ -149,29 +164,41 @@ Round Run(int count, const Options &options, const std::string &folder) {
     const auto wholeSize = static_cast<double>(status.st_size);
 
     const double memoryBefore = ResidentKiB();
-    const double cpuBefore = CpuSeconds();
-    const Clock::time_point begin = Clock::now();
     Round round;
     std::vector<std::unique_ptr<Recording>> recordings;
     recordings.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i)
-        recordings.push_back(std::make_unique<Recording>(
-            static_cast<unsigned short>(i), source, folder + "/sink" + std::to_string(i) + ".ts"));
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(options.seconds);
-    while (Clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const auto sample = [&] {
         for (const auto &recording : recordings)
             recording->Sample(wholeSize);
         round.kibEach = std::max(round.kibEach, (ResidentKiB() - memoryBefore) / count);
+        return Clock::now() + kBetweenSamples;
+    };
+
+    const Clock::time_point begin = Clock::now();
+    Clock::time_point nextSample = begin;
+    for (int i = 0; i < count; ++i) {
+        recordings.push_back(std::make_unique<Recording>(
+            static_cast<unsigned short>(i), source, folder + "/sink" + std::to_string(i) + ".ts"));
+        if (Clock::now() >= nextSample)
+            nextSample = sample();
     }
-    round.cpu = (CpuSeconds() - cpuBefore) / Seconds(Clock::now() - begin).count();
+    const Clock::time_point started = Clock::now();
+    if (started - begin > std::chrono::seconds(kStartSeconds))
+        throw std::runtime_error(std::to_string(count) + " recorders take too long to start");
+
+    const double cpuBefore = CpuSeconds();
+    while (Clock::now() < started + std::chrono::seconds(options.seconds)) {
+        std::this_thread::sleep_until(nextSample);
+        nextSample = sample();
+    }
+    round.cpu = (CpuSeconds() - cpuBefore) / Seconds(Clock::now() - started).count();
     for (const auto &recording : recordings) {
-        recording->Stop();
+        if (Clock::now() >= nextSample)
+            nextSample = sample();  // the others continue meanwhile
+        round.lost += recording->Stop(wholeSize) / 188;
         round.longestUnwritten = std::max(round.longestUnwritten, recording->LongestUnwritten());
         round.late += std::max(0.0, recording->LongestUnwritten() - kLongestUnwritten) *
                       kBytesPerSecond / 188;
-        // The last packets are due when the round ends.
-        round.lost += std::max(0.0, wholeSize - kPacketsPerClock * 188 - recording->Size()) / 188;
     }
     return round;
 }
@@ -192,7 +219,7 @@ void RaiseFileLimit() {
 }
 
 void Measure(const Options &options, const std::string &folder) {
-    MakeSource(folder + "/source.ts", options.seconds);
+    MakeSource(folder + "/source.ts", options.seconds + kStartSeconds);
     std::puts(
         "recorders  Mbit/s  CPU %  CPU % each  KiB each  longest unwritten ms  late packets"
         "  lost packets");
