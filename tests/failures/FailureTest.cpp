@@ -75,13 +75,13 @@ std::function<long()> StepOf(Instance *(*instance)(), const Calls<Instance> &cal
     if (found != calls.end())
         return [instance, &call = found->second, operation]() -> long {
             call(*instance(), operation, g_answer);
-            return g_answer.result;
+            return static_cast<long>(g_answer.result);
         };
     return [control, text = RequestOf(side, operation.Request())]() mutable -> long {
         unsigned int replySize = 0;
-        return control(static_cast<unsigned int>(text.size()),
-                       reinterpret_cast<unsigned char *>(text.data()), replySize,
-                       reinterpret_cast<unsigned char *>(g_reply));
+        return static_cast<long>(control(static_cast<unsigned int>(text.size()),
+                                         reinterpret_cast<unsigned char *>(text.data()), replySize,
+                                         reinterpret_cast<unsigned char *>(g_reply)));
     };
 }
 
