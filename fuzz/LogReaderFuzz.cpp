@@ -43,8 +43,10 @@ void CheckText(const Session &session, std::size_t logSize) {
     std::size_t size = 0;
     tool::log::WriteText(session, [&](const std::string &line, tool::Style /*style*/) {
         size += line.size();
-        for (const unsigned char byte : line)
+        for (const char character : line) {
+            const auto byte = static_cast<unsigned char>(character);
             Require(byte >= 0x20 && byte != 0x7F, "text has no control characters");
+        }
     });
     Require(size < 4096 + 64 * logSize, "text is not out of proportion");
 }

@@ -23,7 +23,7 @@ bool StartsWith(const std::string &text, std::string_view start) {
 /// Opens and closes stretches as the steps go by.
 class LaneWriter {
   public:
-    explicit LaneWriter(const Session &session) : m_session(session) {
+    explicit LaneWriter(const Session &session) {
         // Steps are in the order in which they began; a lane changes when one has ended.
         std::vector<std::size_t> order(session.steps.size());
         for (std::size_t i = 0; i < order.size(); ++i)
@@ -177,7 +177,6 @@ class LaneWriter {
         m_open.erase(found);
     }
 
-    const Session &m_session;
     std::vector<Stretch> m_stretches;
     std::map<Key, Stretch> m_open;
     std::string m_service;

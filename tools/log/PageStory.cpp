@@ -9,7 +9,6 @@ namespace tool::log {
 
 namespace {
 
-constexpr std::size_t kMostLines = 150'000;   // of a page; more make browsers slow
 constexpr std::size_t kMostText = 1'000;      // bytes of a line's message
 constexpr std::size_t kChapterSteps = 1'000;  // a longer story is folded into chapters
 constexpr std::size_t kBriefValues = 6;       // shown without unfolding
