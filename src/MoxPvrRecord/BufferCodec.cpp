@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "MoxPvr.h"
 
@@ -20,15 +21,13 @@ constexpr unsigned char DigitValue(unsigned char c) {
 }
 
 /// The same for every character, to look up one by one.
-struct DigitValues {
-    unsigned char of[256] = {};
-
-    constexpr DigitValues() {
-        for (unsigned int c = 0; c < sizeof of; ++c)
-            of[c] = DigitValue(static_cast<unsigned char>(c));
-    }
+template <typename Characters>
+struct DigitTable;
+template <std::size_t... kCharacters>
+struct DigitTable<std::index_sequence<kCharacters...>> {
+    static constexpr unsigned char of[] = {DigitValue(static_cast<unsigned char>(kCharacters))...};
 };
-constexpr DigitValues kDigitValues;
+using DigitValues = DigitTable<std::make_index_sequence<256>>;
 
 #if defined(__SSE2__) || defined(__ARM_NEON)
 constexpr bool kHasVectors = true;
@@ -54,7 +53,7 @@ void DecodePairs(const unsigned char *text, std::size_t count, unsigned char *by
             bytes[i] = Joined(digits[2 * i], digits[2 * i + 1]);
     }
     for (std::size_t i = 0; i < count; ++i)
-        bytes[i] = Joined(kDigitValues.of[text[2 * i]], kDigitValues.of[text[2 * i + 1]]);
+        bytes[i] = Joined(DigitValues::of[text[2 * i]], DigitValues::of[text[2 * i + 1]]);
 }
 
 /// The two digits of every byte.

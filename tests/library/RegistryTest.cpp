@@ -29,6 +29,7 @@ class RegistryTest : public testing::Test {
 };
 
 TEST_F(RegistryTest, RegistersThroughTheEntryPoints) {
+    EXPECT_STREQ(mox_pvr_version(), MOXPVR_VERSION);
     EXPECT_EQ(mox_pvr_set_tv_player(nullptr), 0U);
     EXPECT_EQ(mox_pvr_set_tv_stream(kStream), 1U);
     EXPECT_EQ(mox_pvr_set_tv_player(kPlayer), 0U);
