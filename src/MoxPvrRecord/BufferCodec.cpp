@@ -15,9 +15,9 @@ constexpr unsigned char DigitValue(unsigned char c) {
     constexpr int kLowest = -128;
     const auto number = static_cast<signed char>(c - '0' + kLowest);
     const auto letter = static_cast<signed char>((c | 0x20) - 'a' + kLowest);
-    const unsigned char isNumber = number < kLowest + 10 ? 0x0F : 0;
-    const unsigned char isLetter = letter < kLowest + 6 ? 0x0F : 0;
-    return static_cast<unsigned char>((c & (isNumber | isLetter)) + (isLetter & 9));
+    const unsigned char isNumber = number < kLowest + 10 ? 0xFF : 0;
+    const unsigned char isLetter = letter < kLowest + 6 ? 0xFF : 0;
+    return static_cast<unsigned char>((c & 0x0F & (isNumber | isLetter)) + (isLetter & 9));
 }
 
 /// The same for every character, to look up one by one.
@@ -43,12 +43,13 @@ constexpr unsigned char Joined(unsigned char high, unsigned char low) {
 /// and never past them.
 void DecodePairs(const unsigned char *text, std::size_t count, unsigned char *bytes) {
     // Compilers turn these two loops into vector instructions for sixteen characters at a time; one
-    // loop that does both takes five times as long.
-    constexpr std::size_t kBlock = 32;
+    // loop that does both takes five times as long, and so does one that is unrolled before.
+    constexpr std::size_t kBlock = 16;
     unsigned char digits[2 * kBlock];
     for (; kHasVectors && count >= kBlock; count -= kBlock, text += 2 * kBlock, bytes += kBlock) {
         for (std::size_t i = 0; i < 2 * kBlock; ++i)
             digits[i] = DigitValue(text[i]);
+#pragma GCC unroll 1
         for (std::size_t i = 0; i < kBlock; ++i)
             bytes[i] = Joined(digits[2 * i], digits[2 * i + 1]);
     }
