@@ -28,14 +28,13 @@ bool IsTaken(const Bytes &bytes) {
     }
 }
 
-/// @return where the dynamic segment is in the file
-std::size_t DynamicSegment(const Bytes &bytes) {
+ElfW(Phdr) DynamicSegment(const Bytes &bytes) {
     ElfW(Ehdr) header;
     std::memcpy(&header, bytes.data(), sizeof header);
     ElfW(Phdr) segment{};
     for (std::size_t i = 0; segment.p_type != PT_DYNAMIC; ++i)
         std::memcpy(&segment, &bytes[header.e_phoff + i * sizeof segment], sizeof segment);
-    return segment.p_offset;
+    return segment;
 }
 
 TEST(ElfLibrary, IsReadByItsDynamicSegmentAlone) {
@@ -62,9 +61,27 @@ TEST(ElfLibrary, IsRefusedWhenCutShort) {
             << size;
 }
 
+TEST(ElfLibrary, HasAnEndOfItsEntriesOrTheirSegment) {
+    Bytes bytes = TheLibrary();
+    const std::size_t needed = ParseElf(bytes).needed.size();
+    const ElfW(Phdr) segment = DynamicSegment(bytes);
+    const ElfW(Dyn) end{DT_NULL, {0}};
+    const ElfW(Dyn) another{DT_NEEDED, {0}};
+    std::vector<std::size_t> ends;  // the linker leaves some spare entries
+    for (std::size_t at = 0; at < segment.p_filesz; at += sizeof end)
+        if (std::memcmp(&bytes[segment.p_offset + at], &end, sizeof end) == 0)
+            ends.push_back(segment.p_offset + at);
+    ASSERT_GT(ends.size(), 1U);
+    for (std::size_t i = ends.size(); i-- > 0;) {
+        EXPECT_EQ(ParseElf(bytes).needed.size(), needed) << "entries after the end";
+        std::memcpy(&bytes[ends[i]], &another, sizeof another);
+    }
+    EXPECT_EQ(ParseElf(bytes).needed.size(), needed + ends.size()) << "no end but the segment's";
+}
+
 TEST(ElfLibrary, IsReadInsideOfItsBytesWhateverTheySay) {
     Bytes bytes = TheLibrary();
-    const std::size_t dynamic = DynamicSegment(bytes);
+    const std::size_t dynamic = DynamicSegment(bytes).p_offset;
     const std::pair<std::size_t, std::size_t> places[] = {
         {0, 4096},  // headers, hash table and symbols come first
         {dynamic, dynamic + 512},

@@ -160,11 +160,8 @@ class Parser {
                 case DT_FLAGS_1:
                     library.isKept = (value & DF_1_NODELETE) != 0;
                     break;
-                case DT_INIT:
-                    ++library.constructors;
-                    break;
                 case DT_INIT_ARRAYSZ:
-                    library.constructors += static_cast<std::size_t>(value / sizeof(Word));
+                    library.startFunctions = static_cast<std::size_t>(value / sizeof(Word));
                     break;
                 default:
                     break;

@@ -42,7 +42,7 @@ struct ElfLibrary {
     std::vector<SearchPath> searchPaths;
     std::vector<std::string> exported;  ///< names of defined symbols that others can reach
     std::vector<std::string> required;  ///< names of symbols that others must define; no weak ones
-    std::size_t constructors = 0;       ///< functions that run when it is loaded
+    std::size_t startFunctions = 0;     ///< entries of the init array; one is the compiler's own
     bool isKept = false;                ///< stays loaded after dlclose
 };
 

@@ -11,8 +11,9 @@ namespace {
 
 constexpr char kSoname[] = "libmoxpvr.so.";  ///< with the major version
 
-bool StartsWith(const std::string &text, const std::string &start) {
-    return text.compare(0, start.size(), start) == 0;
+/// @return whether a path is a folder or below it
+bool IsWithin(const std::string &path, const std::string &folder) {
+    return path == folder || path.compare(0, folder.size() + 1, folder + '/') == 0;
 }
 
 std::string Quoted(const std::string &text) {
@@ -43,12 +44,13 @@ void ExamineStay(const ElfLibrary &library, Report &report) {
 std::string FolderProblem(const std::string &folder) {
     if (folder.empty())
         return "an empty entry, which is whatever folder the process is in";
-    if (StartsWith(folder, "$ORIGIN") || StartsWith(folder, "${ORIGIN}"))
-        return "";
+    for (const char *ownFolder : {"$ORIGIN", "${ORIGIN}"})
+        if (IsWithin(folder, ownFolder))
+            return "";
     if (folder[0] != '/')
         return Quoted(folder) + ", which depends on the folder that the process is in";
-    for (const char *system : {"/lib", "/usr/", "/opt/"})
-        if (StartsWith(folder, system))
+    for (const char *system : {"/lib", "/lib32", "/lib64", "/usr", "/opt"})
+        if (IsWithin(folder, system))
             return "";
     return Quoted(folder) + ", a folder of the machine that it was built on";
 }
@@ -101,7 +103,7 @@ void Examine(const ElfLibrary &library, Report &report) {
         ExamineSearchPath(path, report);
     ExamineExports(library, report);
     ExamineNeeds(library, report);
-    report.facts.push_back({"constructors", std::to_string(library.constructors)});
+    report.facts.push_back({"start functions", std::to_string(library.startFunctions)});
 }
 
 }  // namespace doctor

@@ -16,7 +16,7 @@ struct DocumentedSymbol {
 extern const DocumentedSymbol kDocumentedSymbols[];
 extern const std::size_t kDocumentedSymbolCount;
 
-/// Machine, SONAME, search paths, constructors, exported and required symbols.
+/// Machine, SONAME, search paths, start functions, exported and required symbols.
 void Examine(const ElfLibrary &library, Report &report);
 
 }  // namespace doctor

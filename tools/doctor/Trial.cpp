@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -35,8 +36,27 @@ constexpr char kOwnSymbol[] = "tv_recorder_set_callback";
 constexpr MOXHandle kPlayback{PROFILE_TYPE_MAIN, 0};
 constexpr MOXHandle kRecorder{PROFILE_TYPE_RECORD, 0};
 
+/// @name The entry points that a trial calls, by the names that services resolve
+/// @{
+constexpr char kSetPlayer[] = "_Z21mox_pvr_set_tv_playerPv";
+constexpr char kSetStream[] = "_Z21mox_pvr_set_tv_streamPv";
+constexpr char kSetRecorder[] = "_Z27mox_pvr_set_recorder_handlePv";
+constexpr char kControlRecorder[] = "_Z25mox_pvr_control_recordingjPhRjS_";
+constexpr char kDestroyPlayback[] = "_ZN9MoxPvrAPI15DestroyPlaybackE9MOXHandle";
+constexpr char kDestroyRecorder[] = "_ZN9MoxPvrAPI15DestroyRecorderE9MOXHandle";
+constexpr char kGetVersion[] = "_Z15mox_pvr_versionv";
+constexpr const char *kEntryPoints[] = {kSetPlayer,       kSetStream,       kSetRecorder,
+                                        kControlRecorder, kDestroyPlayback, kDestroyRecorder,
+                                        kGetVersion};
+/// @}
+
 /// What the process that loads tells the one that waits: a line each, a letter in front.
-enum Tag : char { kStep = '>', kComplaint = '!', kVersion = '=', kDone = '.' };
+enum Tag : char {
+    kStep = '>',       ///< what it does next
+    kComplaint = '!',  ///< what is wrong
+    kVersion = '=',    ///< the library's version
+    kDone = '.',       ///< all was tried: what that was
+};
 
 // --- In the process that loads -------------------------------------------------------------------
 
@@ -45,22 +65,17 @@ class Patient {
     Patient(int report, std::string path, const ElfLibrary &library)
         : m_report(report), m_path(std::move(path)), m_library(library) {}
 
-    /// @return whether every round was completed
-    bool Run() {
+    /// @return what was tried; empty when something went wrong before the end
+    std::string Run() {
         if (!Load())
-            return false;
+            return "";
         NameOwnSymbolIfMissing();
+        if (!HasEntryPoints())
+            return Unload() ? "only loaded and unloaded, as entry points are missing" : "";
         AskVersion();
-        if (!Unload() || !Use())
-            return false;
-        const std::size_t threads = CountIn("/proc/self/task");
-        const std::size_t files = CountIn("/proc/self/fd");
-        for (int round = 1; round < kRounds; ++round)
-            if (!Use())
-                return false;
-        CompareCount("thread", threads, CountIn("/proc/self/task"));
-        CompareCount("open file", files, CountIn("/proc/self/fd"));
-        return true;
+        if (!Unload() || !UseRepeatedly())
+            return "";
+        return std::to_string(kRounds) + " times loaded, registered and unloaded";
     }
 
     void Tell(Tag tag, std::string text) const {
@@ -78,9 +93,7 @@ class Patient {
         m_handle = dlopen(m_path.c_str(), RTLD_NOW | RTLD_LOCAL);
         if (m_handle != nullptr)
             return true;
-        const char *const error = dlerror();
-        Tell(kComplaint,
-             std::string("it does not load: ") + (error != nullptr ? error : "no reason"));
+        Tell(kComplaint, "it does not load: " + LoaderError());
         NameMissingSymbols();
         return false;
     }
@@ -89,20 +102,56 @@ class Patient {
         Tell(kStep, "unloading it");
         if (dlclose(m_handle) == 0)
             return true;
-        Tell(kComplaint, std::string("it cannot be unloaded: ") + dlerror());
+        Tell(kComplaint, "it cannot be unloaded: " + LoaderError());
         return false;
+    }
+
+    static std::string LoaderError() {
+        const char *const error = dlerror();
+        return error != nullptr ? error : "no reason";
+    }
+
+    /// The first round may start what stays, so the others are compared with the state after it.
+    bool UseRepeatedly() {
+        if (!Use())
+            return false;
+        const std::size_t threads = CountIn("/proc/self/task");
+        const std::size_t files = CountIn("/proc/self/fd");
+        for (int round = 1; round < kRounds; ++round)
+            if (!Use())
+                return false;
+        CompareCount("thread", threads, CountIn("/proc/self/task"));
+        CompareCount("open file", files, CountIn("/proc/self/fd"));
+        return true;
     }
 
     /// Loads, registers, sends a request that needs no platform, destroys and unloads.
     bool Use() { return Load() && Register() && Ask() && Destroy() && Unload(); }
 
-    /// Calls an entry point by its symbol name; one that is missing was reported.
+    /// The examination has complained of what is not exported; the rest of what is missing is
+    /// complained of here.
+    bool HasEntryPoints() const {
+        const std::vector<std::string> &exported = m_library.exported;
+        std::vector<std::string> missing;
+        std::vector<std::string> hidden;  // those of them that are exported
+        for (const char *symbol : kEntryPoints) {
+            if (dlsym(m_handle, symbol) != nullptr)
+                continue;
+            missing.emplace_back(symbol);
+            if (std::find(exported.begin(), exported.end(), symbol) != exported.end())
+                hidden.emplace_back(symbol);
+        }
+        if (!hidden.empty())
+            Tell(kComplaint, "it exports " + ListText(hidden) + ", which the loader does not find");
+        return missing.empty();
+    }
+
+    /// Calls an entry point, which HasEntryPoints() has found.
     template <typename Signature, typename... Values>
     auto Call(const char *step, const char *symbol, Values &&...values) const {
         Tell(kStep, step);
         auto *const function = reinterpret_cast<Signature *>(dlsym(m_handle, symbol));
-        using Answer = decltype(function(values...));
-        return function != nullptr ? function(values...) : Answer{};
+        return function(values...);
     }
 
     bool Succeeds(const char *step, const char *symbol, void *object) const {
@@ -113,10 +162,9 @@ class Patient {
     }
 
     bool Register() {
-        return Succeeds("registering a player", "_Z21mox_pvr_set_tv_playerPv", m_objects[0]) &&
-               Succeeds("registering a stream", "_Z21mox_pvr_set_tv_streamPv", m_objects[1]) &&
-               Succeeds("registering a recorder", "_Z27mox_pvr_set_recorder_handlePv",
-                        m_objects[2]);
+        return Succeeds("registering a player", kSetPlayer, m_objects[0]) &&
+               Succeeds("registering a stream", kSetStream, m_objects[1]) &&
+               Succeeds("registering a recorder", kSetRecorder, m_objects[2]);
     }
 
     bool Ask() const {
@@ -126,8 +174,8 @@ class Patient {
         unsigned int size = 0;
         const unsigned int result =
             Call<unsigned int(unsigned int, unsigned char *, unsigned int &, unsigned char *)>(
-                "sending a request", "_Z25mox_pvr_control_recordingjPhRjS_", question.size(),
-                question.data(), size, reply);
+                "sending a request", kControlRecorder, question.size(), question.data(), size,
+                reply);
         const bool isAnswered =
             result == 0 && size <= sizeof reply && moxpvr::DecodeText(reply, size, answer);
         if (!isAnswered)
@@ -137,16 +185,13 @@ class Patient {
     }
 
     bool Destroy() const {
-        Call<int(MOXHandle)>("destroying the playback", "_ZN9MoxPvrAPI15DestroyPlaybackE9MOXHandle",
-                             kPlayback);
-        Call<int(MOXHandle)>("destroying the recorder", "_ZN9MoxPvrAPI15DestroyRecorderE9MOXHandle",
-                             kRecorder);
+        Call<int(MOXHandle)>("destroying the playback", kDestroyPlayback, kPlayback);
+        Call<int(MOXHandle)>("destroying the recorder", kDestroyRecorder, kRecorder);
         return true;
     }
 
     void AskVersion() const {
-        const char *const version =
-            Call<const char *()>("asking for its version", "_Z15mox_pvr_versionv");
+        const char *const version = Call<const char *()>("asking for its version", kGetVersion);
         if (version != nullptr)
             Tell(kVersion, version);
     }
@@ -218,10 +263,10 @@ class Patient {
         if (nowhere >= 0)
             dup2(nowhere, standard);
     Patient patient(report, path, library);
-    const bool isComplete = patient.Run();
+    const std::string tried = patient.Run();
     patient.Tell(kStep, "ending the process");
-    if (isComplete)
-        patient.Tell(kDone, "");
+    if (!tried.empty())
+        patient.Tell(kDone, tried);
     std::exit(0);
 }
 
@@ -229,7 +274,7 @@ class Patient {
 
 struct Course {
     std::string step = "starting a process for it";
-    bool isDone = false;
+    std::string tried;  ///< empty until all was tried
     bool tookTooLong = false;
     std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::now() + kPatience;
 };
@@ -247,7 +292,7 @@ void TakeLine(const std::string &line, Course &course, Report &report) {
             report.facts.push_back({"version", text});
             break;
         case kDone:
-            course.isDone = true;
+            course.tried = text;
             break;
         default:
             break;
@@ -280,19 +325,33 @@ bool WaitForReport(int descriptor, pid_t child, Course &course) {
     }
 }
 
-/// Reads until the other process has ended.
+/// Takes the lines that are complete out of what was read.
+void TakeLines(std::string &pending, Course &course, Report &report) {
+    std::size_t start = 0;
+    std::size_t end = 0;
+    while ((end = pending.find('\n', start)) != std::string::npos) {
+        if (end > start)
+            TakeLine(pending.substr(start, end - start), course, report);
+        start = end + 1;
+    }
+    pending.erase(0, start);
+}
+
+/// Reads until the other process has ended. It may close its end of the pipe and live on.
 Course Follow(int descriptor, pid_t child, Report &report) {
     Course course;
     std::string pending;
-    char buffer[4096];
-    ssize_t got = 0;
-    while (WaitForReport(descriptor, child, course) &&
-           ((got = read(descriptor, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR))) {
-        pending.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
-        for (std::size_t end; (end = pending.find('\n')) != std::string::npos;
-             pending.erase(0, end + 1))
-            if (end > 0)
-                TakeLine(pending.substr(0, end), course, report);
+    while (WaitForReport(descriptor, child, course)) {
+        char buffer[4096];
+        const ssize_t got = read(descriptor, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            break;
+        if (got == 0)
+            descriptor = -1;  // poll() takes no notice of it, so only the end is waited for
+        pending.append(buffer, static_cast<std::size_t>(got));
+        TakeLines(pending, course, report);
     }
     return course;
 }
@@ -305,12 +364,23 @@ void ReportEnd(int status, const Course &course, std::size_t complaintsBefore, R
         report.complaints.push_back(course.step + " crashed the process (" +
                                     strsignal(WTERMSIG(status)) + ")");
     else if (WEXITSTATUS(status) != 0 ||
-             (!course.isDone && report.complaints.size() == complaintsBefore))
+             (course.tried.empty() && report.complaints.size() == complaintsBefore))
         report.complaints.push_back(course.step + " ended the process (exit code " +
                                     std::to_string(WEXITSTATUS(status)) + ")");
-    else if (course.isDone)
-        report.facts.push_back(
-            {"tried", std::to_string(kRounds) + " times loaded, registered and unloaded"});
+    else if (!course.tried.empty())
+        report.facts.push_back({"tried", course.tried});
+}
+
+void FollowToItsEnd(int descriptor, pid_t child, Report &report) {
+    const std::size_t complaintsBefore = report.complaints.size();
+    const Course course = Follow(descriptor, child, report);
+    int status = 0;
+    if (waitpid(child, &status, 0) == child)
+        ReportEnd(status, course, complaintsBefore, report);
+}
+
+void ComplainNotTried(int error, Report &report) {
+    report.complaints.push_back(std::string("it was not tried: ") + std::strerror(error));
 }
 
 }  // namespace
@@ -318,30 +388,23 @@ void ReportEnd(int status, const Course &course, std::size_t complaintsBefore, R
 void Try(const std::string &path, const ElfLibrary &library, Report &report) {
     // The loader would look for a name without a slash in its own folders.
     char whole[PATH_MAX];
-    if (realpath(path.c_str(), whole) == nullptr) {
-        report.complaints.push_back(std::string("it was not tried: ") + std::strerror(errno));
-        return;
-    }
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        report.complaints.push_back(std::string("it was not tried: ") + std::strerror(errno));
+    if (realpath(path.c_str(), whole) == nullptr || pipe2(ends, O_CLOEXEC) != 0) {
+        ComplainNotTried(errno, report);
         return;
     }
     std::fflush(nullptr);
     const pid_t child = fork();
+    if (child < 0)
+        ComplainNotTried(errno, report);
     if (child == 0) {
         close(ends[0]);
         RunPatient(ends[1], whole, library);
     }
     close(ends[1]);
-    const std::size_t complaintsBefore = report.complaints.size();
-    const Course course = Follow(ends[0], child, report);
+    if (child > 0)
+        FollowToItsEnd(ends[0], child, report);
     close(ends[0]);
-    int status = 0;
-    if (child < 0)
-        report.complaints.push_back(std::string("it was not tried: ") + std::strerror(errno));
-    else if (waitpid(child, &status, 0) == child)
-        ReportEnd(status, course, complaintsBefore, report);
 }
 
 }  // namespace doctor

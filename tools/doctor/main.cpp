@@ -2,9 +2,10 @@
 // library only.
 #include <MoxPvrVersion.h>
 
-#include <cstring>
 #include <exception>
+#include <iomanip>
 #include <iostream>
+#include <string>
 
 #include "Examination.h"
 #include "Trial.h"
@@ -22,8 +23,6 @@ constexpr char kUsage[] =
     "LD_PRELOAD.\n"
     "\n"
     "Exit code: 0 no complaint, 1 complaints, 2 usage error\n";
-
-constexpr int kUsageError = 2;
 
 doctor::Report ReportOn(const std::string &path) {
     doctor::Report report;
@@ -59,8 +58,8 @@ std::string Printable(const std::string &text) {
 int Print(const std::string &path, const doctor::Report &report) {
     std::cout << path << '\n';
     for (const doctor::Report::Fact &fact : report.facts)
-        std::cout << "  " << fact.name << std::string(15 - fact.name.size(), ' ')
-                  << Printable(fact.text) << '\n';
+        std::cout << "  " << std::left << std::setw(17) << fact.name << Printable(fact.text)
+                  << '\n';
     for (const std::string &complaint : report.complaints)
         std::cout << "complaint: " << Printable(complaint) << '\n';
     if (report.complaints.empty())
@@ -69,24 +68,33 @@ int Print(const std::string &path, const doctor::Report &report) {
     return report.complaints.empty() && std::cout.good() ? 0 : 1;
 }
 
+/// @return the exit code
+int Refuse(const std::string &reason) {
+    constexpr int kUsageError = 2;
+    std::cerr << "mox-pvr-doctor: " << Printable(reason) << " (--help describes it)\n";
+    return kUsageError;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
-    const int first = argc > 1 && std::strcmp(argv[1], "--") == 0 ? 2 : 1;
-    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
+    const std::string first = argc > 1 ? argv[1] : "";
+    const bool isQuestion = first == "--help" || first == "--version";
+    const int place = first == "--" ? 2 : 1;  // of the library or the question
+    if (argc <= place)
+        return Refuse("cannot run without a library");
+    if (argc > place + 1)
+        return Refuse(std::string("this argument was not expected: ") + argv[place + 1]);
+    if (first == "--help")
         std::cout << kUsage;
-        return 0;
-    }
-    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+    if (first == "--version")
         std::cout << "mox-pvr-doctor " MOXPVR_VERSION "\n";
+    if (isQuestion)
         return 0;
-    }
-    if (argc != first + 1 || (first == 1 && argv[1][0] == '-')) {
-        std::cerr << "mox-pvr-doctor: cannot run without one library (--help describes it)\n";
-        return kUsageError;
-    }
+    if (place == 1 && first[0] == '-')
+        return Refuse("there is no option " + first);
     try {
-        return Print(argv[first], ReportOn(argv[first]));
+        return Print(argv[place], ReportOn(argv[place]));
     } catch (const std::exception &error) {
         std::cerr << "mox-pvr-doctor: " << error.what() << '\n';
         return 1;
