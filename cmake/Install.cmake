@@ -79,6 +79,8 @@ if(MOXPVR_DESKTOP)
   install(TARGETS mox-pvr COMPONENT tool)
   install(FILES samples/services.ts DESTINATION ${CMAKE_INSTALL_DATADIR}/mox-pvr COMPONENT tool)
   install(TARGETS mox-pvr-doctor COMPONENT tool)
+  install(FILES ${PROJECT_BINARY_DIR}/tools/doctor/mox-pvr-doctor.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
 else()
   # No part of a TV's image, but there for who asks for it: cmake --install FOLDER --component tool
   install(TARGETS mox-pvr-doctor COMPONENT tool EXCLUDE_FROM_ALL)
