@@ -48,15 +48,21 @@ install(
   FILES ${PROJECT_BINARY_DIR}/moxpvrConfig.cmake ${PROJECT_BINARY_DIR}/moxpvrConfigVersion.cmake
   DESTINATION ${cmake_package_folder} COMPONENT development)
 
-# install_pkg_config(NAME DESCRIPTION): the prefix is written relative to the file's own place.
+# seen_from_file(RESULT FOLDER): the way from the pkg-config files to a folder, as they spell it.
+macro(seen_from_file result folder)
+  file(RELATIVE_PATH ${result} "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${folder}")
+  string(REGEX REPLACE "/$" "" ${result} "${${result}}")
+  string(REPLACE " " "\\ " ${result} "${${result}}")
+endmacro()
+
+# install_pkg_config(NAME DESCRIPTION)
 function(install_pkg_config name description)
-  set(pkg_config_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-  file(RELATIVE_PATH prefix_from_file
-    ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-  string(REGEX REPLACE "/$" "" prefix_from_file ${prefix_from_file})
+  seen_from_file(prefix "${CMAKE_INSTALL_PREFIX}")
+  seen_from_file(libdir "${CMAKE_INSTALL_FULL_LIBDIR}")
+  seen_from_file(includedir "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
   configure_file(cmake/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.pc
-    DESTINATION ${pkg_config_folder} COMPONENT development)
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endfunction()
 
 install_pkg_config(moxpvr "${PROJECT_DESCRIPTION}")
