@@ -15,10 +15,14 @@ using ControlRecording = unsigned int(unsigned int, unsigned char *, unsigned in
 }  // namespace
 
 int main(int argc, char **argv) {
-    void *library = argc == 2 ? dlopen(argv[1], RTLD_NOW) : nullptr;
-    if (library == nullptr) {
-        std::fprintf(stderr, "%s\n", argc == 2 ? dlerror() : "usage: example_loaded libmoxpvr.so");
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s libmoxpvr.so\n", argv[0]);
         return 2;
+    }
+    void *library = dlopen(argv[1], RTLD_NOW);
+    if (library == nullptr) {
+        std::fprintf(stderr, "%s\n", dlerror());
+        return 1;
     }
 
     // The names carry the parameter types: these are C++ functions in the global namespace.
@@ -31,7 +35,7 @@ int main(int argc, char **argv) {
     }
     std::printf("compiled for version %s, loaded %s\n", MOXPVR_VERSION, version());
 
-    // Start, before any recorder was registered.
+    // A request that is refused, as no recorder was registered: a real service registers one first.
     moxpvr::RequestText request(moxpvr::recorder::Start{});
     unsigned int replySize = 0;
     const unsigned int result = control(request.size(), request.data(), replySize, nullptr);

@@ -25,8 +25,8 @@ using tvdesktop::Service;
 using tvdesktop::StreamKind;
 
 constexpr MOXHandle kRecorder{PROFILE_TYPE_RECORD, 0};
-constexpr std::int32_t kLength = 20'000;        // ms of stream time
-constexpr std::uint32_t kChangeAfter = 10'000;  // the same
+constexpr std::int32_t kLength = 20'000;        // milliseconds of stream time
+constexpr std::uint32_t kChangeAfter = 10'000;  // likewise
 
 // Events come on the threads of the platform. The service takes them on its own: no two calls of
 // the library run at the same time.
@@ -130,7 +130,7 @@ bool WriteInformation(const Service &service, std::string path) {
     information.pcrPid = service.pcrPid;
     std::vector<unsigned char> bytes(moxpvr::InformationFile::Size());
     moxpvr::Encode(information, bytes.data());
-    path.replace(path.size() - 3, 3, "inf");
+    path.replace(path.size() - 3, 3, "inf");  // in place of "srf"
     return tvdesktop::ReplaceFile(path, bytes.data(), bytes.size());
 }
 
@@ -144,27 +144,37 @@ std::uint32_t Position() {
     return progress.position;
 }
 
+bool IsFailure(EventDetail detail) {
+    return detail == EventDetail::RecorderError0 || detail == EventDetail::RecorderError2 ||
+           detail == EventDetail::RecorderError4;
+}
+
 // @return whether the recording came to its end
 bool Follow(Inbox &inbox, const Service &second) {
     bool isChanged = false;
     for (;;) {
-        switch (inbox.Take()) {
-            case EventDetail::RecorderApplication4:  // of the stand-in: the end
-                return isChanged;
-            case EventDetail::RecorderError0:
-            case EventDetail::RecorderError2:
-            case EventDetail::RecorderError4:  // the recorder is as it was: Stop, ClearDemuxInfo
-                std::fprintf(stderr, "the recorder failed\n");
-                return false;
-            default:
-                break;
-        }
-        if (isChanged || Position() < kChangeAfter)
-            continue;
-        if (!ChangeTo(second))
+        const EventDetail detail = inbox.Take();
+        if (detail == EventDetail::RecorderApplication4)  // of the stand-in: the end
+            return isChanged;
+        if (IsFailure(detail)) {  // the recorder is as it was: Stop and ClearDemuxInfo follow
+            std::fprintf(stderr, "the recorder failed\n");
             return false;
-        isChanged = true;
+        }
+        if (!isChanged && Position() >= kChangeAfter) {
+            if (!ChangeTo(second))
+                return false;
+            isChanged = true;
+        }
     }
+}
+
+// @return whether the recording is whole
+bool RecordBoth(Inbox &inbox, const char *path, const Service &first, const Service &second) {
+    if (!Start(first, path))
+        return false;
+    const bool isFollowed = WriteInformation(first, path) && Follow(inbox, second);
+    const bool isStopped = Send(recorder::Stop{});  // otherwise the file may be incomplete
+    return isFollowed && isStopped;
 }
 
 bool Record(void *tvRecorder, const char *path, const Service &first, const Service &second) {
@@ -175,11 +185,8 @@ bool Record(void *tvRecorder, const char *path, const Service &first, const Serv
         if (event.number == moxpvr::SIGNAL_PVR_SYS_CHANGE)
             inbox.Put(change.detail);
     });
-    bool isWhole = mox_pvr_set_recorder_handle(tvRecorder) == 0 && Start(first, path);
-    if (isWhole) {
-        isWhole = WriteInformation(first, path) && Follow(inbox, second);
-        isWhole = Send(recorder::Stop{}) && isWhole;  // not 0: the file may be incomplete
-    }
+    const bool isWhole =
+        mox_pvr_set_recorder_handle(tvRecorder) == 0 && RecordBoth(inbox, path, first, second);
     Send(recorder::ClearDemuxInfo{});  // after a start that was refused, too
     // The platform's recorder goes first: its callback points to the library's instance.
     tvdesktop::DestroyRecorder(tvRecorder);
