@@ -20,7 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 
-/// Takes the place of the platform's: the objects that the doctor registers are none of a recorder.
+/// Takes the place of the platform's: the objects that the doctor registers are not recorders.
 extern "C" __attribute__((visibility("default"))) int tv_recorder_set_callback(
     void * /*recorder*/, void (* /*callback*/)(), void * /*userData*/) {
     return 0;
@@ -255,8 +255,8 @@ class Patient {
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // nobody would end it then
-    // What the library logs and prints is none of the report, which may have the number of a
-    // standard stream that is closed.
+    // What the library logs and prints is not part of the report. The report gets another number
+    // first: it may have that of a standard stream, when that was closed.
     const int report = fcntl(reportDescriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
@@ -312,14 +312,14 @@ bool WaitForReport(int descriptor, pid_t child, Course &course) {
     constexpr int kLookAgain = 50;  // milliseconds
     pollfd report{descriptor, POLLIN, 0};
     for (;;) {
-        const bool hasEnded = HasEnded(child);  // first, so that all it has told is there
+        const bool hasEnded = HasEnded(child);  // before poll(): then all that it wrote is there
         const bool isLate = std::chrono::steady_clock::now() > course.deadline;
         if (isLate && !hasEnded) {
             course.tookTooLong = true;
             kill(child, SIGKILL);
         }
         if (poll(&report, 1, hasEnded ? 0 : kLookAgain) > 0)
-            return !(isLate && hasEnded);  // others may tell without end
+            return !(isLate && hasEnded);  // what it has forked may write without end
         if (hasEnded)
             return false;
     }
