@@ -128,22 +128,21 @@ class Patient {
     /// Loads, registers, sends a request that needs no platform, destroys and unloads.
     bool Use() { return Load() && Register() && Ask() && Destroy() && Unload(); }
 
-    /// The examination has complained of what is not exported; the rest of what is missing is
-    /// complained of here.
+    /// Complains of those that are exported only: the examination has complained of the others.
     bool HasEntryPoints() const {
         const std::vector<std::string> &exported = m_library.exported;
-        std::vector<std::string> missing;
-        std::vector<std::string> hidden;  // those of them that are exported
+        bool hasAll = true;
+        std::vector<std::string> hidden;  // exported, and missing all the same
         for (const char *symbol : kEntryPoints) {
             if (dlsym(m_handle, symbol) != nullptr)
                 continue;
-            missing.emplace_back(symbol);
+            hasAll = false;
             if (std::find(exported.begin(), exported.end(), symbol) != exported.end())
                 hidden.emplace_back(symbol);
         }
         if (!hidden.empty())
             Tell(kComplaint, "it exports " + ListText(hidden) + ", which the loader does not find");
-        return missing.empty();
+        return hasAll;
     }
 
     /// Calls an entry point, which HasEntryPoints() has found.
@@ -239,8 +238,8 @@ class Patient {
 
     void CompareCount(const std::string &what, std::size_t before, std::size_t after) const {
         if (after > before)
-            Tell(kComplaint, "it leaves " + std::to_string(after - before) + " " + what +
-                                 "(s) open after " + std::to_string(kRounds) + " rounds");
+            Tell(kComplaint, "it leaves " + std::to_string(after - before) + " more " + what +
+                                 "(s) after " + std::to_string(kRounds) + " rounds");
     }
 
     int m_report;
