@@ -1,8 +1,8 @@
 // A service that plays a recording: fast up to the first change of channel inside of it, then at
 // normal speed with sound to its end.
 //
-// On a TV player and stream come from the TV; here the stand-in makes them (tvdesktop). Everything
-// else is the same there.
+// The stand-in makes the player and its stream here (tvdesktop); a TV has its own. All else is
+// alike.
 #include <MoxPvr.h>
 #include <MoxPvrAPI.h>
 #include <MoxPvrProtocol.h>
@@ -12,9 +12,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <deque>
 #include <mutex>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -24,8 +25,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr MOXHandle kPlayback{PROFILE_TYPE_MAIN, 0};
 constexpr std::uint8_t kNumber = 2;  // byte 0 of this playback's events
-constexpr double kNormal = 1.0;
-constexpr double kFast = 4.0;
+constexpr double kNormal = 1.0, kFast = 4.0;
 constexpr std::chrono::milliseconds kChangeLimit(5100);  // the library gives a change up after 5 s
 constexpr int kCrossing = 3;  // SubEventType: playback runs into another channel's stretch
 
@@ -34,8 +34,7 @@ struct Callback {
     IMOXPVRPlayback::MOXPVRPlaybackCallbackProperty property;
 };
 
-// The player calls back on a thread of its own. The service takes the callbacks on the thread that
-// sends its requests, between two of them.
+// From the player's thread to the one that sends the requests: callbacks are taken between two.
 class CallbackQueue {
   public:
     void Put(const Callback &callback) {
@@ -44,22 +43,18 @@ class CallbackQueue {
         m_arrived.notify_one();
     }
 
-    // @return nothing when none came for a moment
-    std::optional<Callback> Take() {
+    // @return those that came; none when none came for a moment
+    std::vector<Callback> Take() {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_arrived.wait_for(lock, std::chrono::milliseconds(100),
                            [this] { return !m_callbacks.empty(); });
-        if (m_callbacks.empty())
-            return std::nullopt;
-        const Callback callback = m_callbacks.front();
-        m_callbacks.pop_front();
-        return callback;
+        return std::exchange(m_callbacks, {});
     }
 
   private:
     std::mutex m_mutex;
     std::condition_variable m_arrived;
-    std::deque<Callback> m_callbacks;
+    std::vector<Callback> m_callbacks;
 };
 
 template <typename Request>
@@ -72,107 +67,76 @@ bool Send(const Request &request) {
     return result == 0;
 }
 
-bool IsCrossing(const Callback &callback) {
-    return callback.type == TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION &&
-           callback.property.SubEventType == kCrossing;
-}
-
 class PlaybackService {
   public:
-    explicit PlaybackService(void *stream)
-        : m_stream(stream), m_instance(MoxPvrAPI::GetPlaybackInstance(kPlayback)) {}
+    explicit PlaybackService(void *stream) : m_stream(stream) {}
 
     // Reset programs the codecs. A recording that one of these requests refuses is not started.
     bool Start(const char *path) {
+        m_instance = MoxPvrAPI::GetPlaybackInstance(kPlayback);
         playback::SetHandle handle;
         handle.handle = kNumber;
         playback::SetProperty source;
-        const bool isStarted = source.path.Set(path) && Send(handle) && Send(source) &&
-                               Send(playback::Reset{}) && Send(playback::Start{});
-        if (isStarted)
-            SetRate(kFast);
-        return isStarted;
+        if (!source.path.Set(path) || !Send(handle) || !Send(source) || !Send(playback::Reset{}) ||
+            !Send(playback::Start{}))
+            return false;
+        SetRate(kFast);
+        return true;
     }
 
-    // @return the event that ended the playback; None while it plays
-    EventDetail End() const { return m_end; }
+    EventDetail End() const { return m_end; }  // None while it plays
 
-    // The library sends an event inside of DoTvpCallback: it is only kept here, and dealt with
-    // after that call.
+    // An event, which the library sends inside of DoTvpCallback: dealt with after that call.
     void TakeEvent(EventDetail detail) { m_detail = detail; }
 
     void TakeCallback(Callback callback) {
-        const bool isCrossing = IsCrossing(callback);
+        const bool isCrossing = callback.type == TV_PLAYER_CALLBACK_PVR_PLAYER_APPLICATION &&
+                                callback.property.SubEventType == kCrossing;
         // At another rate than normal the library stops at the crossing until the next unmute.
         if (isCrossing && m_rate != kNormal)
-            StartChange();
+            m_changeStart = Clock::now();
         m_detail = EventDetail::None;
         m_instance->DoTvpCallback(callback.type, &callback.property);
         if (isCrossing) {
             std::printf("another channel from %d ms on\n", callback.property.timeCode);
             SetRate(kNormal);
         }
-        switch (m_detail) {
-            case EventDetail::PlaybackUnmute:
-                EndChange();
-                break;
-            case EventDetail::PlaybackApplication0:  // in the stand-in: the end of the recording
-            case EventDetail::PlaybackError1:
-            case EventDetail::PlaybackError3:
-                m_end = m_detail;
-                break;
-            default:
-                break;
-        }
+        if (m_detail == EventDetail::PlaybackUnmute)
+            EndChange();
+        else if (m_detail == EventDetail::PlaybackApplication0 ||  // in the stand-in: the end
+                 m_detail == EventDetail::PlaybackError1 || m_detail == EventDetail::PlaybackError3)
+            m_end = m_detail;
     }
 
-    // In a stretch without video no unmute ends the change: a change of rate does, once the library
-    // has given it up.
+    // Without video no unmute ends a change: a new rate does, once the library has given it up.
     void LookAtClock() {
-        if (!m_isChanging || Clock::now() - m_changeStart < kChangeLimit)
-            return;
-        EndChange();
-        Release(TV_PROPERTY_AUDIO_SINK_MUTE);
+        if (m_changeStart && Clock::now() - *m_changeStart >= kChangeLimit) {
+            EndChange();
+            Release(TV_PROPERTY_AUDIO_SINK_MUTE);
+        }
     }
 
   private:
-    // During a change of channel the library answers 0 to a trick play and does nothing, so the
-    // service waits for the end of the change.
+    // During a change the library answers 0 and does nothing, so the service waits for its end.
     void SetRate(double rate) {
         m_wantedRate = rate;
-        if (!m_isChanging && m_wantedRate != m_rate)
-            SendWantedRate();
-    }
-
-    // Trick play mutes the sound and holds the picture, also when the player refuses the rate.
-    void SendWantedRate() {
-        const std::uint32_t position = Position();
-        if (!Send(playback::TrickPlay{position, m_wantedRate})) {
-            m_wantedRate = kNormal;
-            if (!Send(playback::TrickPlay{position, kNormal})) {
-                Release(TV_PROPERTY_VIDEO_STILL_MODE);
-                Release(TV_PROPERTY_AUDIO_SINK_MUTE);
-            }
-        }
-        m_rate = m_wantedRate;
-    }
-
-    std::uint32_t Position() const {
-        long position = 0;
-        long duration = 0;
+        if (m_changeStart || rate == m_rate)
+            return;
+        long position = 0, duration = 0;
         m_instance->GetPlaybackProgress(position, duration);
-        return static_cast<std::uint32_t>(position);
-    }
-
-    void StartChange() {
-        m_isChanging = true;
-        m_changeStart = Clock::now();
+        if (Send(playback::TrickPlay{static_cast<std::uint32_t>(position), rate})) {
+            m_rate = rate;
+        } else {  // the player keeps its rate, but sound and picture are held
+            m_wantedRate = m_rate;
+            Release(TV_PROPERTY_VIDEO_STILL_MODE);
+            Release(TV_PROPERTY_AUDIO_SINK_MUTE);
+        }
     }
 
     void EndChange() {
-        m_isChanging = false;
+        m_changeStart.reset();
         if (m_wantedRate != m_rate) {
-            SendWantedRate();
+            SetRate(m_wantedRate);
         } else if (m_rate == kNormal) {
             Release(TV_PROPERTY_AUDIO_SINK_MUTE);  // nothing else lifts the mute of trick play
             std::printf("normal speed, with sound\n");
@@ -183,35 +147,18 @@ class PlaybackService {
     void Release(int property) { tv_stream_set_property(m_stream, property, 0, 0); }
 
     void *m_stream;
-    IMOXPVRPlayback *m_instance;
+    IMOXPVRPlayback *m_instance = nullptr;
     double m_rate = kNormal;        // last sent
     double m_wantedRate = kNormal;  // sent once a change of channel is done
-    bool m_isChanging = false;
-    Clock::time_point m_changeStart;
+    std::optional<Clock::time_point> m_changeStart;
     EventDetail m_detail = EventDetail::None;
     EventDetail m_end = EventDetail::None;
 };
 
-// @return whether the recording was played to its end
-bool PlayToTheEnd(PlaybackService &service, CallbackQueue &callbacks, const char *path) {
-    if (!service.Start(path))
-        return false;
-    while (service.End() == EventDetail::None) {
-        if (const std::optional<Callback> callback = callbacks.Take())
-            service.TakeCallback(*callback);
-        service.LookAtClock();
-    }
-    return service.End() == EventDetail::PlaybackApplication0;
-}
-
 bool Play(void *player, const char *path) {
-    mox_pvr_set_tv_player(player);
-    if (mox_pvr_set_tv_stream(tvdesktop::StreamOf(player)) != 0) {
-        tvdesktop::DestroyPlayer(player);
-        return false;
-    }
+    void *const stream = tvdesktop::StreamOf(player);
     CallbackQueue callbacks;
-    PlaybackService service(tvdesktop::StreamOf(player));
+    PlaybackService service(stream);
     tvdesktop::SetPlayerCallback(
         player, [&](TVCallbackType type, const tvdesktop::PlayerMessage &message) {
             callbacks.Put({type, {message.subEventType, message.timeCode, message.errCode}});
@@ -222,14 +169,20 @@ bool Play(void *player, const char *path) {
         if (event.number == moxpvr::SIGNAL_PVR_SYS_CHANGE && change.handle == kNumber)
             service.TakeEvent(change.detail);
     });
-    const bool isPlayed = PlayToTheEnd(service, callbacks, path);
+    const bool isStarted = mox_pvr_set_tv_player(player) == 0 &&
+                           mox_pvr_set_tv_stream(stream) == 0 && service.Start(path);
+    while (isStarted && service.End() == EventDetail::None) {
+        for (const Callback &callback : callbacks.Take())
+            service.TakeCallback(callback);
+        service.LookAtClock();
+    }
     // An error stops nothing, so every playback ends like this: Stop; then the player, so that no
     // callback comes any more; then the instance, as the next recording has one of its own.
     const bool isStopped = Send(playback::Stop{});
     tvdesktop::DestroyPlayer(player);
     MoxPvrAPI::DestroyPlayback(kPlayback);
     tvdesktop::Unsubscribe(subscription);
-    return isPlayed && isStopped;
+    return isStopped && service.End() == EventDetail::PlaybackApplication0;
 }
 
 }  // namespace
