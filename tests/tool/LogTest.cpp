@@ -289,8 +289,9 @@ TEST(Explain, NamesFailuresLossesAndStrangers) {
          "2 lines of the library"},  // two writers, one line
         {"\x1b[2J" + Recorder("Sto\x1b", "") +
              Recorder("SetSinkProperty",
-                      "[FAT] SetSinkProperty | Received sink file name is \x1b[2J\xff"),
-         "path \\x1b[2J\\xff"},
+                      "[FAT] SetSinkProperty | Received sink file name is "
+                      "\x1b[2J\xff\u202egpj.\u2069\u20ac"),
+         "path \\x1b[2J\\xff\\u{202e}gpj.\\u{2069}\u20ac"},
         {Recorder("Stop", "[FAT]failed [m_handle]"), "every line of progress"}};
     for (const auto &row : rows)
         EXPECT_THAT(TextOf(row.log), HasSubstr(row.says)) << row.log;

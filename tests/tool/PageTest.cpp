@@ -109,7 +109,7 @@ TEST(Page, TakesTextsForTextsOnly) {
         {"\"><b onclick='x'>&amp;]]>{{script}}", "\"><b onclick='x'>&amp;]]>{{script}}"},
         {std::string("\x1b[31m\r\0\x7f", 8), "\u241b[31m\u240d\ufffd\u2421"},
         {"\xff\xc3(\xed\xa0\x80", "\ufffd\ufffd(\ufffd\ufffd\ufffd"},
-        {"\u202e\u0085\ufffe", "\ufffd\ufffd\ufffd"},
+        {"\u202e\u200f\u2066\u0085\ufffe", "\\u{202e}\\u{200f}\\u{2066}\\u{85}\\u{fffe}"},
     };
     const Page plain = Parsed(PageOf(SessionOf("text", 20)));
     for (const auto &[text, shown] : cases) {

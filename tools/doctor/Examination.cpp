@@ -5,15 +5,19 @@
 #include <algorithm>
 #include <set>
 
+#include "text/TextParts.h"
+
 namespace doctor {
 
 namespace {
+
+using tool::StartsWith;
 
 constexpr char kSoname[] = "libmoxpvr.so.";  ///< with the major version
 
 /// @return whether a path is a folder or below it
 bool IsWithin(const std::string &path, const std::string &folder) {
-    return path == folder || path.compare(0, folder.size() + 1, folder + '/') == 0;
+    return path == folder || StartsWith(path, folder + '/');
 }
 
 std::string Quoted(const std::string &text) {

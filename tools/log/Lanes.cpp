@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "log/StepValues.h"
+#include "text/TextParts.h"
 
 namespace tool::log {
 
@@ -14,10 +15,6 @@ namespace {
 std::string ValueOf(const Step &step, std::string_view name) {
     const std::string *value = log::ValueOf(step.values, name);
     return value != nullptr ? *value : "";
-}
-
-bool StartsWith(const std::string &text, std::string_view start) {
-    return text.compare(0, start.size(), start) == 0;
 }
 
 /// Opens and closes stretches as the steps go by.

@@ -4,6 +4,8 @@
 #include <array>
 #include <cctype>
 
+#include "text/TextParts.h"
+
 namespace tool::log {
 
 namespace {
@@ -17,10 +19,6 @@ constexpr std::size_t kMostDigits = 7;
 
 bool IsIdentifier(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '~';
-}
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
 }
 
 /// Reads a text from its front. What is asked for and missing only because the text has ended

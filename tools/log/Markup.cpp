@@ -4,30 +4,22 @@
 
 #include <memory>
 
+#include "text/Printable.h"
+
 namespace tool::log {
 
 namespace {
 
-constexpr gunichar kReplacement = 0xfffd;
 constexpr gunichar kPictures = 0x2400;  // of U+0000 and those after it
 constexpr gunichar kDelete = 0x7f;
 constexpr gunichar kPictureOfDelete = 0x2421;
-
-/// @return whether XML has no such character: the last two of each plane
-bool IsNoncharacter(gunichar c) {
-    return (c & 0xfffeU) == 0xfffeU;
-}
 
 gunichar Visible(gunichar c) {
     if (c == '\n' || c == '\t')
         return c;
     if (c < ' ')
         return kPictures + c;
-    if (c == kDelete)
-        return kPictureOfDelete;
-    const GUnicodeType type = g_unichar_type(c);
-    const bool isHidden = type == G_UNICODE_CONTROL || type == G_UNICODE_FORMAT;
-    return isHidden || IsNoncharacter(c) ? kReplacement : c;
+    return c == kDelete ? kPictureOfDelete : c;
 }
 
 void Append(std::string &markup, gunichar c) {
@@ -62,8 +54,14 @@ std::string Escaped(const std::string &text) {
         g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())), &g_free);
     std::string markup;
     markup.reserve(text.size());
-    for (const char *at = valid.get(); *at != '\0'; at = g_utf8_next_char(at))
-        Append(markup, Visible(g_utf8_get_char(at)));
+    for (const char *at = valid.get(); *at != '\0'; at = g_utf8_next_char(at)) {
+        const gunichar c = g_utf8_get_char(at);
+        const std::string name = NameOfHidden(c);
+        if (name.empty())
+            Append(markup, Visible(c));
+        else
+            markup += name;
+    }
     return markup;
 }
 

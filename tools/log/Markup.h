@@ -9,8 +9,8 @@
 namespace tool::log {
 
 /// Makes element content and quoted attributes, of HTML and XML alike, of any bytes: bytes that are
-/// not UTF-8 and characters that change the direction of text become U+FFFD, control characters
-/// their pictures.
+/// not UTF-8 become U+FFFD, control characters their pictures, and other characters that cannot be
+/// seen, such as those that change the direction of text, their numbers: \u{202e}.
 std::string Escaped(const std::string &text);
 
 /// @return the number with commas between its thousands

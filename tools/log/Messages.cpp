@@ -3,17 +3,11 @@
 #include <algorithm>
 #include <cctype>
 
+#include "text/TextParts.h"
+
 namespace tool::log {
 
 namespace {
-
-bool StartsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
-}
-
-bool EndsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
 
 /// How far a text follows a pattern.
 enum class Fit { None, Beginning, Whole };

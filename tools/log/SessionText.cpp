@@ -3,33 +3,14 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "text/Printable.h"
+
 namespace tool::log {
 
 namespace {
 
 constexpr std::size_t kMostMissing = 40;
 constexpr std::size_t kLongestValue = 300;
-
-/// @return the bytes of the UTF-8 character at a place of a text; 0 where there is none
-std::size_t CharacterLength(const std::string &text, std::size_t at) {
-    const auto byte = [&](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-    };
-    const unsigned first = byte(at);
-    const std::size_t length = first < 0x80                     ? 1
-                               : first >= 0xC2 && first <= 0xDF ? 2
-                               : first >= 0xE0 && first <= 0xEF ? 3
-                               : first >= 0xF0 && first <= 0xF4 ? 4
-                                                                : 0;
-    for (std::size_t i = 1; i < length; ++i)
-        if ((byte(at + i) & 0xC0U) != 0x80)
-            return 0;
-    const unsigned second = byte(at + 1);
-    const bool isOverlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
-    const bool isNone = (first == 0xED && second >= 0xA0) || (first == 0xF4 && second >= 0x90);
-    const bool isControl = first == 0xC2 && second < 0xA0;
-    return length > 1 && (isOverlong || isNone || isControl) ? 0 : length;
-}
 
 std::string TimeColumn(const Session &session, const Step &step) {
     char text[48];
@@ -163,24 +144,6 @@ std::string ValuesText(const Step &step) {
     for (const auto &[name, value] : step.values)
         text += (text.empty() ? "" : ", ") + name + " " + Printable(Shortened(value));
     return text;
-}
-
-std::string Printable(const std::string &text) {
-    std::string printable;
-    for (std::size_t at = 0; at < text.size();) {
-        const auto byte = static_cast<unsigned char>(text[at]);
-        const std::size_t length = CharacterLength(text, at);
-        if (length == 0 || byte < 0x20 || byte == 0x7F) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", byte);
-            printable += escaped;
-            ++at;
-            continue;
-        }
-        printable.append(text, at, length);
-        at += length;
-    }
-    return printable;
 }
 
 }  // namespace tool::log

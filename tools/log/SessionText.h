@@ -15,7 +15,7 @@ namespace tool::log {
 using TextSink = std::function<void(const std::string &text, Style style)>;
 
 /// Writes the session as an indented story: what it is, failures first, then every step, at the end
-/// what is missing. Bytes that a terminal may take as commands are written as \xNN.
+/// what is missing. Texts of the log are made Printable.
 void WriteText(const Session &session, const TextSink &write);
 
 /// @return what a session has one of: "Request", "PlatformCall"; as in JSON
@@ -27,9 +27,6 @@ const char *SideName(Side side);
 
 /// @return "name value, name value"
 std::string ValuesText(const Step &step);
-
-/// @return a text with control characters and bytes that are not UTF-8 as \xNN
-std::string Printable(const std::string &text);
 
 }  // namespace tool::log
 

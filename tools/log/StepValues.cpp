@@ -6,16 +6,12 @@
 
 #include "text/EventText.h"
 #include "text/RecordLayout.h"
+#include "text/TextParts.h"
 #include "text/TimeText.h"
 
 namespace tool::log {
 
 namespace {
-
-bool EndsWith(const std::string &text, std::string_view end) {
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
 
 /// @return a value as this tool writes it everywhere
 std::string Shown(const Value &value) {

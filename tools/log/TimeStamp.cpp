@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "text/TextParts.h"
+
 namespace tool::log {
 
 namespace {
@@ -12,10 +14,6 @@ namespace {
 constexpr double kDay = 86400;
 constexpr double kYear = 366 * kDay;  // of the leap year that dates without one are counted in
 constexpr int kLeapYear = 2000;
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 /// Takes parts of a time stamp from the front of a text.
 class Parts {

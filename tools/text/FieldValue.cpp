@@ -12,6 +12,7 @@
 #include "Failure.h"
 #include "text/EventText.h"
 #include "text/OutcomeText.h"
+#include "text/TextParts.h"
 #include "text/TimeText.h"
 
 namespace tool {
@@ -194,7 +195,7 @@ std::optional<std::uint64_t> ParseNumber(const std::string &text, std::size_t wi
     const char *begin = text.data();
     const char *end = begin + text.size();
     const std::uint64_t highest = Highest(width);
-    if (text.rfind("0x", 0) == 0 || text.rfind("0X", 0) == 0) {
+    if (StartsWith(text, "0x") || StartsWith(text, "0X")) {
         const auto bits = ParseAll<std::uint64_t>(begin + 2, end, 16);
         return bits && *bits <= highest ? bits : std::nullopt;
     }

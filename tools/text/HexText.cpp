@@ -13,7 +13,7 @@ unsigned int DigitValue(char c) {
     return static_cast<unsigned int>(hex_char_to_int(c));
 }
 
-bool IsDigit(char c) {
+bool IsHexDigit(char c) {
     return std::isxdigit(static_cast<unsigned char>(c)) != 0;
 }
 
@@ -48,7 +48,7 @@ std::uint32_t CommandIn(const Bytes &request) {
 }
 
 std::optional<std::size_t> FirstStrangeCharacter(const std::string &text) {
-    const auto found = std::find_if_not(text.begin(), text.end(), IsDigit);
+    const auto found = std::find_if_not(text.begin(), text.end(), IsHexDigit);
     if (found == text.end())
         return std::nullopt;
     return static_cast<std::size_t>(found - text.begin());

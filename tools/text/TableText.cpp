@@ -1,7 +1,6 @@
 #include "text/TableText.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace tool {
 
@@ -29,20 +28,6 @@ std::string TableText(const std::vector<std::vector<std::string>> &rows) {
         text += line + "\n";
     }
     return text;
-}
-
-std::string Printable(const std::string &text) {
-    std::string printable;
-    for (const char c : text) {
-        if (c >= ' ' && c <= '~' && c != '\\') {
-            printable += c;
-            continue;
-        }
-        char escaped[8];
-        std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned char>(c));
-        printable += escaped;
-    }
-    return printable;
 }
 
 std::string ListText(const std::vector<std::string> &items) {

@@ -13,9 +13,6 @@ namespace tool {
 ///         one above 40 characters widens its own line only
 std::string TableText(const std::vector<std::vector<std::string>> &rows);
 
-/// @return a text of one line in printable ASCII; every other byte, and the backslash, as \xNN
-std::string Printable(const std::string &text);
-
 /// @return "a, b, c"
 std::string ListText(const std::vector<std::string> &items);
 

@@ -1,11 +1,12 @@
 #include "text/TimeText.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <limits>
 #include <sstream>
 #include <vector>
+
+#include "text/TextParts.h"
 
 namespace tool {
 
@@ -15,8 +16,7 @@ constexpr std::size_t kMaximumDigits = 9;
 
 bool IsNumber(const std::string &text) {
     return !text.empty() && text.size() <= kMaximumDigits &&
-           std::all_of(text.begin(), text.end(),
-                       [](unsigned char c) { return std::isdigit(c) != 0; });
+           std::all_of(text.begin(), text.end(), IsDigit);
 }
 
 std::vector<std::string> SplitAtColons(const std::string &text) {

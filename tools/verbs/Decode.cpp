@@ -5,6 +5,7 @@
 
 #include "Failure.h"
 #include "text/HexText.h"
+#include "text/Printable.h"
 #include "text/RecordName.h"
 #include "text/RecordText.h"
 #include "text/TableText.h"
@@ -47,7 +48,7 @@ std::string FieldTable(const RecordLayout &layout, const Bytes &record) {
         AddCommand(record, layout.name.c_str(), rows);
     for (const FieldText &text : FieldTexts(layout, record))
         rows.push_back({std::to_string(text.offset), std::to_string(text.width),
-                        text.field != nullptr ? text.field->name : "-", Printable(text.value),
+                        text.field != nullptr ? text.field->name : "-", PrintableAscii(text.value),
                         Joined(text.meaning, MissingText(text.width, text.sent))});
     return TableText(rows);
 }
@@ -64,8 +65,8 @@ std::string StrangeText(const std::string &text) {
     const auto first = FirstStrangeCharacter(text);
     if (!first)
         return "";
-    return "character " + std::to_string(*first + 1) + " ('" + Printable(text.substr(*first, 1)) +
-           "') is not a hexadecimal digit";
+    return "character " + std::to_string(*first + 1) + " ('" +
+           PrintableAscii(text.substr(*first, 1)) + "') is not a hexadecimal digit";
 }
 
 std::string LengthProblem(const std::string &text) {

@@ -9,6 +9,7 @@
 #include "text/HexText.h"
 #include "text/RecordName.h"
 #include "text/TableText.h"
+#include "text/TextParts.h"
 
 namespace tool {
 
@@ -133,7 +134,7 @@ std::vector<std::string> NextRecordWords(const std::vector<std::string> &words, 
             return next;
         for (const std::string &name : FieldNames(OneLayoutNamed(kind, words[1]))) {
             const auto isSet = [&](const std::string &word) {
-                return word.rfind(name + "=", 0) == 0;
+                return StartsWith(word, name + "=");
             };
             if (std::none_of(words.begin() + 2, words.end(), isSet))
                 next.push_back(name + "=");

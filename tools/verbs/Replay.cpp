@@ -14,12 +14,12 @@
 #include "Failure.h"
 #include "log/Messages.h"
 #include "log/Session.h"
-#include "log/SessionText.h"
 #include "log/StepValues.h"
 #include "service/Input.h"
 #include "service/RecordingControl.h"
 #include "text/EventText.h"
 #include "text/HexText.h"
+#include "text/Printable.h"
 #include "text/RecordLayout.h"
 #include "text/RequestSummary.h"
 #include "verbs/Explain.h"
@@ -104,7 +104,7 @@ class Paths {
         constexpr std::size_t kLongest = 64;
         const fs::path path = name;
         return path.extension().string().size() == 4 && path.extension() != ".inf" &&
-               name.size() <= kLongest && log::Printable(name) == name;
+               name.size() <= kLongest && Printable(name) == name;
     }
 
     std::string m_directory;
@@ -211,7 +211,7 @@ class Replayer {
         m_last = key;
         std::ostringstream text;
         text << std::setw(6) << item.line << "  " << std::left << std::setw(12) << outcome
-             << std::setw(12) << desk << log::Printable(what);
+             << std::setw(12) << desk << Printable(what);
         m_terminal.Line(text.str(), isOther ? Style::Bad : Style::Plain);
     }
 
