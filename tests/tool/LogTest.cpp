@@ -190,6 +190,11 @@ TEST(Explain, LeavesNothingOfADemoOverWhateverTheLogSystemAdds) {
          true},
         {"monotonic", [](auto line, auto n) { return Seconds(n, "[  ", "] ") + Bare(line) + "\n"; },
          true},
+        {"CR", [](auto line, auto) { return line + "\r"; }, true},
+        {"colour", [](auto line, auto) { return line + "\x1b[0;1m\x1b[K\n"; }, true},
+        {"JSON",
+         [](auto line, auto) { return "{\"log\":\"" + line + "\\n\",\"stream\":\"stderr\"}\n"; },
+         true},
         {"cut at 200", [](auto line, auto) { return line.substr(0, 200) + "\n"; }, true}};
     for (const auto &row : rows) {
         const Session session = SessionOf(row.change);
@@ -197,6 +202,7 @@ TEST(Explain, LeavesNothingOfADemoOverWhateverTheLogSystemAdds) {
         EXPECT_EQ(UnknownSteps(session), 0U) << row.name;
         EXPECT_THAT(session.missing, IsEmpty()) << row.name;
         EXPECT_THAT(session.failures, IsEmpty()) << row.name;
+        EXPECT_EQ(session.unclearLines > 0, std::string(row.name) == "cut at 200") << row.name;
         EXPECT_EQ(session.hasTime, row.hasTime) << row.name;
         EXPECT_LT(session.steps.size(), session.lines.size() / 4) << row.name << ": folded";
         EXPECT_GT(PositionOf(session, session.lines.size() - 1), 5) << row.name;
@@ -292,7 +298,11 @@ TEST(Explain, NamesFailuresLossesAndStrangers) {
                       "[FAT] SetSinkProperty | Received sink file name is "
                       "\x1b[2J\xff\u202egpj.\u2069\u20ac"),
          "path \\x1b[2J\\xff\\u{202e}gpj.\\u{2069}\u20ac"},
-        {Recorder("Stop", "[FAT]failed [m_handle]"), "every line of progress"}};
+        {Recorder("Stop", "[FAT]failed [m_handle]"), "every line of progress"},
+        {"\r\r\n\r\r" + Recorder("Stop", "[FAT]failed [m_handle]"), "line 4, in Stop:"},
+        {Recorder("Stop", "this func is ended") + Recorder("Stop", "Stop | this func is st"),
+         "1 line of the library cut or not understood: a failure there may not be shown\n"
+         "no failures in the other lines\n"}};
     for (const auto &row : rows)
         EXPECT_THAT(TextOf(row.log), HasSubstr(row.says)) << row.log;
 }

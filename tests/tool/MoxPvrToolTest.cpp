@@ -201,6 +201,9 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
     Write("own.srf.chan", "precious");
     Write("no.ts", std::string(100'000, 'x'));
     Write("no.log", "MoxPvrRecord.cpp: CtrlRecorder(1) > [PVR][MOX]inSize[8] inData[09000000]\n");
+    Write("cut.log", "MoxPvrRecord.cpp: CtrlRecorder(1) > [PVR]");
+    Write("log.gz", "\x1f\x8b and more");
+    Write("log.utf16", std::string("\xff\xfeM\0o\0x\0", 8));
     fs::create_directory("d.srf.chan");
     fs::copy_file(MOXPVR_SAMPLE, "in.srf");
     fs::create_hard_link("in.srf", "x.srf.chan");

@@ -100,9 +100,29 @@ bool IsBlank(std::string_view text) {
                        [](unsigned char c) { return std::isspace(c) != 0; });
 }
 
-std::string_view Trimmed(std::string_view text) {
-    while (!text.empty() && (text.back() == '\r' || text.back() == '\n'))
-        text.remove_suffix(1);
+/// Takes escape sequences for colours and for clearing off the end of a text: "\x1b[0m", "\x1b[K".
+std::string_view WithoutColour(std::string_view text) {
+    while (EndsWith(text, "m") || EndsWith(text, "K")) {
+        const std::size_t escape = text.rfind("\x1b[");
+        const std::size_t end = text.find_first_not_of("0123456789;", escape + 2);
+        if (escape == std::string_view::npos || end != text.size() - 1)
+            break;
+        text.remove_suffix(text.size() - escape);
+    }
+    return text;
+}
+
+/// Takes off what follows a message that is a text of a JSON object: its quotation mark, the names
+/// after it, and the line end in it. No message has a quotation mark of its own.
+std::string_view WithoutJson(std::string_view text) {
+    if (!EndsWith(text, "}") && !EndsWith(text, "\""))
+        return text;
+    std::size_t quote = text.find('"');
+    while (quote != std::string_view::npos && quote > 0 && text[quote - 1] == '\\')
+        quote = text.find('"', quote + 1);
+    text = text.substr(0, quote);
+    while (EndsWith(text, "\\n"))
+        text.remove_suffix(2);
     return text;
 }
 
@@ -111,34 +131,55 @@ FoundLine Found(std::string_view file, const Parts &parts) {
     found.line.file = file;
     found.line.function = parts.function;
     found.line.sourceLine = parts.digits.empty() ? 0 : std::stoi(std::string(parts.digits));
-    found.line.message = Trimmed(parts.message);
+    found.line.message = WithoutColour(WithoutJson(parts.message));
     found.isTruncated = parts.isCut;
     return found;
 }
 
 }  // namespace
 
+LogReader::Traits::int_type LogReader::TakeByte() {
+    constexpr std::size_t kKept = 64;
+    const Traits::int_type next = m_log.rdbuf()->sbumpc();
+    if (m_firstBytes.size() < kKept && !Traits::eq_int_type(next, Traits::eof()))
+        m_firstBytes += Traits::to_char_type(next);
+    return next;
+}
+
+bool LogReader::TakeIf(char expected) {
+    if (!Traits::eq_int_type(m_log.rdbuf()->sgetc(), Traits::to_int_type(expected)))
+        return false;
+    TakeByte();
+    return true;
+}
+
+/// CR and NUL end a line alone or before LF. Any number of CR before LF is one end, as of a text
+/// whose line ends were converted twice; without LF each CR is one.
+void LogReader::TakeRestOfLineEnd(char first) {
+    while (first == '\r' && TakeIf('\r'))
+        ++m_emptyLines;
+    if (first != '\n' && TakeIf('\n'))
+        m_emptyLines = 0;
+}
+
 bool LogReader::ReadLine() {
     m_text.clear();
     m_isTruncated = false;
-    std::streambuf *const bytes = m_log.rdbuf();
-    if (bytes == nullptr)
+    if (m_log.rdbuf() == nullptr)
         return false;
-    using Traits = std::char_traits<char>;
+    const std::size_t emptyLines = m_emptyLines;
+    m_emptyLines = 0;
     bool hasRead = false;
     for (;;) {
-        const Traits::int_type next = bytes->sbumpc();
+        const Traits::int_type next = TakeByte();
         if (Traits::eq_int_type(next, Traits::eof()))
             break;
         hasRead = true;
         const char c = Traits::to_char_type(next);
-        if (c == '\n')
-            break;
         if (c == '\0' && m_text.empty())
             continue;
-        if (c == '\0') {
-            if (Traits::eq_int_type(bytes->sgetc(), Traits::to_int_type('\n')))
-                bytes->sbumpc();
+        if (c == '\n' || c == '\r' || c == '\0') {
+            TakeRestOfLineEnd(c);
             break;
         }
         if (m_text.size() < kLongestLine)
@@ -147,7 +188,7 @@ bool LogReader::ReadLine() {
             m_isTruncated = true;
     }
     if (hasRead)
-        ++m_number;
+        m_number += emptyLines + 1;
     return hasRead;
 }
 

@@ -21,9 +21,10 @@ struct FoundLine {
     bool isTruncated = false;  ///< the reader or the log has not the whole of it
 };
 
-/// Reads a log line by line, from a file or a pipe. Lines end in LF, CRLF or NUL, or with the log.
-/// Any bytes are a log: what is not a line of the library is counted as one of others. Nothing of a
-/// line is kept beyond kLongestLine.
+/// Reads a log line by line, from a file or a pipe. Lines end in LF, CRLF, CR or NUL, or with the
+/// log; colours and the rest of a JSON object after a line are not part of it. Any bytes are a log:
+/// what is not a line of the library is counted as one of others. Nothing of a line is kept beyond
+/// kLongestLine.
 ///
 /// Threads: thread-bound.
 class LogReader {
@@ -41,13 +42,23 @@ class LogReader {
     /// @return lines without one of the library, blank ones not counted
     std::size_t ForeignLines() const { return m_foreignLines; }
 
+    /// @return the first bytes of what was read
+    const std::string &FirstBytes() const { return m_firstBytes; }
+
   private:
+    using Traits = std::char_traits<char>;
+
     bool ReadLine();
+    Traits::int_type TakeByte();
+    bool TakeIf(char expected);
+    void TakeRestOfLineEnd(char first);
 
     std::istream &m_log;
     TimeReader m_times;
     std::string m_text;
+    std::string m_firstBytes;
     std::size_t m_number = 0;
+    std::size_t m_emptyLines = 0;  ///< after the line that was read, before the next
     std::size_t m_foreignLines = 0;
     bool m_isTruncated = false;
 };

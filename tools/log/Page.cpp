@@ -84,12 +84,15 @@ std::string SpanText(const Session &session, const PageAxis &axis) {
 std::string Figures(const Session &session, const PageAxis &axis) {
     const std::size_t failures = session.failures.size();
     const std::size_t foreign = session.foreignLines;
-    std::string markup = Figure("Failures", Grouped(failures), "", failures > 0 ? "bad" : "good");
+    const char *health = failures > 0 ? "bad" : session.unclearLines > 0 ? "" : "good";
+    std::string markup = Figure("Failures", Grouped(failures), "", health);
     markup += Figure("Duration", SpanText(session, axis), "");
     markup += Figure("Requests", Grouped(CountOf(session, StepKind::Request)), "");
     markup += Figure("Events", Grouped(CountOf(session, StepKind::Event)), "");
     markup += Figure("Lines", Grouped(session.lines.size()),
                      foreign > 0 ? "and " + Grouped(foreign) + " of others" : "");
+    if (session.unclearLines > 0)
+        markup += Figure("Cut or not understood", Grouped(session.unclearLines), "lines", "bad");
     if (!session.missing.empty())
         markup += Figure("Missing", Grouped(session.missing.size()), "", "bad");
     return markup;

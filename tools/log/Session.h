@@ -83,6 +83,8 @@ struct Session {
     std::vector<std::size_t> failures;  ///< indexes into steps
     std::vector<std::string> missing;   ///< what the log must have lost, in words
     std::size_t foreignLines = 0;       ///< lines of others
+    std::size_t unclearLines = 0;       ///< of the library, but cut or of an unknown message
+    std::string form;                   ///< "it is empty": why there is no line; empty if unknown
     bool hasTime = false;               ///< whether the lines have time stamps
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "log/ByteForm.h"
 #include "log/Folding.h"
 #include "log/Lanes.h"
 #include "log/LogReader.h"
@@ -18,6 +19,7 @@ struct Reading {
     std::vector<FoundLine> lines;
     std::vector<Match> matches;
     std::size_t foreignLines = 0;
+    std::string form;
     bool isFull = false;
 };
 
@@ -40,6 +42,8 @@ Reading ReadLines(std::istream &log) {
         }
     }
     reading.foreignLines = reader.ForeignLines();
+    if (reading.lines.empty())
+        reading.form = FormOf(reader.FirstBytes());
     return reading;
 }
 
@@ -127,11 +131,14 @@ Session ReadSession(std::istream &log, const std::string &name) {
     Session session;
     session.name = name;
     session.foreignLines = reading.foreignLines;
+    session.form = reading.form;
     Story story;
     for (std::size_t i = 0; i < reading.lines.size(); ++i) {
         session.lines.push_back(std::move(reading.lines[i].line));
         const Line &line = session.lines.back();
         session.hasTime = session.hasTime || line.time.has_value();
+        if (line.isCut || reading.matches[i].message == nullptr)
+            ++session.unclearLines;
         story.Tell(line, i, line.isCut, reading.matches[i]);
     }
     story.End();

@@ -119,6 +119,7 @@ std::string JsonOf(const Session &session) {
                  {"name", session.name},
                  {"hasTime", session.hasTime},
                  {"foreignLines", session.foreignLines},
+                 {"unclearLines", session.unclearLines},
                  {"lines", Json::array()},
                  {"steps", Json::array()},
                  {"stretches", Json::array()},

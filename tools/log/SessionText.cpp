@@ -81,8 +81,15 @@ void WriteHead(const Session &session, const TextSink &write) {
 
 void WriteFailures(const Session &session, const TextSink &write) {
     write("", Style::Plain);
+    if (session.unclearLines > 0)
+        write(Count(session.unclearLines, "line") +
+                  " of the library cut or not understood: a failure there may not be shown",
+              Style::Bad);
     if (session.failures.empty()) {
-        write("no failures", Style::Good);
+        if (session.unclearLines == 0)
+            write("no failures", Style::Good);
+        else if (session.unclearLines < session.lines.size())
+            write("no failures in the other lines", Style::Plain);
         return;
     }
     write(Count(session.failures.size(), "failure"), Style::Bad);

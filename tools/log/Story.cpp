@@ -34,6 +34,7 @@ void Story::Tell(const Line &line, std::size_t index, bool isCut, const Match &m
         TellAlone(now);
         return;
     }
+    m_isUnderstood = true;
     const Role role = now.message().role;
     m_hasProgress = m_hasProgress || role == Role::Command || role == Role::RequestText;
     m_hasTraces =
@@ -65,7 +66,7 @@ void Story::End() {
 }
 
 std::vector<std::string> Story::Missing() const {
-    if (!m_hasProgress && !m_episodes.empty())
+    if (!m_hasProgress && m_isUnderstood)
         return {
             "every line of progress: the log has no request, so it was written from a higher "
             "priority on, or begins after them"};

@@ -99,6 +99,7 @@ class Story {
     std::optional<std::size_t> m_lookup;  ///< episode of a lookup that no request has followed
     std::vector<std::size_t> m_numbers;   ///< in the log, of each line
     std::vector<Loss> m_losses;
+    bool m_isUnderstood = false;  ///< at least one line
     bool m_hasProgress = false;
     bool m_hasTraces = false;
 };

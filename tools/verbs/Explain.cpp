@@ -45,6 +45,8 @@ log::Session ReadFile(const std::string &path) {
 
 log::Session SessionOfLog(const std::string &path) {
     log::Session session = path == "-" ? ReadStandardInput() : ReadFile(path);
+    if (!session.form.empty())
+        throw Failure("cannot explain " + session.name + ": " + session.form);
     if (session.lines.empty())
         throw Failure("cannot explain " + session.name + ": it has no line of the library (of " +
                       std::to_string(session.foreignLines) +
@@ -77,6 +79,10 @@ void RunExplain(const ExplainOptions &options, const Console &console) {
         log::WriteText(session, [&](const std::string &text, Style style) {
             console.terminal.Line(text, style);
         });
+    if (session.unclearLines == session.lines.size())
+        throw Failure("cannot explain " + session.name +
+                      ": all lines of the library in it are cut or not understood; log whole lines "
+                      "with nothing after the message");
 }
 
 }  // namespace tool

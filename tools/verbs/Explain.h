@@ -23,7 +23,8 @@ struct ExplainOptions {
 log::Session SessionOfLog(const std::string &path);
 
 /// Tells what a log says, as text on standard output unless a file is asked for.
-/// @throws Failure when the log cannot be read or has no line of the library
+/// @throws Failure when the log cannot be read or has no line of the library, and, after what was
+///         asked for is written, when it has none that is whole and understood
 void RunExplain(const ExplainOptions &options, const Console &console);
 
 }  // namespace tool
