@@ -202,6 +202,7 @@ TEST(Explain, LeavesNothingOfADemoOverWhateverTheLogSystemAdds) {
         EXPECT_EQ(UnknownSteps(session), 0U) << row.name;
         EXPECT_THAT(session.missing, IsEmpty()) << row.name;
         EXPECT_THAT(session.failures, IsEmpty()) << row.name;
+        EXPECT_THAT(session.mixed, IsEmpty()) << row.name << ": one recording after the other";
         EXPECT_EQ(session.unclearLines > 0, std::string(row.name) == "cut at 200") << row.name;
         EXPECT_EQ(session.hasTime, row.hasTime) << row.name;
         EXPECT_LT(session.steps.size(), session.lines.size() / 4) << row.name << ": folded";
@@ -300,6 +301,12 @@ TEST(Explain, NamesFailuresLossesAndStrangers) {
          "path \\x1b[2J\\xff\\u{202e}gpj.\\u{2069}\u20ac"},
         {Recorder("Stop", "[FAT]failed [m_handle]"), "every line of progress"},
         {"\r\r\n\r\r" + Recorder("Stop", "[FAT]failed [m_handle]"), "line 4, in Stop:"},
+        {Recorder("GetRecorderInstance", "find recorder pointer [0x10]") +
+             Recorder("GetRecorderInstance", "find recorder pointer [0x20]"),
+         "lines of several recorders are mixed"},
+        {Recorder("SetHandle", "SetHandle | handle [2] service_id[1] is_support_ci[0]") +
+             Recorder("AppCB", "app_type[1] app_param[0], c0[1] c1[101] L1[0]"),
+         "lines of several recorders are mixed"},
         {Recorder("Stop", "this func is ended") + Recorder("Stop", "Stop | this func is st"),
          "1 line of the library cut or not understood: a failure there may not be shown\n"
          "no failures in the other lines\n"}};

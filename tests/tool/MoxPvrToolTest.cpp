@@ -218,6 +218,9 @@ TEST_F(MoxPvr, EndsWithOneClearMessageWhenItCannotDoIt) {
         ExpectSaid(run, row[0] - '0', row.substr(arrow + 4));
         ExpectSaid(run, row[0] - '0', "mox-pvr: ");
     }
+    std::ostringstream page;
+    page << std::ifstream("page.html").rdbuf();
+    EXPECT_NE(page.str().find("The run failed: no.ts is not a transport"), std::string::npos);
     for (const char *precious : {"old.srf", "own.srf.chan"})
         EXPECT_EQ(fs::file_size(precious), 8U) << "a refused recording was touched";
     EXPECT_EQ(fs::hard_link_count("in.srf"), 3U) << "a name of the input was taken";

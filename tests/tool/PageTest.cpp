@@ -125,6 +125,7 @@ TEST(Page, HasEveryLineAndLeadsToEveryStep) {
     for (Line &line : session.lines)
         line.message = "(message " + std::to_string(line.number) + ")";
     session.steps[5].count = 7;
+    session.runFailure = "the disk is <full>";
     session.stepOf[700] = session.stepOf[10] = 5;  // lines of a step lie apart
     Fail(session, 400);
     const Page page = Parsed(PageOf(session));
@@ -134,6 +135,7 @@ TEST(Page, HasEveryLineAndLeadsToEveryStep) {
     for (const Line &line : session.lines)
         EXPECT_NE(page.text.find(line.message), std::string::npos) << line.message;
     EXPECT_NE(page.text.find("all steps"), std::string::npos);
+    EXPECT_NE(page.text.find("The run failed: the disk is <full>"), std::string::npos);
     EXPECT_EQ(page.elements.at("dt"), 6 + 900) << "figures of the log, and a value of each step";
     EXPECT_GT(page.elements.at("use"), 100) << "a marker each, where they do not cover each other";
 }

@@ -11,6 +11,7 @@
 #include "log/PageAxis.h"
 #include "log/PageLanes.h"
 #include "log/PageStory.h"
+#include "log/SessionText.h"
 #include "PageText.h"
 
 namespace tool::log {
@@ -79,6 +80,15 @@ std::string SpanText(const Session &session, const PageAxis &axis) {
     constexpr double kMinute = 60;
     const std::string clock = ClockText(axis.Length(), 1);
     return axis.Length() < kMinute ? clock.substr(clock.find(':') + 1) + " s" : clock;
+}
+
+/// @return the log in three words, for the title of the browser's tab
+std::string Health(const Session &session) {
+    if (!session.runFailure.empty())
+        return "the run failed";
+    if (!session.failures.empty())
+        return Counted(session.failures.size(), "failure");
+    return session.unclearLines > 0 ? "cut or not understood" : "no failure";
 }
 
 std::string Figures(const Session &session, const PageAxis &axis) {
@@ -180,6 +190,22 @@ std::string Legend(const Session &session) {
     return markup;
 }
 
+/// @return what a reader must know before anything else; markup
+std::string Note(const std::string &text) {
+    return "<p class=\"note\">" + text + "</p>\n";
+}
+
+std::string Notes(const Session &session) {
+    std::string notes;
+    if (!session.runFailure.empty())
+        notes += Note("The run failed: " + Escaped(session.runFailure) + ".");
+    for (std::string mixed : MixedTexts(session)) {
+        mixed.front() = 'L';
+        notes += Note(mixed + ".");
+    }
+    return notes;
+}
+
 /// @return the choice to see what only the library's developers read
 std::string Traces(const Session &session) {
     const std::size_t traces = CountOf(session, StepKind::Trace);
@@ -205,16 +231,16 @@ std::string PageOf(const Session &session, std::size_t mostLines) {
     const Picture picture = LanesOf(session, axis, story);
     const std::string style = Embedded(kPageStyle);
     const std::string script = Embedded(kPageScript);
-    const std::size_t failures = session.failures.size();
     // Where the log was is of no use to those whom the page is sent to.
     const std::string name = Escaped(session.name.substr(session.name.rfind('/') + 1));
     return Filled(
         kPageTemplate,
         {{"hashes", "style-src " + PolicyHash(style) + "; script-src " + PolicyHash(script)},
-         {"title", name + ": " + (failures > 0 ? Counted(failures, "failure") : "no failure")},
+         {"title", name + ": " + Health(session)},
          {"style", style},
          {"size", session.lines.size() > kLargeLog ? "large" : "small"},
          {"name", name},
+         {"notes", Notes(session)},
          {"figures", Figures(session, axis)},
          {"failures", Failures(session, axis, story)},
          {"missing", Missing(session)},

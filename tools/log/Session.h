@@ -84,6 +84,8 @@ struct Session {
     std::vector<std::string> missing;   ///< what the log must have lost, in words
     std::size_t foreignLines = 0;       ///< lines of others
     std::size_t unclearLines = 0;       ///< of the library, but cut or of an unknown message
+    std::vector<Side> mixed;            ///< sides with lines of several instances, shown as one
+    std::string runFailure;             ///< why the run failed that was logged; empty if unknown
     std::string form;                   ///< "it is empty": why there is no line; empty if unknown
     bool hasTime = false;               ///< whether the lines have time stamps
 };

@@ -5,6 +5,7 @@
 
 #include "log/ByteForm.h"
 #include "log/Folding.h"
+#include "log/Instances.h"
 #include "log/Lanes.h"
 #include "log/LogReader.h"
 #include "log/Messages.h"
@@ -133,14 +134,19 @@ Session ReadSession(std::istream &log, const std::string &name) {
     session.foreignLines = reading.foreignLines;
     session.form = reading.form;
     Story story;
+    Instances instances;
     for (std::size_t i = 0; i < reading.lines.size(); ++i) {
         session.lines.push_back(std::move(reading.lines[i].line));
         const Line &line = session.lines.back();
         session.hasTime = session.hasTime || line.time.has_value();
         if (line.isCut || reading.matches[i].message == nullptr)
             ++session.unclearLines;
+        instances.Note(line, reading.matches[i], SideOf(line));
         story.Tell(line, i, line.isCut, reading.matches[i]);
     }
+    for (const Side side : {Side::Recorder, Side::Playback})
+        if (instances.AreMixed(side))
+            session.mixed.push_back(side);
     story.End();
     session.stepOf.resize(session.lines.size());
     session.missing = story.Missing();

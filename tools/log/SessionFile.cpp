@@ -43,6 +43,13 @@ Json StepJson(const Step &step) {
         {"count", step.count},         {"text", step.text},           {"cut", step.isCut}};
 }
 
+Json MixedOf(const Session &session) {
+    Json sides = Json::array();
+    for (const Side side : session.mixed)
+        sides.push_back(SideName(side));
+    return sides;
+}
+
 Json StretchJson(const Stretch &stretch) {
     return {{"lane", LaneName(stretch.lane)}, {"side", SideName(stretch.side)},
             {"label", stretch.label},         {"firstLine", stretch.firstLine},
@@ -120,6 +127,7 @@ std::string JsonOf(const Session &session) {
                  {"hasTime", session.hasTime},
                  {"foreignLines", session.foreignLines},
                  {"unclearLines", session.unclearLines},
+                 {"mixed", MixedOf(session)},
                  {"lines", Json::array()},
                  {"steps", Json::array()},
                  {"stretches", Json::array()},

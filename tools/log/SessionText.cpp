@@ -67,6 +67,8 @@ void WriteHead(const Session &session, const TextSink &write) {
               " of the library, " + std::to_string(session.foreignLines) + " of others" +
               (session.hasTime ? "" : "; without time stamps: the first column is the line"),
           Style::Title);
+    for (const std::string &mixed : MixedTexts(session))
+        write(mixed, Style::Bad);
     if (!session.hasTime)
         return;
     const auto [first, last] = std::minmax_element(
@@ -144,6 +146,15 @@ const char *LaneName(Lane lane) {
 
 const char *SideName(Side side) {
     return side == Side::Recorder ? "recorder" : "playback";
+}
+
+std::vector<std::string> MixedTexts(const Session &session) {
+    std::vector<std::string> texts;
+    for (const Side side : session.mixed)
+        texts.push_back(std::string("lines of several ") + SideName(side) +
+                        "s are mixed and shown as one: its states, results and events may be of "
+                        "any of them");
+    return texts;
 }
 
 std::string ValuesText(const Step &step) {

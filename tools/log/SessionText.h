@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "log/Session.h"
 #include "text/Terminal.h"
@@ -24,6 +25,9 @@ const char *KindName(StepKind kind);
 const char *LaneName(Lane lane);
 /// @return "recorder" or "playback"
 const char *SideName(Side side);
+
+/// @return a sentence for each side with lines of several instances
+std::vector<std::string> MixedTexts(const Session &session);
 
 /// @return "name value, name value"
 std::string ValuesText(const Step &step);

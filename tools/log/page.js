@@ -3,6 +3,15 @@
   'use strict';
   const mostZoom = 200;
   const byId = (id) => document.getElementById(id);
+
+  // The note is there until this script has run to its end, and again when it fails later.
+  const note = byId('script-note');
+  window.addEventListener('error', (event) => {
+    note.textContent = 'The script of this page has failed: ' + event.message +
+      '. Marks may show nothing or something else; every step is below.';
+    note.hidden = false;
+  });
+
   const plot = byId('plot');
   const track = document.querySelector('.track');
   const view = document.querySelector('.window');
@@ -247,4 +256,5 @@
   show(null);
   zoomTo(1);
   unfoldTarget();
+  note.hidden = true;
 })();

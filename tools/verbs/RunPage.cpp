@@ -2,6 +2,8 @@
 
 #include <TvDesktop.h>
 
+#include <iostream>
+#include <memory>
 #include <mutex>
 #include <sstream>
 #include <string_view>
@@ -14,15 +16,15 @@ namespace tool {
 
 namespace {
 
-/// Keeps the log while it lives.
-class KeptLog {
+/// Lines of a log.
+class KeptLines {
   public:
-    KeptLog() {
-        tvdesktop::SetLogListener([this](std::string_view line) { Keep(line); });
+    void Keep(std::string_view line) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isFull = m_isFull || m_text.size() + line.size() > kMostBytes;
+        if (!m_isFull)
+            m_text += line;
     }
-    ~KeptLog() { tvdesktop::SetLogListener(nullptr); }
-    KeptLog(const KeptLog &) = delete;
-    KeptLog &operator=(const KeptLog &) = delete;
 
     log::Session Read(const std::string &title) {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -37,16 +39,27 @@ class KeptLog {
     /// Two hours of a recording whose position is asked for twenty times a second.
     static constexpr std::size_t kMostBytes = 128U << 20U;
 
-    void Keep(std::string_view line) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_isFull = m_isFull || m_text.size() + line.size() > kMostBytes;
-        if (!m_isFull)
-            m_text += line;
-    }
-
     std::mutex m_mutex;  ///< guards what follows: the library logs on several threads
     std::string m_text;
     bool m_isFull = false;
+};
+
+/// Keeps the log while it lives.
+class KeptLog {
+  public:
+    KeptLog() {
+        // A line that another thread is logging may come after the end of this object: the listener
+        // shares the lines.
+        tvdesktop::SetLogListener([lines = m_lines](std::string_view line) { lines->Keep(line); });
+    }
+    ~KeptLog() { tvdesktop::SetLogListener(nullptr); }
+    KeptLog(const KeptLog &) = delete;
+    KeptLog &operator=(const KeptLog &) = delete;
+
+    KeptLines &Lines() { return *m_lines; }
+
+  private:
+    std::shared_ptr<KeptLines> m_lines = std::make_shared<KeptLines>();
 };
 
 }  // namespace
@@ -60,19 +73,22 @@ void ExplainRun(const RunPageOptions &options, const std::string &title,
     CheckApart(options.page, used);
     CheckTextFile(options.page, "", options.force);
     KeptLog log;
-    const auto write = [&] {
-        WriteTextFile(options.page, log::PageOf(log.Read(title)), options.force);
+    const auto write = [&](const std::string &runFailure) {
+        log::Session session = log.Lines().Read(title);
+        session.runFailure = runFailure;
+        WriteTextFile(options.page, log::PageOf(session), options.force);
     };
     try {
         run();
-    } catch (...) {
+    } catch (const std::exception &failure) {
         try {
-            write();
-        } catch (const std::exception &) {  // why the run failed matters more
+            write(failure.what());
+        } catch (const std::exception &error) {  // why the run failed is said last
+            std::cerr << "mox-pvr: " << error.what() << '\n';
         }
         throw;
     }
-    write();
+    write("");
 }
 
 }  // namespace tool
