@@ -321,6 +321,9 @@ CLI::App *AddReplay(CLI::App &app, tool::ReplayOptions &options) {
         ->type_name("DIR");
     verb->add_flag("--pace", options.keepsPace,
                    "Leave the log's time between requests, and record in real time");
+    Explain(
+        *verb,
+        "The exit code is 0 also when results differ from the log's; the last line counts them.");
     return verb;
 }
 

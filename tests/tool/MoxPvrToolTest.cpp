@@ -374,8 +374,13 @@ TEST_F(MoxPvr, ReplaysALogWhosePathsHaveNoRoomHere) {
     request += "2e737266";
     std::ofstream("long.log")
         << "MoxPvrRecord.cpp: CtrlRecorder(7) > [PVR][MOX]CtrlRecorder | inSize[" << request.size()
-        << "] inData[" << request << "]\n";
-    ExpectSaid(Run("replay --input " MOXPVR_SAMPLE " long.log"), 0, "1 sent, 0 not sent");
+        << "] inData[" << request << "]\n"
+        << "MoxPvrRecord.cpp: CtrlRecorder(7) > [PVR][MOX]CtrlRecorder | inSize[8] "
+           "inData[09000000]\n"
+           "MoxPvrRecord.cpp: CtrlRecorder(7) > [PVR][MOX]CtrlRecorder | cmd [9]\n"
+           "MoxPvrRecord.cpp: Stop(7) > [PVR][MOX]Stop | this func is ended, result [99]\n";
+    ExpectSaid(Run("replay --input " MOXPVR_SAMPLE " long.log"), 0,
+               "2 sent, 0 not sent, 1 with another result");
 }
 
 }  // namespace

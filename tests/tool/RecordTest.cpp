@@ -188,6 +188,7 @@ TEST(Decode, NamesWhatWasSentAndWhatWasNot) {
          "06000000a00f",
          {"4000   00:04.0; only 2 bytes sent", "0x; not sent, reads as 0"},
          ""},
+        {RecordKind::Playback, "", "0600000000000000000000000000f87f", {"nan    not a number"}, ""},
         {RecordKind::Playback,
          "",
          "0x0000008813000000000000000010c0",

@@ -1,6 +1,7 @@
 #include "text/TimeText.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <sstream>
@@ -75,6 +76,10 @@ std::string TimeText(std::int64_t milliseconds) {
 }
 
 std::string RateText(double rate) {
+    if (std::isnan(rate))
+        return "not a number";
+    if (std::isinf(rate))
+        return rate < 0 ? "-infinite" : "infinite";
     std::ostringstream text;
     text << rate << 'x';
     return text.str();

@@ -16,7 +16,7 @@ std::optional<std::int64_t> ParseTime(const std::string &text);
 /// @return "mm:ss.t", minutes and tenths; negative times count as 0
 std::string TimeText(std::int64_t milliseconds);
 
-/// @return "1x", "-4x", "0.5x"
+/// @return "1x", "-4x", "0.5x", "not a number"
 std::string RateText(double rate);
 
 /// @return "0x101", or "none" for the values that are not a PID

@@ -152,12 +152,14 @@ std::string WithoutLineEnd(std::string line) {
 /// Decodes every line of standard input that is not empty.
 void DecodeLines(RecordKind kind, const std::string &name, Terminal &terminal) {
     std::size_t number = 0;
+    std::size_t texts = 0;
     std::size_t failed = 0;
     for (std::string line; std::getline(std::cin, line);) {
         ++number;
         line = WithoutLineEnd(line);
         if (line.empty())
             continue;
+        ++texts;
         const Decoded decoded = DecodeRecord(kind, name, line);
         terminal.Text(decoded.text);
         if (decoded.problem.empty())
@@ -167,6 +169,9 @@ void DecodeLines(RecordKind kind, const std::string &name, Terminal &terminal) {
     }
     if (std::cin.bad())
         throw Failure("cannot read standard input");
+    if (texts == 0)
+        throw Failure(
+            "cannot decode standard input: it is empty or closed; write one text per line");
     if (failed > 0)
         throw Failure("cannot decode " + CountText(failed, "line") +
                       " of standard input; each is named above");

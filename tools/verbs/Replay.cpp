@@ -15,6 +15,7 @@
 #include "log/Messages.h"
 #include "log/Session.h"
 #include "log/StepValues.h"
+#include "service/Events.h"
 #include "service/Input.h"
 #include "service/RecordingControl.h"
 #include "text/EventText.h"
@@ -154,7 +155,7 @@ class Replayer {
                 Replay(item);
         }
         ShowRepeats();
-        ShowEvents();
+        ShowEvents(std::chrono::milliseconds(0));
         m_terminal.Line(std::to_string(m_sent) + " sent, " + std::to_string(m_unsent) +
                         " not sent, " + std::to_string(m_different) +
                         " with another result than in the log");
@@ -166,6 +167,8 @@ class Replayer {
         m_recording.reset();  // one at a time: the library is told of the end of the first
         m_recording.emplace(
             m_pvr, tvdesktop::RecorderOptions{m_options.input, m_options.keepsPace ? 1.0 : 0.0});
+        ShowEvents(std::chrono::milliseconds(0));  // of the recorder before
+        m_hasEnded = false;
     }
 
     /// Events go on while the log has nothing to send.
@@ -196,7 +199,23 @@ class Replayer {
                              item.outcome.find("refused") == std::string::npos;
         m_different += isOther ? 1 : 0;
         Show(item, result, RequestSummary(request), isOther);
-        ShowEvents();
+        if (isOther)
+            ExplainDifference();
+        else
+            ShowEvents(std::chrono::milliseconds(0));
+    }
+
+    /// A recorder that has ended by itself refuses what the log's recorder still did.
+    void ExplainDifference() {
+        // The recorder reports its end on a thread of its own, perhaps after the refusal.
+        constexpr std::chrono::milliseconds kPatience(100);
+        ShowEvents(kPatience);
+        if (!m_hasEnded)
+            return;
+        ShowRepeats();
+        m_terminal.Line(std::string("        the recording had ended by itself") +
+                            (m_options.keepsPace ? "" : ": without --pace it does so early"),
+                        Style::Faint);
     }
 
     void Show(const Item &item, const std::string &desk, const std::string &what,
@@ -223,8 +242,9 @@ class Replayer {
         m_last.clear();
     }
 
-    void ShowEvents() {
-        for (const tvdesktop::Event &event : m_pvr.Take(std::chrono::milliseconds(0))) {
+    void ShowEvents(std::chrono::milliseconds patience) {
+        for (const tvdesktop::Event &event : m_pvr.Take(patience)) {
+            m_hasEnded = m_hasEnded || IsDetail(event, kRecordingEnded);
             ShowRepeats();
             m_terminal.Line("        event " + EventText(event), Style::Faint);
         }
@@ -235,6 +255,7 @@ class Replayer {
     Paths m_paths;
     PvrService m_pvr;
     std::optional<RecordingControl> m_recording;
+    bool m_hasEnded = false;  ///< the recording, by itself
     std::string m_last;
     std::size_t m_repeats = 0;
     std::size_t m_sent = 0;

@@ -15,8 +15,7 @@ struct RunPageOptions {
 };
 
 /// Does something and writes a page of what the library logged meanwhile, traces included, whatever
-/// else is logged. A run that fails has its page too,
-/// which names why.
+/// else is logged. A run that fails has its page too, which names why.
 /// @param title  of the page
 /// @param used   files that the run reads or writes
 /// @throws Failure, UsageError  before the run when the page cannot be written; what the run throws
