@@ -140,6 +140,30 @@ TEST(Page, HasEveryLineAndLeadsToEveryStep) {
     EXPECT_GT(page.elements.at("use"), 100) << "a marker each, where they do not cover each other";
 }
 
+TEST(Page, NamesSpanAndAxis) {
+    const struct {
+        bool hasTime;
+        double end;
+        std::vector<const char *> texts;
+    } rows[] = {
+        {true,
+         899,
+         {"14:59.0", "900 and 3 of others", "0:00\n2:00\n4:00\n6:00\n8:00\n10:00\n12:00\n14:00\n"}},
+        {true, 59.96, {"1:00.0", "0:55\n"}},
+        {true, 0.3, {"00.3 s", "0:00.00\n0:00.05\n"}},
+        {false, 0, {"no times", "Line\n", "\n100\n200\n300\n400\n500\n600\n700\n800\n900\n"}}};
+    for (const auto &row : rows) {
+        Session session = SessionOf("text", 900);
+        session.foreignLines = 3;
+        session.hasTime = row.hasTime;
+        for (Line &line : session.lines)
+            line.time = static_cast<double>(line.number - 1) * row.end / 899;
+        const Page page = Parsed(PageOf(session));
+        for (const char *text : row.texts)
+            EXPECT_NE(page.text.find(text), std::string::npos) << text;
+    }
+}
+
 TEST(Page, NamesWhatItLeavesOutAndKeepsFailures) {
     Session session = SessionOf("text", 60);
     session.lines[3].message = std::string(999, 'x') + "\u20ac and more";

@@ -13,6 +13,7 @@
 #include "log/PageStory.h"
 #include "log/SessionText.h"
 #include "PageText.h"
+#include "text/TextParts.h"
 
 namespace tool::log {
 
@@ -77,9 +78,8 @@ std::string SpanText(const Session &session, const PageAxis &axis) {
         return "nothing";
     if (!session.hasTime)
         return "no times";
-    constexpr double kMinute = 60;
     const std::string clock = ClockText(axis.Length(), 1);
-    return axis.Length() < kMinute ? clock.substr(clock.find(':') + 1) + " s" : clock;
+    return StartsWith(clock, "0:") ? clock.substr(2) + " s" : clock;
 }
 
 /// @return the log in three words, for the title of the browser's tab
