@@ -9,7 +9,7 @@
 #include "FakePlatform.h"
 #include "MoxPvr.h"
 #include "MoxPvrAPI.h"
-#include "RecordText.h"
+#include "StoryRecord.h"
 
 namespace recorder = moxpvr::recorder;
 namespace playback = moxpvr::playback;

@@ -20,8 +20,8 @@
 
 #include "FakePlatform.h"
 #include "library/BusMessages.h"
-#include "RecordText.h"
 #include "Step.h"
+#include "StoryRecord.h"
 
 namespace {
 

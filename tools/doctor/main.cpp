@@ -40,8 +40,8 @@ doctor::Report ReportOn(const std::string &path) {
     return report;
 }
 
-/// @return a text of the library without what would control the terminal
-std::string Printable(const std::string &text) {
+/// @return a text of the library with what would control the terminal as \xNN
+std::string WithoutControls(const std::string &text) {
     static constexpr char kDigits[] = "0123456789abcdef";
     std::string printable;
     for (const char c : text) {
@@ -58,10 +58,10 @@ std::string Printable(const std::string &text) {
 int Print(const std::string &path, const doctor::Report &report) {
     std::cout << path << '\n';
     for (const doctor::Report::Fact &fact : report.facts)
-        std::cout << "  " << std::left << std::setw(17) << fact.name << Printable(fact.text)
+        std::cout << "  " << std::left << std::setw(17) << fact.name << WithoutControls(fact.text)
                   << '\n';
     for (const std::string &complaint : report.complaints)
-        std::cout << "complaint: " << Printable(complaint) << '\n';
+        std::cout << "complaint: " << WithoutControls(complaint) << '\n';
     if (report.complaints.empty())
         std::cout << "no complaint\n";
     std::cout.flush();
@@ -71,7 +71,7 @@ int Print(const std::string &path, const doctor::Report &report) {
 /// @return the exit code
 int Refuse(const std::string &reason) {
     constexpr int kUsageError = 2;
-    std::cerr << "mox-pvr-doctor: " << Printable(reason) << " (--help describes it)\n";
+    std::cerr << "mox-pvr-doctor: " << WithoutControls(reason) << " (--help describes it)\n";
     return kUsageError;
 }
 

@@ -16,7 +16,7 @@ std::string Escaped(const std::string &text);
 /// @return the number with commas between its thousands
 std::string Grouped(std::size_t number);
 
-/// @return "1 line", "2 lines", "1,200 lines"
+/// @return the same with a noun: "1 line", "1,200 lines"
 std::string Counted(std::size_t number, const std::string &one);
 
 }  // namespace tool::log

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "text/Printable.h"
+#include "text/TableText.h"
 
 namespace tool::log {
 
@@ -58,12 +59,8 @@ Style StyleOf(const Step &step) {
     return step.depth == 0 && step.kind == StepKind::Request ? Style::Title : Style::Plain;
 }
 
-std::string Count(std::size_t number, const std::string &what) {
-    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
-}
-
 void WriteHead(const Session &session, const TextSink &write) {
-    write(Printable(session.name) + ": " + Count(session.lines.size(), "line") +
+    write(Printable(session.name) + ": " + CountText(session.lines.size(), "line") +
               " of the library, " + std::to_string(session.foreignLines) + " of others" +
               (session.hasTime ? "" : "; without time stamps: the first column is the line"),
           Style::Title);
@@ -84,7 +81,7 @@ void WriteHead(const Session &session, const TextSink &write) {
 void WriteFailures(const Session &session, const TextSink &write) {
     write("", Style::Plain);
     if (session.unclearLines > 0)
-        write(Count(session.unclearLines, "line") +
+        write(CountText(session.unclearLines, "line") +
                   " of the library cut or not understood: a failure there may not be shown",
               Style::Bad);
     if (session.failures.empty()) {
@@ -94,7 +91,7 @@ void WriteFailures(const Session &session, const TextSink &write) {
             write("no failures in the other lines", Style::Plain);
         return;
     }
-    write(Count(session.failures.size(), "failure"), Style::Bad);
+    write(CountText(session.failures.size(), "failure"), Style::Bad);
     for (const std::size_t at : session.failures) {
         const Step &step = session.steps[at];
         std::size_t asked = at;

@@ -12,6 +12,7 @@
 #include "Failure.h"
 #include "text/EventText.h"
 #include "text/OutcomeText.h"
+#include "text/TableText.h"
 #include "text/TextParts.h"
 #include "text/TimeText.h"
 
@@ -157,7 +158,7 @@ std::string ListValue(const FieldLayout &field, const Bytes &record) {
 std::string ListMeaning(const FieldLayout &field, const Bytes &record) {
     const std::size_t sent = CountSent(field, record);
     const std::int64_t announced = SignedValue(BitsOf(field, record), field.width);
-    std::string text = std::to_string(sent) + (sent == 1 ? " PID" : " PIDs");
+    std::string text = CountText(sent, "PID");
     if (announced != static_cast<std::int64_t>(sent))
         text += ", announced " + std::to_string(announced);
     if (const std::size_t missing = CountToRead(field, record) - sent; missing > 0)

@@ -30,6 +30,10 @@ std::string TableText(const std::vector<std::vector<std::string>> &rows) {
     return text;
 }
 
+std::string CountText(std::size_t count, const std::string &one) {
+    return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
+}
+
 std::string ListText(const std::vector<std::string> &items) {
     std::string text;
     for (const std::string &item : items)

@@ -16,10 +16,6 @@ namespace {
 
 using Rows = std::vector<std::vector<std::string>>;
 
-std::string CountText(std::size_t count, const char *what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 /// @return what the sender left out of a field
 std::string MissingText(std::size_t width, std::size_t sent) {
     if (sent >= width)

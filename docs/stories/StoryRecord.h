@@ -1,7 +1,7 @@
 /// @file
 /// Records of the protocol header as words, as C++ and as tables.
-#ifndef DOCS_STORIES_RECORDTEXT_H
-#define DOCS_STORIES_RECORDTEXT_H
+#ifndef DOCS_STORIES_STORYRECORD_H
+#define DOCS_STORIES_STORYRECORD_H
 
 #include <map>
 #include <optional>

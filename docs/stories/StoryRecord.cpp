@@ -1,4 +1,4 @@
-#include "RecordText.h"
+#include "StoryRecord.h"
 
 #include <tv_recorder.h>
 #include <tv_stream.h>
