@@ -149,7 +149,7 @@ std::vector<std::string> MixedTexts(const Session &session) {
     std::vector<std::string> texts;
     for (const Side side : session.mixed)
         texts.push_back(std::string("lines of several ") + SideName(side) +
-                        "s are mixed and shown as one: its states, results and events may be of "
+                        "s are mixed and shown as one: states, results and events may be of "
                         "any of them");
     return texts;
 }

@@ -10,6 +10,17 @@
 
 namespace tool::log {
 
+namespace {
+
+/// @return what a line has of a request's text that is cut, which is not among its complete values
+std::string CutTextOf(const Line &line) {
+    constexpr std::string_view kBegin = "inData[";
+    const std::size_t at = line.message.find(kBegin);
+    return at != std::string::npos ? line.message.substr(at + kBegin.size()) : "";
+}
+
+}  // namespace
+
 /// The line that is being told.
 struct Story::Current {
     const Line &line;
@@ -99,18 +110,15 @@ void Story::TellRequestText(const Current &now) {
         now.AddTo(told);
     step.kind = StepKind::Request;
     const std::string *text = now.Find("text");
-    // A text that is cut is not among the complete values.
-    const std::size_t at = now.line.message.find("inData[");
-    step.text = text != nullptr           ? *text
-                : at != std::string::npos ? now.line.message.substr(at + 7)
-                                          : "";
+    step.text = text != nullptr ? *text : CutTextOf(now.line);
     step.isCut = step.isCut || text == nullptr;
     const Bytes bytes = BytesOf(step.text);
     const std::uint32_t number = moxpvr::CommandOf(bytes.data(), bytes.size());
     const std::string name = CommandName(now.side, number);
-    step.title = !name.empty()       ? name
-                 : bytes.size() >= 4 ? "command " + std::to_string(number)
-                                     : "request";
+    if (!name.empty())
+        step.title = name;
+    else
+        step.title = bytes.size() >= 4 ? "command " + std::to_string(number) : "request";
     step.values = FieldValues(now.side, step.text);
     const long long size = NumberOf(now.match.values, "size");
     const bool isDecodable =

@@ -14,6 +14,7 @@
 #include "Failure.h"
 #include "log/Messages.h"
 #include "log/Session.h"
+#include "log/SessionText.h"
 #include "log/StepValues.h"
 #include "service/Events.h"
 #include "service/Input.h"
@@ -281,6 +282,8 @@ void RunReplay(const ReplayOptions &options, const Console &console) {
                       ": its lines have no time stamps; leave out --pace");
     ServicesOf(options.input);  // names what is wrong with it; requests answer a number only
     const OutputDirectory directory(options.directory, "the replay");
+    for (const std::string &mixed : log::MixedTexts(session))
+        console.terminal.Line(mixed, Style::Bad);
     Replayer(options, directory.Path(), console).Run(items);
     if (!options.directory.empty())
         console.terminal.Line("the recordings are in " + options.directory);
